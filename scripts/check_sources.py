@@ -1,0 +1,170 @@
+#!/usr/bin/env python3
+"""Checks the sources against the rules that no compiler holds.
+
+    check_sources.py [--root DIR]   checks the tree, prints a line an offence, exits with 1 when there is one
+    check_sources.py --self-test    plants one offence of each kind in a copy and sees each of them found
+
+The rules:
+  layers       a folder includes only from itself and from the folders below it
+  windows.h    only platform/winapi/win32 (and the tests' own Windows helpers) include it
+  wchar_t      appears only there and in the helper that feeds the standard regular expressions
+  guard        a header's include guard is its path
+  own-header   a source includes its own header first
+  length       no file has more than 500 lines
+  text         no tabs, no trailing blanks, a line end at the end
+"""
+
+import argparse
+import pathlib
+import re
+import shutil
+import sys
+import tempfile
+
+# Each product folder, from the bottom up; a layer sees the ones that it names.
+LAYERS = {
+    "platform/winapi": [],
+    "oru/rtl": ["platform/winapi"],
+    "oru/system/datetime": ["oru/rtl", "platform/winapi"],
+    "platform/util": ["oru/rtl", "platform/winapi"],
+    "platform/util/windows": ["platform/util", "oru/rtl", "platform/winapi"],
+    "standalone_tracer_lib": ["platform/util", "oru/system/datetime", "oru/rtl", "platform/winapi"],
+    "zum_setup_util_lib": ["standalone_tracer_lib", "platform/util/windows", "platform/util",
+                           "oru/system/datetime", "oru/rtl", "platform/winapi"],
+    "zum_setup_util": ["zum_setup_util_lib", "standalone_tracer_lib", "platform/util/windows", "platform/util",
+                       "oru/system/datetime", "oru/rtl", "platform/winapi"],
+}
+# The seam's two worlds are reached through winapi/ alone; a product file never names them.
+SEAM_PUBLIC = "platform/winapi/winapi"
+WINDOWS_H_ALLOWED = ("platform/winapi/win32/", "tests/support/win32/", "tests/e2e/helpers/")
+WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "zum_setup_util_lib/sensitive_data.", "tests/")
+MOST_LINES = 500
+SUFFIXES = {".h", ".cpp"}
+TOP_FOLDERS = ("platform", "oru", "standalone_tracer_lib", "zum_setup_util_lib", "zum_setup_util", "tests", "bench",
+               "fuzz")
+
+
+def layer_of(path):
+    """The product folder that a path lies in, the deepest that fits; None for tests and the like."""
+    fitting = [layer for layer in LAYERS if path.startswith(layer + "/")]
+    return max(fitting, key=len) if fitting else None
+
+
+def check_includes(path, lines):
+    layer = layer_of(path)
+    for number, line in enumerate(lines, 1):
+        match = re.match(r'\s*#\s*include\s*["<]([^">]+)[">]', line)
+        if not match:
+            continue
+        target = match.group(1)
+        if target.lower() == "windows.h" and not path.startswith(WINDOWS_H_ALLOWED):
+            yield number, "windows.h", "includes windows.h outside the folders that may"
+        if layer is None:
+            continue
+        target_layer = layer_of(target)
+        if target_layer and target_layer != layer and target_layer not in LAYERS[layer]:
+            yield number, "layers", f"{layer} may not include {target}"
+        if layer != "platform/winapi" and target_layer == "platform/winapi" and not target.startswith(SEAM_PUBLIC):
+            yield number, "layers", f"{target} is behind the seam; only {SEAM_PUBLIC} may be included"
+        if target.startswith(("tests/", "bench/", "fuzz/")):
+            yield number, "layers", f"a product file may not include {target}"
+
+
+def strip_comment(line):
+    return re.sub(r'//.*|"(\\.|[^"\\])*"', "", line)
+
+
+def check_wchar(path, lines):
+    if path.startswith(WCHAR_ALLOWED):
+        return
+    for number, line in enumerate(lines, 1):
+        if re.search(r"\b(wchar_t|wstring|wregex|wcout)\b|(?<![\w])L[\"']", strip_comment(line)):
+            yield number, "wchar_t", "wide characters of the compiler: the project's text is char16_t"
+
+
+def check_guard(path, lines):
+    if not path.endswith(".h"):
+        return
+    guard = re.sub(r"[^A-Z0-9]", "_", path.upper()) + "_"
+    directives = [line.strip() for line in lines if line.startswith("#")]
+    if directives[:2] != [f"#ifndef {guard}", f"#define {guard}"]:
+        yield 1, "guard", f"the include guard isn't {guard}"
+
+
+def check_own_header(path, lines, root):
+    if not path.endswith(".cpp") or layer_of(path) is None:
+        return
+    own = path[:-4] + ".h"
+    includes = [m.group(1) for m in (re.match(r'#include ["<]([^">]+)', line) for line in lines) if m]
+    if (root / own).exists() and includes[:1] != [own]:
+        yield 1, "own-header", f"the first include isn't {own}"
+
+
+def check_text(lines, text):
+    if len(lines) > MOST_LINES:
+        yield MOST_LINES, "length", f"has {len(lines)} lines"
+    for number, line in enumerate(lines, 1):
+        if "\t" in line or line != line.rstrip():
+            yield number, "text", "has a tab or trailing blanks"
+    if text and not text.endswith("\n"):
+        yield len(lines), "text", "has no line end at its end"
+
+
+def offences(root):
+    for top in TOP_FOLDERS:
+        for file in sorted((root / top).rglob("*")):
+            if file.suffix not in SUFFIXES or not file.is_file():
+                continue
+            path = file.relative_to(root).as_posix()
+            text = file.read_text(encoding="utf-8")
+            lines = text.splitlines()
+            for check in (check_includes(path, lines), check_wchar(path, lines), check_guard(path, lines),
+                          check_own_header(path, lines, root), check_text(lines, text)):
+                for number, rule, what in check:
+                    yield path, number, rule, what
+
+
+PLANTS = [
+    ("layers", "oru/rtl/planted.cpp", '#include "zum_setup_util_lib/helpers.h"\n'),
+    ("layers", "zum_setup_util/planted.cpp", '#include "platform/winapi/host/control.h"\n'),
+    ("layers", "oru/rtl/planted2.cpp", '#include "tests/support/checks.h"\n'),
+    ("windows.h", "zum_setup_util/planted2.cpp", "#include <windows.h>\n"),
+    ("windows.h", "platform/util/windows/planted.cpp", "#include <Windows.h>\n"),
+    ("wchar_t", "oru/rtl/planted3.cpp", "const wchar_t text = 0;\n"),
+    ("guard", "oru/rtl/planted.h", "#pragma once\n"),
+    ("own-header", "oru/rtl/check.cpp", '#include <atomic>\n#include "oru/rtl/check.h"\n'),
+    ("length", "oru/rtl/planted4.cpp", "\n" * 501),
+    ("text", "oru/rtl/planted5.cpp", "int planted = 0; \n"),
+]
+
+
+def self_test(root):
+    missed = 0
+    for rule, path, text in PLANTS:
+        with tempfile.TemporaryDirectory() as folder:
+            copy = pathlib.Path(folder)
+            for top in TOP_FOLDERS:
+                if (root / top).exists():
+                    shutil.copytree(root / top, copy / top)
+            (copy / path).write_text(text, encoding="utf-8")
+            found = any(o[0] == path and o[2] == rule for o in offences(copy))
+        print(f"planted {rule} in {path}: {'found' if found else 'NOT FOUND'}")
+        missed += not found
+    return missed
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--root", type=pathlib.Path, default=pathlib.Path(__file__).resolve().parent.parent)
+    parser.add_argument("--self-test", action="store_true")
+    arguments = parser.parse_args()
+    if arguments.self_test:
+        return 1 if self_test(arguments.root) else 0
+    found = list(offences(arguments.root))
+    for path, number, rule, what in found:
+        print(f"{path}:{number}: {rule}: {what}")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,82 @@
+# What all scripts share: where the project is, how steps are shown, how packages are installed. To be
+# sourced; sets $project.
+
+project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+cd "$project" || exit 1
+
+if [ -t 1 ] && [ -z "${NO_COLOR:-}" ]; then
+    bold=$'\e[1m' green=$'\e[32m' red=$'\e[31m' dim=$'\e[2m' plain=$'\e[0m'
+else
+    bold='' green='' red='' dim='' plain=''
+fi
+
+step() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
+note() { printf '   %s\n' "$*"; }
+good() { printf '   %s%s%s\n' "$green" "$*" "$plain"; }
+bad() { printf '   %s%s%s\n' "$red" "$*" "$plain" >&2; }
+die() { bad "$*"; exit 1; }
+
+# What each job needs, as Debian 12's packages.
+packages_native="g++ cmake ninja-build tzdata"
+packages_native_tests="clang-14 clang-format-14 clang-tidy-14 libgtest-dev python3"
+packages_windows="g++-mingw-w64-i686-posix cmake ninja-build wine wine32:i386 wine64 msitools wixl"
+packages_windows_tests="googletest osslsigncode openssl python3"
+packages_coverage="gcovr"
+
+# install_packages NAME ...: installs what is missing, after saying so; without root it prints the command
+# and stops. `-t bookworm` keeps the packages of the two architectures at versions that fit together.
+install_packages() {
+    local missing=() name
+    for name in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}\n' "$name" 2>/dev/null | grep -qx installed || missing+=("$name")
+    done
+    if [ ${#missing[@]} -eq 0 ]; then
+        note "all packages are there: $*"
+        return 0
+    fi
+    local command="apt-get update; DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends -t bookworm ${missing[*]}"
+    case " ${missing[*]} " in *:i386*) command="dpkg --add-architecture i386; $command" ;; esac
+    note "to install: ${missing[*]}"
+    if [ "$(id -u)" -ne 0 ]; then
+        bad "This needs root. Run as root, then start again:"
+        printf '\n%s\n\n' "$command" >&2
+        exit 1
+    fi
+    mkdir -p "$project/build"
+    # A list that can't be read makes "apt-get update" fail though the rest is fine: the install decides.
+    if ! bash -c "$command" >"$project/build/install.log" 2>&1 </dev/null; then
+        tail -n 20 "$project/build/install.log" >&2
+        die "The packages could not be installed (whole log: build/install.log)."
+    fi
+    good "installed"
+}
+
+# configure_and_build PRESET [TARGET ...]: quiet unless it fails, with ninja's own counter on the way.
+configure_and_build() {
+    local preset=$1 log="$project/build/$1.log"
+    shift
+    mkdir -p "$project/build"
+    if ! cmake --preset "$preset" >"$log" 2>&1; then
+        tail -n 30 "$log" >&2
+        bad "configuring the preset $preset failed (whole log: build/$preset.log)"
+        return 1
+    fi
+    local targets=()
+    [ $# -gt 0 ] && targets=(--target "$@")
+    NINJA_STATUS="   [$preset %f/%t] " cmake --build "build/$preset" --parallel "$(nproc)" "${targets[@]}" 2>&1 |
+        tee -a "$log" | show_progress
+    if [ "${PIPESTATUS[0]}" -ne 0 ]; then
+        grep -E -A 12 'error|FAILED|undefined' "$log" | head -n 60 >&2
+        bad "building the preset $preset failed (whole log: build/$preset.log)"
+        return 1
+    fi
+}
+
+# On a terminal one line that changes; elsewhere every fiftieth.
+show_progress() {
+    if [ -t 1 ]; then
+        awk '/^   \[/ { printf "\r%.100s\033[K", $0; fflush(); shown = 1 } END { if (shown) printf "\r\033[K" }'
+    else
+        awk '/^   \[/ { last = $0; if (++n % 50 == 0) { print substr($0, 1, 100); fflush() } } END { if (last) print substr(last, 1, 100) }'
+    fi
+}

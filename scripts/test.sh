@@ -1,0 +1,131 @@
+#!/usr/bin/env bash
+# Builds and runs everything, after installing what is missing (as root):
+#
+#   scripts/test.sh                all of it
+#   scripts/test.sh native         the native half: plain and sanitizer builds, clang, format, lint, layers
+#   scripts/test.sh windows        the Windows half: the 32-bit program and its tests under Wine
+#   scripts/test.sh coverage       on request: line and branch coverage of the product's code (native)
+#   scripts/test.sh reproducible   on request: equal bytes from two build folders
+#
+# The last line is "N passed, N failed, N skipped" over all that was asked for; the exit status is 0 only
+# when nothing failed. A part that did not run counts as failed.
+set -u
+. "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+. "$project/scripts/lib/wine.sh"
+
+what=${1:-all}
+case "$what" in
+    all | native | windows | coverage | reproducible) ;;
+    *) printf 'usage: scripts/test.sh [native|windows|coverage|reproducible]\n' >&2; exit 2 ;;
+esac
+jobs=$(nproc)
+results="$project/build/results"
+rm -rf "$results"
+mkdir -p "$results"
+expected=() # each part puts its result file here before it starts
+
+# check FILE NAME COMMAND ...: runs one check, notes its outcome, shows its output when it fails.
+check() {
+    local file=$1 name=$2 log
+    shift 2
+    log="$results/$name.log"
+    if "$@" >"$log" 2>&1 </dev/null; then
+        good "passed: $name"
+        printf 'pass %s\n' "$name" >>"$file"
+    else
+        head -n 60 "$log" >&2
+        bad "FAILED: $name"
+        printf 'fail %s\n' "$name" >>"$file"
+    fi
+}
+
+# run_ctest PRESET: every test of a build, one process a case.
+run_ctest() {
+    local preset=$1
+    ctest --test-dir "build/$preset" --parallel "$jobs" --timeout 300 --output-on-failure \
+        --output-junit "$results/$preset.xml" >"$results/$preset.log" 2>&1 </dev/null
+    local status=$?
+    if [ $status -ne 0 ]; then
+        grep -E -B 40 '\*\*\*(Failed|Timeout|Exception|Not Run)' "$results/$preset.log" | tail -n 150 >&2
+        bad "some tests of $preset failed (whole log: build/results/$preset.log)"
+    fi
+    grep -E 'tests passed|Total Test time' "$results/$preset.log" | sed 's/^/   /'
+}
+
+build_and_test() {
+    local preset=$1
+    expected+=("$results/$preset.xml")
+    step "Build and run: $preset"
+    configure_and_build "$preset" && run_ctest "$preset"
+}
+
+native_half() {
+    step "Packages of the native half"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_native_tests
+    build_and_test native
+    build_and_test native-asan
+
+    local file="$results/native.checks"
+    expected+=("$file")
+    step "Build with clang"
+    if configure_and_build native-clang; then
+        good "passed: native-clang builds"
+        printf 'pass native-clang-build\n' >>"$file"
+    else
+        printf 'fail native-clang-build\n' >>"$file"
+    fi
+    step "Format, lint, layers"
+    check "$file" source-rules python3 scripts/check_sources.py
+    check "$file" source-rules-find-planted-offences python3 scripts/check_sources.py --self-test
+    check "$file" format scripts/check-format.sh
+    check "$file" format-finds-planted-offence scripts/check-format.sh --self-test
+    check "$file" lint scripts/check-lint.sh
+    check "$file" lint-finds-planted-offence scripts/check-lint.sh --self-test
+}
+
+windows_half() {
+    step "Packages of the Windows half"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_windows $packages_windows_tests
+    step "Wine prefix"
+    if wine_begin; then good "ready: build/wine/tests"; else bad "the Wine prefix can't be made"; fi
+    trap wine_end EXIT
+    build_and_test windows
+    wine_end
+    trap - EXIT
+}
+
+coverage_report() {
+    step "Packages of the coverage report"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_native_tests $packages_coverage
+    build_and_test coverage
+    local file="$results/coverage.checks"
+    expected+=("$file")
+    step "Coverage of the product's code"
+    check "$file" coverage-report scripts/coverage-report.sh
+    cat "$results/coverage-report.log"
+}
+
+reproducible_build() {
+    step "Packages of the Windows build"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_windows python3
+    local file="$results/reproducible.checks"
+    expected+=("$file")
+    step "Two builds, equal bytes"
+    check "$file" equal-bytes scripts/check-reproducible.sh
+}
+
+start=$SECONDS
+case "$what" in
+    all) native_half; windows_half ;;
+    native) native_half ;;
+    windows) windows_half ;;
+    coverage) coverage_report ;;
+    reproducible) reproducible_build ;;
+esac
+
+step "Summary ($(((SECONDS - start) / 60)) min $(((SECONDS - start) % 60)) s)"
+exec python3 scripts/lib/summarize.py "${expected[@]}"
