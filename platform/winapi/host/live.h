@@ -1,0 +1,25 @@
+// Counts of what is open, for the test face: each part of the host layer keeps its own number.
+#ifndef PLATFORM_WINAPI_HOST_LIVE_H_
+#define PLATFORM_WINAPI_HOST_LIVE_H_
+
+#include <atomic>
+#include <cstddef>
+
+namespace winapi::host {
+
+// Raised where an object comes into being and lowered where it goes, with relaxed order: they are
+// read by tests only, when nothing else runs.
+struct LiveCounters {
+  std::atomic<std::size_t> keys{0};
+  std::atomic<std::size_t> handles{0};
+  std::atomic<std::size_t> moduleReferences{0};
+  std::atomic<std::size_t> heapBlocks{0};
+  std::atomic<std::size_t> localBlocks{0};
+};
+
+// Constant-initialised, so static initialisers may count already; never destroyed in effect.
+inline constinit LiveCounters liveCounters;
+
+}  // namespace winapi::host
+
+#endif  // PLATFORM_WINAPI_HOST_LIVE_H_

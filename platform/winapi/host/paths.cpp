@@ -1,0 +1,169 @@
+#include "platform/winapi/host/paths.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "platform/winapi/host/root.h"
+#include "platform/winapi/host/text.h"
+#include "platform/winapi/winapi/errors.h"
+
+namespace winapi::host {
+namespace {
+
+using Parts = std::vector<std::u16string_view>;
+
+constexpr std::u16string_view kLongPrefix = u"\\\\?\\";
+constexpr std::size_t kMaxPath = 260;  // MAX_PATH: characters with the terminator
+
+bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
+
+bool IsLetter(char16_t unit) { return Upcase(unit) >= u'A' && Upcase(unit) <= u'Z'; }
+
+bool HasDrive(std::u16string_view path) {
+  return path.size() >= 2 && path[1] == u':' && IsLetter(path[0]);
+}
+
+bool IsForbidden(char16_t unit) {
+  return unit < u' ' || std::u16string_view(u"<>:\"|?*/").find(unit) != std::u16string_view::npos;
+}
+
+bool IsValidName(std::u16string_view name) {
+  return std::none_of(name.begin(), name.end(), IsForbidden);
+}
+
+std::u16string_view WithoutTail(std::u16string_view name) {
+  while (!name.empty() && (name.back() == u'.' || name.back() == u' ')) name.remove_suffix(1);
+  return name;
+}
+
+template <class IsEnd>
+Parts Split(std::u16string_view path, IsEnd isEnd) {
+  Parts parts;
+  while (!path.empty()) {
+    const auto end = std::find_if(path.begin(), path.end(), isEnd);
+    const auto length = static_cast<std::size_t>(end - path.begin());
+    if (length != 0) parts.push_back(path.substr(0, length));
+    path.remove_prefix(std::min(length + 1, path.size()));
+  }
+  return parts;
+}
+
+// Adds the parts of a path to `parts`, working off the dots; ".." stays at the root.
+void AddParts(std::u16string_view path, Parts& parts) {
+  for (const std::u16string_view part : Split(path, IsSeparator)) {
+    if (part == u".." && !parts.empty()) parts.pop_back();
+    if (const auto name = WithoutTail(part); !name.empty()) parts.push_back(name);
+  }
+}
+
+std::u16string Compose(char16_t drive, const Parts& parts) {
+  std::u16string full = {Upcase(drive), u':'};
+  for (const std::u16string_view part : parts) full.append(u"\\").append(part);
+  if (parts.empty()) full += u'\\';
+  return full;
+}
+
+Error LongPath(std::u16string_view path, std::u16string& full) {
+  const std::u16string_view rest = path.substr(kLongPrefix.size());
+  if (!HasDrive(rest)) return kErrorPathNotFound;
+  const Parts parts = Split(rest.substr(2), [](char16_t unit) { return unit == u'\\'; });
+  if (!std::all_of(parts.begin(), parts.end(), IsValidName)) return kErrorInvalidName;
+  // No file of the host has these names, but its system would work them off.
+  if (std::count(parts.begin(), parts.end(), u".") +
+      std::count(parts.begin(), parts.end(), u"..")) {
+    return kErrorInvalidName;
+  }
+  full = Compose(rest[0], parts);
+  return kErrorSuccess;
+}
+
+// The file in `folder` that `name` means.
+std::string FindName(const std::string& folder, std::u16string_view name) {
+  const std::string exact = folder + "/" + ToUtf8(name);
+  std::error_code error;
+  if (std::filesystem::symlink_status(exact, error).type() !=
+      std::filesystem::file_type::not_found) {
+    return exact;
+  }
+  std::filesystem::directory_iterator entry(folder.empty() ? "/" : folder, error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    const std::string found = entry->path().filename().string();
+    if (EqualIgnoringCase(ToUtf16(found), name)) return folder + "/" + found;
+  }
+  return exact;
+}
+
+// True where `path` is `folder` or lies below it; `rest` is then what follows, with its separator.
+bool LiesIn(std::string_view path, std::string_view folder, std::string_view& rest) {
+  if (!path.starts_with(folder)) return false;
+  rest = path.substr(folder.size());
+  return rest.empty() || rest.front() == '/';
+}
+
+std::u16string OnDrive(char16_t drive, std::string_view rest) {
+  std::u16string path = {drive, u':'};
+  path += ToUtf16(rest);
+  std::replace(path.begin(), path.end(), u'/', u'\\');
+  if (path.size() == 2) path += u'\\';
+  return path;
+}
+
+}  // namespace
+
+std::u16string CurrentDirectory() {
+  std::error_code error;
+  const std::filesystem::path current = std::filesystem::current_path(error);
+  return error ? std::u16string(u"Z:\\") : WindowsPath(current.string());
+}
+
+Error FullPath(std::u16string_view path, std::u16string& full) {
+  if (path.starts_with(kLongPrefix)) return LongPath(path, full);
+  const bool isShare = path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
+  if (path.empty() || isShare) return kErrorPathNotFound;
+  const std::u16string current = CurrentDirectory();
+  const char16_t drive = HasDrive(path) ? Upcase(path[0]) : current[0];
+  const std::u16string_view rest = HasDrive(path) ? path.substr(2) : path;
+  Parts parts;
+  const bool isRelative = rest.empty() || !IsSeparator(rest.front());
+  if (isRelative && drive == current[0]) {
+    AddParts(std::u16string_view(current).substr(2), parts);
+  }
+  AddParts(rest, parts);
+  if (!std::all_of(parts.begin(), parts.end(), IsValidName)) return kErrorInvalidName;
+  std::u16string composed = Compose(drive, parts);
+  if (IsSeparator(path.back()) && !parts.empty()) composed += u'\\';
+  if (composed.size() >= kMaxPath) return kErrorPathNotFound;
+  full = std::move(composed);
+  return kErrorSuccess;
+}
+
+Error HostPath(std::u16string_view path, std::string& hostPath) {
+  std::u16string full;
+  if (const Error error = FullPath(path, full); error != 0) return error;
+  if (full[0] != u'C' && full[0] != u'Z') return kErrorPathNotFound;
+  if (full[0] == u'C' && !MakeFolders(DriveCFolder())) return kErrorPathNotFound;
+  std::string found = full[0] == u'C' ? DriveCFolder() : std::string();
+  const auto isBackslash = [](char16_t unit) { return unit == u'\\'; };
+  for (const std::u16string_view part : Split(std::u16string_view(full).substr(2), isBackslash)) {
+    found = FindName(found, part);
+  }
+  hostPath = found.empty() ? "/" : found;
+  return kErrorSuccess;
+}
+
+std::u16string WindowsPath(std::string_view hostPath) {
+  std::string_view rest;
+  std::error_code error;
+  // The current directory comes with links resolved, so drive_c may have to be compared so, too.
+  const std::string resolved = std::filesystem::weakly_canonical(DriveCFolder(), error).string();
+  if (LiesIn(hostPath, DriveCFolder(), rest) || (!error && LiesIn(hostPath, resolved, rest))) {
+    return OnDrive(u'C', rest);
+  }
+  return OnDrive(u'Z', hostPath == "/" ? std::string_view() : hostPath);
+}
+
+}  // namespace winapi::host

@@ -1,0 +1,17 @@
+// The registry's function that is found by name only.
+#ifndef PLATFORM_WINAPI_HOST_TRANSACTED_REGISTRY_H_
+#define PLATFORM_WINAPI_HOST_TRANSACTED_REGISTRY_H_
+
+#include "platform/winapi/winapi/registry.h"
+
+namespace winapi::host {
+
+// What GetProcAddress gives for "RegOpenKeyTransactedW" of advapi32.dll; logs and fails under that
+// name. Opens as RegOpenKeyExW does.
+Error WINAPI_STDCALL RegOpenKeyTransactedW(Key key, const char16_t* subKey, Dword options,
+                                           Dword rights, Key* result, Handle transaction,
+                                           void* reserved) noexcept;
+
+}  // namespace winapi::host
+
+#endif  // PLATFORM_WINAPI_HOST_TRANSACTED_REGISTRY_H_

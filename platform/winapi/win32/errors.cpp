@@ -1,0 +1,48 @@
+#include "platform/winapi/winapi/errors.h"
+
+#include <windows.h>
+
+#include "platform/winapi/win32/wide.h"
+
+namespace winapi {
+
+static_assert(kErrorSuccess == ERROR_SUCCESS);
+static_assert(kErrorFileNotFound == ERROR_FILE_NOT_FOUND);
+static_assert(kErrorPathNotFound == ERROR_PATH_NOT_FOUND);
+static_assert(kErrorAccessDenied == ERROR_ACCESS_DENIED);
+static_assert(kErrorInvalidHandle == ERROR_INVALID_HANDLE);
+static_assert(kErrorNotEnoughMemory == ERROR_NOT_ENOUGH_MEMORY);
+static_assert(kErrorInvalidParameter == ERROR_INVALID_PARAMETER);
+static_assert(kErrorInsufficientBuffer == ERROR_INSUFFICIENT_BUFFER);
+static_assert(kErrorInvalidName == ERROR_INVALID_NAME);
+static_assert(kErrorModuleNotFound == ERROR_MOD_NOT_FOUND);
+static_assert(kErrorProcedureNotFound == ERROR_PROC_NOT_FOUND);
+static_assert(kErrorBadPathname == ERROR_BAD_PATHNAME);
+static_assert(kErrorMoreData == ERROR_MORE_DATA);
+static_assert(kErrorNoMoreItems == ERROR_NO_MORE_ITEMS);
+static_assert(kErrorMessageIdNotFound == ERROR_MR_MID_NOT_FOUND);
+static_assert(kErrorNoAccess == ERROR_NOACCESS);
+static_assert(kErrorBadDatabase == ERROR_BADDB);
+static_assert(kErrorKeyDeleted == ERROR_KEY_DELETED);
+static_assert(kErrorOldWinVersion == ERROR_OLD_WIN_VERSION);
+static_assert(kErrorDatatypeMismatch == ERROR_DATATYPE_MISMATCH);
+
+static_assert(kFormatMessageAllocateBuffer == FORMAT_MESSAGE_ALLOCATE_BUFFER);
+static_assert(kFormatMessageIgnoreInserts == FORMAT_MESSAGE_IGNORE_INSERTS);
+static_assert(kFormatMessageFromSystem == FORMAT_MESSAGE_FROM_SYSTEM);
+
+Error GetLastError() noexcept { return ::GetLastError(); }
+
+void SetLastError(Error error) noexcept { ::SetLastError(error); }
+
+Dword FormatMessageW(Dword flags, const void* source, Dword messageId, Dword languageId,
+                     char16_t** buffer, Dword size, void* arguments) noexcept {
+  // With the flag for an allocated buffer the parameter is the address of a pointer, whatever its
+  // type says.
+  return ::FormatMessageW(flags, source, messageId, languageId, reinterpret_cast<wchar_t*>(buffer),
+                          size, static_cast<va_list*>(arguments));
+}
+
+void* LocalFree(void* memory) noexcept { return ::LocalFree(memory); }
+
+}  // namespace winapi

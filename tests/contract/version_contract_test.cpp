@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/time.h"
+
+namespace {
+
+using winapi::kVerGreaterEqual;
+using winapi::kVerMajorVersion;
+using winapi::kVerMinorVersion;
+using winapi::kVerServicePackMajor;
+
+constexpr winapi::Dword kAllThree = kVerMajorVersion | kVerMinorVersion | kVerServicePackMajor;
+
+std::uint64_t MaskOfAllThree() {
+  std::uint64_t mask = winapi::VerSetConditionMask(0, kVerMajorVersion, kVerGreaterEqual);
+  mask = winapi::VerSetConditionMask(mask, kVerMinorVersion, kVerGreaterEqual);
+  return winapi::VerSetConditionMask(mask, kVerServicePackMajor, kVerGreaterEqual);
+}
+
+winapi::OsVersionInfo Version(winapi::Dword major, winapi::Dword minor, std::uint16_t pack) {
+  winapi::OsVersionInfo info{};
+  info.dwOSVersionInfoSize = sizeof info;
+  info.dwMajorVersion = major;
+  info.dwMinorVersion = minor;
+  info.wServicePackMajor = pack;
+  return info;
+}
+
+TEST(VerSetConditionMaskContract, GivesThreeBitsToEachType) {
+  EXPECT_EQ(0x3u, winapi::VerSetConditionMask(0, kVerMinorVersion, kVerGreaterEqual));
+  EXPECT_EQ(0x18u, winapi::VerSetConditionMask(0, kVerMajorVersion, kVerGreaterEqual));
+  EXPECT_EQ(0x18000u, winapi::VerSetConditionMask(0, kVerServicePackMajor, kVerGreaterEqual));
+  EXPECT_EQ(0x1801Bu, MaskOfAllThree());
+  EXPECT_EQ(0x18u, winapi::VerSetConditionMask(0x18, 0, kVerGreaterEqual));
+}
+
+// A fresh prefix and a fresh host are 6.1 with service pack 1.
+TEST(VerifyVersionInfoContract, ComparesFieldByField) {
+  struct Case {
+    const char* name;
+    winapi::OsVersionInfo info;
+    bool met;
+  };
+  const Case kCases[] = {
+      {"5.9 pack 9", Version(5, 9, 9), true},   {"6.0 pack 1", Version(6, 0, 1), true},
+      {"6.0 pack 5", Version(6, 0, 5), true},   {"6.1 pack 0", Version(6, 1, 0), true},
+      {"6.1 pack 1", Version(6, 1, 1), true},   {"6.1 pack 2", Version(6, 1, 2), false},
+      {"6.2 pack 0", Version(6, 2, 0), false},  {"6.3 pack 0", Version(6, 3, 0), false},
+      {"10.0 pack 0", Version(10, 0, 0), false}};
+  for (const Case& one : kCases) {
+    SCOPED_TRACE(one.name);
+    winapi::OsVersionInfo info = one.info;
+    winapi::SetLastError(0);
+    EXPECT_EQ(one.met, winapi::VerifyVersionInfoW(&info, kAllThree, MaskOfAllThree()) != 0);
+    EXPECT_EQ(one.met ? 0 : winapi::kErrorOldWinVersion, winapi::GetLastError());
+  }
+}
+
+TEST(VerifyVersionInfoContract, DoesNotLookAtTheStructuresSize) {
+  winapi::OsVersionInfo info = Version(6, 0, 1);
+  info.dwOSVersionInfoSize = 0;
+  EXPECT_NE(0, winapi::VerifyVersionInfoW(&info, kAllThree, MaskOfAllThree()));
+}
+
+TEST(VerifyVersionInfoContract, RefusesNoTypeAndNoCondition) {
+  constexpr winapi::Error kBadArguments = 160;
+  winapi::OsVersionInfo info = Version(6, 0, 1);
+  EXPECT_EQ(0, winapi::VerifyVersionInfoW(&info, 0, MaskOfAllThree()));
+  EXPECT_EQ(kBadArguments, winapi::GetLastError());
+  winapi::SetLastError(0);
+  EXPECT_EQ(0, winapi::VerifyVersionInfoW(&info, kVerMajorVersion, 0));
+  EXPECT_EQ(kBadArguments, winapi::GetLastError());
+}
+
+}  // namespace

@@ -1,0 +1,35 @@
+#include "tests/support/checks.h"
+
+#include <algorithm>
+
+#include "oru/rtl/check.h"
+#include "platform/winapi/winapi/exceptions.h"
+
+namespace tests {
+namespace {
+
+std::int32_t WINAPI_STDCALL RecordCheck(winapi::ExceptionPointers* pointers) noexcept {
+  if (pointers == nullptr || pointers->Record == nullptr ||
+      pointers->Record->ExceptionCode != oru::kAssertionExceptionCode) {
+    return winapi::kExceptionContinueSearch;
+  }
+  ReportedChecks().emplace_back(
+      reinterpret_cast<const char*>(pointers->Record->ExceptionInformation[0]));
+  return winapi::kExceptionContinueExecution;
+}
+
+}  // namespace
+
+void ArmCheckRecorder() { (void)winapi::AddVectoredExceptionHandler(1, RecordCheck); }
+
+std::vector<std::string>& ReportedChecks() {
+  static std::vector<std::string> texts;
+  return texts;
+}
+
+std::size_t CountReported(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::count(ReportedChecks().begin(), ReportedChecks().end(), text));
+}
+
+}  // namespace tests

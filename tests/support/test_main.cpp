@@ -1,0 +1,27 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "tests/support/checks.h"
+#include "tests/support/temporary_folder.h"
+
+// Natively each test process has a machine of its own: an empty folder that goes away with it. The host
+// layer looks at the variable at its first use, which a static initialiser may be, so the folder is made
+// by the runner of an initialiser with a high priority.
+#ifndef _WIN32
+namespace {
+
+struct HostRoot {
+  HostRoot() { ::setenv("ZUM_HOST_ROOT", folder.Path().c_str(), 1); }
+  tests::TemporaryFolder folder;
+};
+HostRoot hostRoot __attribute__((init_priority(101)));
+
+}  // namespace
+#endif
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  tests::ArmCheckRecorder();
+  return RUN_ALL_TESTS();
+}

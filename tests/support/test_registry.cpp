@@ -1,0 +1,25 @@
+#include "tests/support/test_registry.h"
+
+#include <algorithm>
+
+namespace tests {
+
+std::optional<Value> GetValue(const std::u16string& path, const std::u16string& name) {
+  if (!KeyExists(path)) return std::nullopt;
+  const auto values = Values(path);
+  const auto found =
+      std::find_if(values.begin(), values.end(), [&](const Value& v) { return v.name == name; });
+  return found == values.end() ? std::nullopt : std::optional<Value>(*found);
+}
+
+std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, int zeros) {
+  std::vector<std::uint8_t> bytes;
+  for (const char16_t unit : text) {
+    bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
+    bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
+  }
+  bytes.insert(bytes.end(), static_cast<std::size_t>(zeros) * 2, 0);
+  return bytes;
+}
+
+}  // namespace tests
