@@ -1,0 +1,40 @@
+#include "oru/rtl/exception.h"
+#include "oru/rtl/text_conversion.h"
+#include "oru/rtl/trace_stream.h"
+
+namespace oru {
+namespace {
+
+// The display text as UTF-8. False when it can't be made or converted, whatever the reason: what a
+// trace inserts doesn't throw.
+bool GetLinkText(const Exception& link, String8& text) noexcept {
+  try {
+    return !ORU_FAILED(Utf16ToUtf8(GetDisplayText(link).view(), text));
+  } catch (...) {
+    return false;
+  }
+}
+
+}  // namespace
+
+String16 GetDisplayText(const Exception& exception) {
+  String16 text;
+  text << exception.what() << u" - " << exception.GetDescription() << u". At " << exception.File()
+       << u"(" << exception.Line() << u") ";
+  return text;
+}
+
+TraceStream& operator<<(TraceStream& stream, const Exception& exception) noexcept {
+  for (const Exception* link = &exception; link != nullptr; link = link->Inner()) {
+    if (link != &exception) stream << ";";
+    String8 text;
+    if (GetLinkText(*link, text)) {
+      stream << text;
+    } else {
+      stream << "<Exception display text conversion error>";
+    }
+  }
+  return stream;
+}
+
+}  // namespace oru

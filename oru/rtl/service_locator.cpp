@@ -1,0 +1,14 @@
+#include "oru/rtl/service_locator.h"
+
+#include "oru/rtl/check.h"
+
+namespace oru {
+
+ResultCode GetService(IServiceLocator* sl, InterfaceNumber iid, std::uint32_t classId,
+                      void** iface) noexcept {
+  ORU_CHECK(sl && iface);
+  if (sl == nullptr || iface == nullptr) return errInvalidArgument;
+  return sl->GetInterface(iid, classId, iface);
+}
+
+}  // namespace oru

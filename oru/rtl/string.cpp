@@ -1,0 +1,12 @@
+#include "oru/rtl/string.h"
+
+#include "oru/rtl/string_impl.h"
+
+namespace oru {
+
+template class block_keeper<char>;
+template class block_keeper<char16_t>;
+template class basic_string_t<char>;
+template class basic_string_t<char16_t>;
+
+}  // namespace oru

@@ -1,0 +1,133 @@
+#include "oru/rtl/text_conversion.h"
+
+#include <new>
+#include <typeinfo>
+
+#include "oru/rtl/text_conversion_impl.h"
+#include "platform/winapi/winapi/multibyte.h"
+
+namespace oru {
+namespace {
+
+bool IsHighSurrogate(std::uint32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsLowSurrogate(std::uint32_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+// The six bits at `shift`, as a byte that continues a sequence.
+char Continuation(std::uint32_t codePoint, unsigned shift) noexcept {
+  return static_cast<char>(0x80 | ((codePoint >> shift) & 0x3F));
+}
+
+}  // namespace
+
+std::uint32_t DecodeUtf16(const char16_t*& first, const char16_t* last) noexcept {
+  const std::uint32_t unit = *first++;
+  if (!IsHighSurrogate(unit) || first == last || !IsLowSurrogate(*first)) return unit;
+  const std::uint32_t low = *first++;
+  return (unit - 0xD800) * 1024 + (low - 0xDC00) + 0x10000;
+}
+
+unsigned EncodeUtf8(std::uint32_t codePoint, char (&bytes)[4]) noexcept {
+  if (codePoint < 0x80) {
+    bytes[0] = static_cast<char>(codePoint);
+    return 1;
+  }
+  if (codePoint < 0x800) {
+    bytes[0] = static_cast<char>(0xC0 | (codePoint >> 6));
+    bytes[1] = Continuation(codePoint, 0);
+    return 2;
+  }
+  if (codePoint < 0x10000) {
+    bytes[0] = static_cast<char>(0xE0 | (codePoint >> 12));
+    bytes[1] = Continuation(codePoint, 6);
+    bytes[2] = Continuation(codePoint, 0);
+    return 3;
+  }
+  if (codePoint >= 0x110000) return 0;
+  bytes[0] = static_cast<char>(0xF0 | (codePoint >> 18));
+  bytes[1] = Continuation(codePoint, 12);
+  bytes[2] = Continuation(codePoint, 6);
+  bytes[3] = Continuation(codePoint, 0);
+  return 4;
+}
+
+namespace detail {
+
+bool DecodeWide(const char16_t*& first, const char16_t* last, std::uint32_t& codePoint) noexcept {
+  codePoint = DecodeUtf16(first, last);
+  return true;
+}
+
+bool DecodeAnsi(const char*& first, const char* last, std::uint32_t& codePoint) noexcept {
+  char32_t character = 0;
+  const int used =
+      winapi::MultibyteToCharacter(first, static_cast<std::size_t>(last - first), &character);
+  if (used < 0) return false;
+  first += used == 0 ? 1 : used;  // a zero byte is a character too
+  codePoint = character;
+  return true;
+}
+
+unsigned EncodeUtf8Units(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept {
+  char bytes[4];
+  const unsigned n = EncodeUtf8(codePoint, bytes);
+  std::copy_n(bytes, n, units);
+  return n;
+}
+
+unsigned EncodeUtf8OrMark(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept {
+  const unsigned n = EncodeUtf8Units(codePoint, units);
+  if (n != 0) return n;
+  units[0] = '?';
+  return 1;
+}
+
+unsigned EncodeAnsi(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept {
+  const int n = winapi::CharacterToMultibyte(static_cast<char16_t>(codePoint & 0xFFFF), units);
+  return n < 0 ? 0 : static_cast<unsigned>(n);
+}
+
+unsigned EncodeWide(std::uint32_t codePoint, char16_t (&units)[kMaxUnits]) noexcept {
+  if (codePoint < 0x10000) {
+    units[0] = static_cast<char16_t>(codePoint);
+    return 1;
+  }
+  if (codePoint >= 0x110000) return 0;
+  const std::uint32_t offset = codePoint - 0x10000;
+  units[0] = static_cast<char16_t>(0xD800 + offset / 1024);
+  units[1] = static_cast<char16_t>(0xDC00 + offset % 1024);
+  return 2;
+}
+
+}  // namespace detail
+
+std::size_t CountUtf8(std::u16string_view source) noexcept {
+  std::size_t length = 0;
+  (void)detail::ConvertEach<char>(source, detail::DecodeWide, detail::EncodeUtf8OrMark,
+                                  [&](const char*, unsigned n) { length += n; });
+  return length;
+}
+
+void WriteUtf8(std::u16string_view source, char* bytes) noexcept {
+  (void)detail::ConvertEach<char>(
+      source, detail::DecodeWide, detail::EncodeUtf8OrMark,
+      [&](const char* units, unsigned n) { bytes = std::copy_n(units, n, bytes); });
+}
+
+ResultCode Utf16ToUtf8(std::u16string_view source, String8& target) noexcept {
+  return detail::ConvertText(source, target, detail::DecodeWide, detail::EncodeUtf8Units);
+}
+
+ResultCode Utf16ToAnsi(std::u16string_view source, String8& target) noexcept {
+  return detail::ConvertText(source, target, detail::DecodeWide, detail::EncodeAnsi);
+}
+
+ResultCode AnsiToUtf16(std::string_view source, String16& target) noexcept {
+  return detail::ConvertText(source, target, detail::DecodeAnsi, detail::EncodeWide);
+}
+
+void ThrowOnConversionFailure(ResultCode rc) {
+  if (rc == errOutOfMemory) throw std::bad_alloc();
+  if (ORU_FAILED(rc)) throw std::bad_cast();
+}
+
+}  // namespace oru

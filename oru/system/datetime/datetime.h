@@ -1,0 +1,48 @@
+// Time: instants as ticks, and their broken-down forms in UTC and in local time.
+//
+// Each function that converts throws TimeSystemError when the system refuses a value.
+#ifndef ORU_SYSTEM_DATETIME_DATETIME_H_
+#define ORU_SYSTEM_DATETIME_DATETIME_H_
+
+#include <compare>
+#include <cstdint>
+
+#include "oru/rtl/exception.h"
+#include "platform/winapi/winapi/time.h"
+
+namespace oru::datetime {
+
+// An instant: the count of 100 ns ticks since 1 January 1601, UTC. Arithmetic on `ticks` wraps.
+struct DateTime {
+  std::uint64_t ticks = 0;
+
+  friend auto operator<=>(const DateTime&, const DateTime&) noexcept = default;
+};
+
+inline constexpr std::uint64_t kTicksPerMillisecond = 10'000;
+inline constexpr std::uint64_t kTicksPerMinute = 600'000'000;
+
+// A time that the system can't convert, or a time zone that it can't give. Copied and rethrown by
+// the operations of its base, it becomes a SystemException.
+class TimeSystemError : public SystemException {
+ public:
+  TimeSystemError() noexcept = default;
+  [[nodiscard]] const char* what() const noexcept override;
+};
+
+// The clock.
+[[nodiscard]] DateTime Now() noexcept;
+
+// The UTC form. Fails for instants from 0x8000000000000000 up.
+[[nodiscard]] winapi::SystemTime ToSystemTime(DateTime time);
+
+// The local form, by the time-zone rules of the instant's UTC year.
+[[nodiscard]] winapi::SystemTime ToLocalSystemTime(DateTime time);
+
+// The instant of a UTC form; wDayOfWeek is ignored. Fails for what isn't a date and for years
+// before 1601.
+[[nodiscard]] DateTime FromSystemTime(const winapi::SystemTime& systemTime);
+
+}  // namespace oru::datetime
+
+#endif  // ORU_SYSTEM_DATETIME_DATETIME_H_

@@ -1,0 +1,224 @@
+#include "oru/rtl/error_mapping.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <ostream>
+#include <string>
+
+#include "oru/rtl/result_text.h"
+
+namespace {
+
+using oru::MakeResultCode;
+
+struct Row {
+  std::uint32_t error;
+  std::uint32_t result;
+  const char* text;
+};
+
+constexpr Row kWin32Rows[] = {
+    {0, 0x00000000, "No error"},
+    {1, 0x80000042, "Not supported"},
+    {50, 0x80000042, "Not supported"},
+    {2, 0x80010102, "File not found"},
+    {3, 0x80010103, "Path not found"},
+    {53, 0x80010103, "Path not found"},
+    {267, 0x80010103, "Path not found"},
+    {5, 0x80000045, "Access denied"},
+    {6, 0x80010101, "Invalid handle"},
+    {8, 0x80000041, "Out of memory"},
+    {21, 0x80000063, "Not ready"},
+    {24, 0x8000005C, "Invalid size"},
+    {31, 0x8000004B, "Unspecified error"},
+    {32, 0x80010104, "Sharing violation"},
+    {33, 0x80010104, "Sharing violation"},
+    {80, 0x80010105, "Already exists"},
+    {183, 0x80010105, "Already exists"},
+    {87, 0x80000046, "Invalid argument"},
+    {160, 0x80000046, "Invalid argument"},
+    {111, 0x80000044, "Buffer too small"},
+    {122, 0x80000044, "Buffer too small"},
+    {234, 0x80000044, "Buffer too small"},
+    {112, 0x80000062, "Out of space"},
+    {123, 0x80010109, "Invalid path name"},
+    {126, 0x80010112, "Module not found"},
+    {127, 0x80010107, "Symbol not found"},
+    {393, 0x80010114, "Cloud file request aborted"},
+    {637, 0x80010113, "System image bad signature"},
+    {995, 0x80000051, "Operation cancelled"},
+    {1168, 0x8000004C, "Not found"},
+    {1347, 0x80010110, "Cannot open an anonymous level security token"},
+    {1413, 0x8000005E, "Invalid index"},
+    {1450, 0x8000006C, "Insufficient resources"},
+    {1460, 0x80000221, "Operation timeout"},
+    {1630, 0x8000005D, "Invalid type"},
+    {14001, 0x80010108, "Sxs is incorrect"},
+};
+
+constexpr Row kStatusRows[] = {
+    {0x80000005, 0x80000044, "Buffer too small"},
+    {0xC0000023, 0x80000044, "Buffer too small"},
+    {0x8000000A, 0x80000063, "Not ready"},
+    {0x80310000, 0x8000004F, "Locked"},
+    {0x80310068, 0x8000005C, "Invalid size"},
+    {0x80310080, 0x8000005C, "Invalid size"},
+    {0x803100B5, 0x80000001, "Interface not supported"},
+    {0xC0000008, 0x80010101, "Invalid handle"},
+    {0xC000000D, 0x80000046, "Invalid argument"},
+    {0xC000090B, 0x80000046, "Invalid argument"},
+    {0xC0000017, 0x80000041, "Out of memory"},
+    {0xC0000022, 0x80000045, "Access denied"},
+    {0xC0000043, 0x80010104, "Sharing violation"},
+    {0xC0000055, 0x80010104, "Sharing violation"},
+    {0xC000007F, 0x80000062, "Out of space"},
+    {0xC00000A6, 0x80010110, "Cannot open an anonymous level security token"},
+    {0xC00000BB, 0x80000042, "Not supported"},
+    {0xC00002D1, 0x80010113, "System image bad signature"},
+    {0xC0150002, 0x80010108, "Sxs is incorrect"},
+    {0, 0x00000000, "No error"},
+    {258, 0x80000221, "Operation timeout"},
+    {1115, 0x8000006A, "Invalid state"},
+    {1503, 0xA0160001, "Unknown result code"},
+};
+
+std::string Hexadecimal(std::uint32_t number) {
+  char text[9];
+  std::snprintf(text, sizeof(text), "%08X", static_cast<unsigned>(number));
+  return text;
+}
+
+std::uint32_t FromWin32(std::uint32_t error) {
+  return static_cast<std::uint32_t>(oru::Win32ErrorToResult(error));
+}
+
+std::uint32_t FromStatus(std::uint32_t status) {
+  return static_cast<std::uint32_t>(oru::SystemErrorToResult(status));
+}
+
+std::string_view TextOf(std::uint32_t result) {
+  return oru::LookupResultText(MakeResultCode(result));
+}
+
+void PrintTo(const Row& row, std::ostream* out) { *out << Hexadecimal(row.error); }
+
+std::string CaseName(const ::testing::TestParamInfo<Row>& info) {
+  return "Error" + Hexadecimal(info.param.error);
+}
+
+class Win32ErrorToResult : public ::testing::TestWithParam<Row> {};
+
+TEST_P(Win32ErrorToResult, FollowsTheTable) {
+  EXPECT_EQ(FromWin32(GetParam().error), GetParam().result);
+  EXPECT_EQ(TextOf(GetParam().result), GetParam().text);
+}
+
+// In the form of an HRESULT the number gives the same.
+TEST_P(Win32ErrorToResult, UnwrapsAnHresultOfTheTable) {
+  EXPECT_EQ(FromWin32(0x80070000 + GetParam().error), GetParam().result);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, Win32ErrorToResult, ::testing::ValuesIn(kWin32Rows), CaseName);
+
+class SystemErrorToResult : public ::testing::TestWithParam<Row> {};
+
+TEST_P(SystemErrorToResult, FollowsTheTable) {
+  EXPECT_EQ(FromStatus(GetParam().error), GetParam().result);
+  EXPECT_EQ(TextOf(GetParam().result), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, SystemErrorToResult, ::testing::ValuesIn(kStatusRows), CaseName);
+
+bool IsInWin32Table(std::uint32_t error) {
+  for (const Row& row : kWin32Rows) {
+    if (row.error == error) return true;
+  }
+  return false;
+}
+
+TEST(Win32ErrorToResult, EveryOtherErrorNumberGetsFacilitySeven) {
+  int others = 0;
+  for (std::uint32_t error = 0; error < 0x10000; ++error) {
+    if (IsInWin32Table(error)) continue;
+    ++others;
+    ASSERT_EQ(FromWin32(error), 0x80070000 + error) << error;
+  }
+  EXPECT_EQ(others, 0x10000 - 36);
+}
+
+TEST(Win32ErrorToResult, AccessDeniedHasACodeOfItsOwn) {
+  EXPECT_EQ(FromWin32(5), 0x80000045u);
+  EXPECT_EQ(TextOf(FromWin32(5)), "Access denied");
+  EXPECT_EQ(FromWin32(0x80070005), 0x80000045u);
+}
+
+TEST(Win32ErrorToResult, UnknownErrorNumberHasNoText) {
+  EXPECT_EQ(FromWin32(1000), 0x800703E8u);
+  EXPECT_EQ(TextOf(0x800703E8), "Unknown result code");
+}
+
+TEST(Win32ErrorToResult, LastErrorNumberGetsFacilitySeven) {
+  EXPECT_EQ(FromWin32(0xFFFF), 0x8007FFFFu);
+}
+
+TEST(Win32ErrorToResult, ForeignHresultIsUnspecified) {
+  EXPECT_EQ(FromWin32(0x80040154), 0x80010100u);
+  EXPECT_EQ(TextOf(0x80010100), "Unspecified platform error");
+}
+
+TEST(Win32ErrorToResult, HresultOfAnUnknownErrorNumberStaysAsItIs) {
+  EXPECT_EQ(FromWin32(0x800703E8), 0x800703E8u);
+}
+
+TEST(Win32ErrorToResult, HresultOfNumberZeroIsASuccess) { EXPECT_EQ(FromWin32(0x80070000), 0u); }
+
+TEST(Win32ErrorToResult, FacilityOfAnHresultHasTwelveBits) {
+  EXPECT_EQ(FromWin32(0xC0070005), 0x80000045u);
+  EXPECT_EQ(FromWin32(0xF0070005), 0x80000045u);
+  EXPECT_EQ(FromWin32(0x80170005), 0x80010100u);
+  EXPECT_EQ(FromWin32(0x88070005), 0x80010100u);
+  EXPECT_EQ(FromWin32(0x80060005), 0x80010100u);
+}
+
+TEST(Win32ErrorToResult, FailureOutsideTheFacilityIsUnspecified) {
+  for (const std::uint32_t error :
+       {0x80000000u, 0x80000045u, 0xC0000022u, 0xA1780005u, 0xFFFFFFFFu}) {
+    EXPECT_EQ(FromWin32(error), 0x80010100u) << Hexadecimal(error);
+  }
+}
+
+TEST(Win32ErrorToResult, PositiveNumberAboveTheErrorsIsASuccess) {
+  EXPECT_EQ(FromWin32(0x00012345), 0u);
+  for (const std::uint32_t error : {0x00010000u, 0x00070005u, 0x7FFFFFFFu}) {
+    EXPECT_EQ(FromWin32(error), 0u) << Hexadecimal(error);
+  }
+}
+
+TEST(SystemErrorToResult, ChangedLogFileHasACodeWithoutAText) {
+  EXPECT_EQ(FromStatus(1503), 0xA0160001u);
+  EXPECT_EQ(TextOf(0xA0160001), "Unknown result code");
+}
+
+TEST(SystemErrorToResult, WhatItsTableDoesNotHoldIsAWindowsError) {
+  for (const Row& row : kWin32Rows) EXPECT_EQ(FromStatus(row.error), row.result) << row.error;
+  EXPECT_EQ(FromStatus(1000), 0x800703E8u);
+  EXPECT_EQ(FromStatus(0x80070005), 0x80000045u);
+  EXPECT_EQ(FromStatus(0x80040154), 0x80010100u);
+  EXPECT_EQ(FromStatus(0x00012345), 0u);
+}
+
+TEST(SystemErrorToResult, OnlyItsOwnTableKnowsTheStatuses) {
+  EXPECT_EQ(FromWin32(258), 0x80070102u);
+  EXPECT_EQ(FromWin32(1115), 0x8007045Bu);
+  EXPECT_EQ(FromWin32(1503), 0x800705DFu);
+  EXPECT_EQ(FromWin32(0xC0000022), 0x80010100u);
+}
+
+TEST(SystemErrorToResult, UnwrappedNumberIsNotAStatus) {
+  // The number inside an HRESULT is looked up as a Windows error alone.
+  EXPECT_EQ(FromStatus(0x80070102), 0x80070102u);
+}
+
+}  // namespace
