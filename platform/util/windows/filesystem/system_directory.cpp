@@ -1,0 +1,35 @@
+#include "platform/util/windows/filesystem/system_directory.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "oru/rtl/error_mapping.h"
+#include "oru/rtl/exception.h"
+#include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/files.h"
+
+namespace product_platform::windows::detail {
+namespace {
+
+constexpr char kSourceFile[] = "platform/util/windows/filesystem/system_directory";
+
+winapi::Dword AskSystemDirectory(char16_t* buffer, winapi::Dword size, std::uint32_t line) {
+  const winapi::Dword result = winapi::GetSystemDirectoryW(buffer, size);
+  if (result != 0) return result;
+  throw oru::CheckResultFailedException(kSourceFile, line,
+                                        oru::Win32ErrorToResult(winapi::GetLastError()))
+      << u"product_platform::windows::detail::GetSystemFilesDirectory" << u" failed ";
+}
+
+}  // namespace
+
+std::u16string GetSystemFilesDirectory() {
+  const winapi::Dword size = AskSystemDirectory(nullptr, 0, __LINE__);
+  std::u16string directory(size, u'\0');
+  const winapi::Dword length = AskSystemDirectory(directory.data(), size, __LINE__);
+  // A directory that has become longer in between doesn't: what the buffer has is all there is.
+  directory.resize(std::min(length, size));
+  return directory;
+}
+
+}  // namespace product_platform::windows::detail

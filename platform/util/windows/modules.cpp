@@ -1,0 +1,27 @@
+#include "platform/util/windows/modules.h"
+
+#include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/modules.h"
+
+namespace windows_helpers {
+namespace {
+
+// The last error, or `fallback` where the system left none: a failure must not look like a success.
+winapi::Error LastErrorOr(winapi::Error fallback) noexcept {
+  const winapi::Error error = winapi::GetLastError();
+  return error != winapi::kErrorSuccess ? error : fallback;
+}
+
+}  // namespace
+
+winapi::Error FindProcedure(const char16_t* module, const char* name,
+                            winapi::Procedure& procedure) noexcept {
+  procedure = nullptr;
+  const winapi::Module loaded = winapi::GetModuleHandleW(module);
+  if (loaded == nullptr) return LastErrorOr(winapi::kErrorModuleNotFound);
+  procedure = winapi::GetProcAddress(loaded, name);
+  if (procedure == nullptr) return LastErrorOr(winapi::kErrorProcedureNotFound);
+  return winapi::kErrorSuccess;
+}
+
+}  // namespace windows_helpers

@@ -1,0 +1,17 @@
+// Functions of the system that are found by name at run time, since not every system has them.
+#ifndef PLATFORM_UTIL_WINDOWS_MODULES_H_
+#define PLATFORM_UTIL_WINDOWS_MODULES_H_
+
+#include "platform/winapi/winapi/types.h"
+
+namespace windows_helpers {
+
+// Finds a function in a module that is loaded for as long as the process lives, such as
+// "advapi32.dll". On failure `procedure` is null and the error 126 (no such module) or 127 (no such
+// function).
+[[nodiscard]] winapi::Error FindProcedure(const char16_t* module, const char* name,
+                                          winapi::Procedure& procedure) noexcept;
+
+}  // namespace windows_helpers
+
+#endif  // PLATFORM_UTIL_WINDOWS_MODULES_H_

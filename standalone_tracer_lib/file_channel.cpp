@@ -1,0 +1,48 @@
+#include "standalone_tracer_lib/file_channel.h"
+
+#include <locale>
+
+#include "oru/rtl/exception.h"
+#include "oru/system/datetime/datetime.h"
+#include "platform/winapi/winapi/files.h"
+#include "platform/winapi/winapi/process.h"
+#include "standalone_tracer_lib/trace_lines.h"
+
+namespace standalone::trace {
+namespace {
+
+constexpr char kSourceFile[] = "zum_setup_util/standalone_tracer_lib/file_channel";
+constexpr char kLineEnd[] = "\r\n";
+
+}  // namespace
+
+FileChannel::FileChannel(const oru::String16& path, const char* commandLine) {
+  m_stream.imbue(std::locale::classic());
+  winapi::OpenOutputStream(m_stream, path.c_str());
+  if (!m_stream.is_open()) throw oru::CheckFailedException(kSourceFile, 101);
+  m_stream << detail::ComposeHeader(oru::datetime::Now(), winapi::GetCurrentProcessId(),
+                                    commandLine);
+  m_stream << kLineEnd;
+}
+
+FileChannel::~FileChannel() {
+  try {
+    WriteFooter();
+  } catch (...) {
+    // Nobody is left to tell: this runs at process exit, and tracing must not end a process by
+    // itself.
+  }
+}
+
+void FileChannel::WriteFooter() {
+  m_stream << detail::ComposeFooter(oru::datetime::Now());
+  m_stream << kLineEnd;
+}
+
+oru::ResultCode FileChannel::WriteRecord(const oru::tracer::TraceRecord* record) {
+  m_stream << detail::ComposeRecord(*record);
+  m_stream << kLineEnd;
+  return oru::sOk;
+}
+
+}  // namespace standalone::trace

@@ -1,0 +1,143 @@
+// Opening keys, deleting values, and the checks of an empty key holder.
+#include <gtest/gtest.h>
+
+#include "platform/util/windows/registry.h"
+#include "platform/winapi/winapi/modules.h"
+#include "tests/platform/util/windows/registry_fixture.h"
+#include "tests/support/checks.h"
+
+using tests::CountReported;
+using tests::ReportedChecks;
+using windows_helpers::KernelHandle;
+using windows_helpers::OpenKey;
+using windows_helpers::OpenKeyTransacted;
+using windows_helpers::RegKey;
+
+namespace {
+
+using Reports = std::vector<std::string>;
+
+class OpenKeyTest : public tests::RegistryTest {};
+
+TEST_F(OpenKeyTest, FillsTheTarget) {
+  RegKey key;
+  EXPECT_EQ(OpenKey(key, winapi::HkeyLocalMachine(), Path().c_str(), tests::kAllAccess), 0u);
+  EXPECT_TRUE(key.IsValid());
+  EXPECT_EQ(windows_helpers::WriteStringValue(key, u"v", nullptr, nullptr), 0u);
+  EXPECT_EQ(ReportedChecks(), Reports());
+}
+
+TEST_F(OpenKeyTest, MissingKeyLeavesTheTargetEmpty) {
+  RegKey key;
+  EXPECT_EQ(
+      OpenKey(key, winapi::HkeyLocalMachine(), (Path() + u"\\none").c_str(), tests::kReadAccess),
+      2u);
+  EXPECT_FALSE(key.IsValid());
+  EXPECT_EQ(ReportedChecks(), Reports());
+}
+
+TEST_F(OpenKeyTest, NullHiveIsAnInvalidHandle) {
+  RegKey key;
+  EXPECT_EQ(OpenKey(key, nullptr, Path().c_str(), tests::kReadAccess), 6u);
+  EXPECT_FALSE(key.IsValid());
+}
+
+TEST_F(OpenKeyTest, PassesTheMaskOn) {
+  RegKey key;
+  ASSERT_EQ(OpenKey(key, winapi::HkeyLocalMachine(), Path().c_str(), tests::kReadAccess), 0u);
+  EXPECT_EQ(windows_helpers::WriteStringValue(key, u"v", nullptr, nullptr), 5u);
+}
+
+TEST_F(OpenKeyTest, FullTargetIsReportedBeforeAndAtTheAssignment) {
+  RegKey key;
+  Open(key);
+  const winapi::Key first = key.GetValue();
+  EXPECT_EQ(OpenKey(key, winapi::HkeyLocalMachine(), Path().c_str(), tests::kReadAccess), 0u);
+  EXPECT_EQ(ReportedChecks(), (Reports{"!newKey.IsValid()", "!IsValid()"}));
+  EXPECT_NE(key.GetValue(), first);
+  EXPECT_EQ(winapi::RegCloseKey(first), 0u);  // nobody closed it
+}
+
+TEST_F(OpenKeyTest, FullTargetKeepsItsKeyOnFailure) {
+  RegKey key;
+  Open(key);
+  const winapi::Key first = key.GetValue();
+  EXPECT_EQ(
+      OpenKey(key, winapi::HkeyLocalMachine(), (Path() + u"\\none").c_str(), tests::kReadAccess),
+      2u);
+  EXPECT_EQ(key.GetValue(), first);
+  EXPECT_EQ(ReportedChecks(), Reports{"!newKey.IsValid()"});
+}
+
+// Wine has no RegOpenKeyTransactedW, the host and Windows do.
+bool HasTransactedOpen() {
+  const winapi::Module advapi32 = winapi::GetModuleHandleW(u"advapi32.dll");
+  return advapi32 != nullptr &&
+         winapi::GetProcAddress(advapi32, "RegOpenKeyTransactedW") != nullptr;
+}
+
+TEST_F(OpenKeyTest, TransactedOpenIsMissingOrTakesTheTransaction) {
+  RegKey key;
+  const KernelHandle none;
+  const winapi::Error error =
+      OpenKeyTransacted(key, none, winapi::HkeyLocalMachine(), Path().c_str(), tests::kReadAccess);
+  if (HasTransactedOpen()) {
+    EXPECT_NE(error, 127u);
+  } else {
+    EXPECT_EQ(error, 127u);
+    EXPECT_FALSE(key.IsValid());
+  }
+  EXPECT_EQ(ReportedChecks(), Reports());
+}
+
+TEST_F(OpenKeyTest, DeleteValueRemovesTheValue) {
+  Set(u"v", 1, tests::Utf16Bytes(u"text"));
+  RegKey key;
+  Open(key);
+  EXPECT_EQ(windows_helpers::DeleteValue(key, u"v"), 0u);
+  EXPECT_EQ(tests::GetValue(Path(), u"v"), std::nullopt);
+  EXPECT_EQ(windows_helpers::DeleteValue(key, u"v"), 2u);
+  EXPECT_EQ(ReportedChecks(), Reports());
+}
+
+// The call is made all the same, with the null key, which the system refuses.
+
+TEST(EmptyKeyHolder, ReadStringValueReportsTwice) {
+  // The wrapper and the loop below it have a check each.
+  oru::String16 value(u"old");
+  EXPECT_EQ(windows_helpers::ReadStringValue(RegKey(), u"v", value), 6u);
+  EXPECT_EQ(ReportedChecks(), (Reports{"key.IsValid()", "key.IsValid()"}));
+}
+
+TEST(EmptyKeyHolder, ReadMultiStringValueReportsTwice) {
+  std::vector<std::u16string> values = {u"old"};
+  EXPECT_EQ(windows_helpers::ReadMultiStringValue(RegKey(), u"v", values), 6u);
+  EXPECT_EQ(values, std::vector<std::u16string>{u"old"});
+  EXPECT_EQ(ReportedChecks(), (Reports{"key.IsValid()", "key.IsValid()"}));
+}
+
+TEST(EmptyKeyHolder, WriteStringValueReports) {
+  const char16_t text[] = u"text";
+  EXPECT_EQ(windows_helpers::WriteStringValue(RegKey(), u"v", text, text + 4), 6u);
+  EXPECT_EQ(ReportedChecks(), Reports{"key.IsValid()"});
+}
+
+TEST(EmptyKeyHolder, WriteMultiStringValueReports) {
+  EXPECT_EQ(windows_helpers::WriteMultiStringValue(RegKey(), u"v", {u"a"}), 6u);
+  EXPECT_EQ(ReportedChecks(), Reports{"key.IsValid()"});
+}
+
+TEST(EmptyKeyHolder, DeleteValueReports) {
+  EXPECT_EQ(windows_helpers::DeleteValue(RegKey(), u"v"), 6u);
+  EXPECT_EQ(ReportedChecks(), Reports{"key.IsValid()"});
+}
+
+TEST(PerformanceData, IsReportedAndReadAllTheSame) {
+  RegKey key;
+  key.Attach(winapi::HkeyPerformanceData());
+  oru::String16 value;
+  EXPECT_NE(windows_helpers::ReadStringValue(key, u"zum no such counter", value), 0u);
+  EXPECT_EQ(CountReported("key.GetValue() != (( HKEY ) (ULONG_PTR)((LONG)0x80000004) )"), 1u);
+}
+
+}  // namespace

@@ -1,0 +1,39 @@
+// A trace file as a test looks at it.
+#ifndef TESTS_STANDALONE_TRACER_LIB_TRACE_FILE_H_
+#define TESTS_STANDALONE_TRACER_LIB_TRACE_FILE_H_
+
+#include <filesystem>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include "oru/rtl/string.h"
+#include "tests/support/temporary_folder.h"
+
+namespace tests {
+
+// The file's bytes; throws std::runtime_error when it can't be read.
+[[nodiscard]] std::string ReadBytes(const std::filesystem::path& file);
+
+// The text with its times replaced by what they are: "<day minute>", "<day second>", "<time of
+// day>".
+[[nodiscard]] std::string MaskTimes(const std::string& text);
+
+// The text with the numbers of a process and its threads replaced: "PID: <process>", "<thread>".
+[[nodiscard]] std::string MaskIdentity(const std::string& text);
+
+// What a file looks like with its times masked: header, the lines between, footer. A line is what
+// stands behind the thread, from the level on.
+[[nodiscard]] std::string ExpectedFile(const std::string& commandLine,
+                                       const std::initializer_list<std::string>& lines);
+
+// This moment in local and in UTC, by the C library, in the words of strftime.
+[[nodiscard]] std::string LocalTime(const char* format);
+[[nodiscard]] std::string UtcTime(const char* format);
+
+// A path of the folder as the product takes it.
+[[nodiscard]] oru::String16 PathIn(const TemporaryFolder& folder, const char16_t* name);
+
+}  // namespace tests
+
+#endif  // TESTS_STANDALONE_TRACER_LIB_TRACE_FILE_H_
