@@ -1,0 +1,48 @@
+#!/usr/bin/env python3
+"""Runs cases of this suite on the machine that the environment names.
+
+    run_tests.py --list         the names of all cases of this machine, a line each
+    run_tests.py NAME ...       runs those
+
+ZUM_WORLD is "windows" or "native", ZUM_PROGRAM the program under test, ZUM_HELPERS the folder of the Windows helpers.
+"""
+
+import sys
+import unittest
+
+sys.dont_write_bytecode = True
+
+import cases  # noqa: E402
+import test_command_lines  # noqa: E402
+import test_native  # noqa: E402
+import test_package  # noqa: E402
+import test_rewrite  # noqa: E402
+import test_trace  # noqa: E402
+
+MODULES = [test_command_lines, test_native, test_package, test_rewrite, test_trace]
+
+
+def all_cases():
+    for module in MODULES:
+        for case in vars(module).values():
+            if isinstance(case, type) and issubclass(case, cases.MachineCase) and case.__module__ == module.__name__:
+                for name in unittest.TestLoader().getTestCaseNames(case):
+                    if cases.is_listed(case, getattr(case, name)):
+                        yield f"{case.__name__}.{name}", case(name)
+
+
+def main():
+    known = dict(all_cases())
+    if sys.argv[1:] == ["--list"]:
+        print("\n".join(known))
+        return 0
+    if not sys.argv[1:]:
+        print(__doc__, file=sys.stderr)
+        return 2
+    suite = unittest.TestSuite(known[name] for name in sys.argv[1:])
+    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=2).run(suite)
+    return 0 if result.wasSuccessful() and result.testsRun == len(sys.argv) - 1 else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,21 @@
+// Prints what the program's own reading makes of the command line of this process, in hexadecimal
+// digits: a line "argument " for each argument with four digits a character, then a line "masked "
+// with the bytes of the masked command line.
+
+#include <cstdio>
+
+#include "zum_setup_util/command_line.h"
+#include "zum_setup_util/run.h"
+
+int main() {
+  for (const std::u16string& argument : zum_setup_util::ReadCommandLineArguments()) {
+    std::printf("argument ");
+    for (const char16_t unit : argument) std::printf("%04x", static_cast<unsigned>(unit));
+    std::printf("\n");
+  }
+  std::printf("masked ");
+  for (const char byte : zum_setup_util::GetMaskedCommandLine()) {
+    std::printf("%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+  }
+  std::printf("\n");
+}

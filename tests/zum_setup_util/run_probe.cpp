@@ -1,0 +1,43 @@
+// The program's entry with an action that fails in the way that the command line names:
+// "/fail=NAME".
+
+#include <new>
+#include <stdexcept>
+
+#include "oru/rtl/check.h"
+#include "oru/rtl/exception.h"
+#include "zum_setup_util/command_line.h"
+#include "zum_setup_util_lib/unblock.h"
+
+namespace {
+
+constexpr char kFile[] = "tests/zum_setup_util/run_probe";
+
+[[noreturn]] void ThrowCode(std::uint32_t code) {
+  throw oru::CheckResultFailedException(kFile, 7, oru::MakeResultCode(code));
+}
+
+void Fail(const std::u16string& how) {
+  if (how == u"check") ORU_CHECK(how.empty());
+  if (how == u"tool") ThrowCode(0xA1780003);
+  if (how == u"gap") ThrowCode(0xA1780002);
+  if (how == u"denied") ThrowCode(0x80000045);
+  if (how == u"win32") ThrowCode(0x800703E8);
+  if (how == u"ok") ThrowCode(0);
+  if (how == u"false") ThrowCode(1);
+  if (how == u"lowzero") ThrowCode(0x80000100);
+  if (how == u"base") throw oru::ResultCodeException(kFile, 8, oru::MakeResultCode(0x80010102));
+  if (how == u"system") throw oru::SystemException(kFile, 9, oru::MakeResultCode(0x80010101));
+  if (how == u"codeless") throw oru::CheckFailedException(kFile, 10);
+  if (how == u"plain") throw oru::Exception(kFile, 11);
+  if (how == u"runtime") throw std::runtime_error("broken");
+  if (how == u"memory") throw std::bad_alloc();
+  if (how == u"length") throw std::length_error("too long");
+  if (how == u"int") throw 42;
+}
+
+}  // namespace
+
+void correct_setup::Unblock() {
+  Fail(zum_setup_util::FindOptionValue(zum_setup_util::ReadCommandLineArguments(), u"/fail="));
+}

@@ -1,0 +1,85 @@
+// The delays between two runs, on a clock that stands still.
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <stdexcept>
+
+#include "platform/winapi/host/control.h"
+#include "zum_setup_util_lib/helpers.h"
+
+namespace host = winapi::host;
+using correct_setup::helpers::Milliseconds;
+using correct_setup::helpers::TryExecuteWithRepeat;
+
+namespace {
+
+using Sleeps = std::vector<winapi::Dword>;
+
+class RepeatDelays : public ::testing::Test {
+ protected:
+  RepeatDelays() : m_before(host::Sleeps().size()) { host::SetClock(133'000'000'000'000'000); }
+  ~RepeatDelays() override { host::SetClock(std::nullopt); }
+
+  // Runs an action that fails that often, with that many repeats allowed, and gives the sleeps of
+  // it.
+  Sleeps Run(int failures, std::uint16_t repeatCount, std::int64_t delay) {
+    try {
+      TryExecuteWithRepeat(
+          [&failures] {
+            if (failures-- > 0) throw std::runtime_error("not yet");
+          },
+          repeatCount, Milliseconds(delay));
+    } catch (const std::runtime_error&) {
+      // The last run failed too.
+    }
+    return {host::Sleeps().begin() + static_cast<std::ptrdiff_t>(m_before), host::Sleeps().end()};
+  }
+
+ private:
+  std::size_t m_before;
+};
+
+TEST_F(RepeatDelays, SuccessAtOnceDoesNotSleep) { EXPECT_EQ(Run(0, 10, 100), Sleeps()); }
+
+TEST_F(RepeatDelays, OneDelayBeforeEachRepeat) { EXPECT_EQ(Run(2, 10, 100), (Sleeps{100, 100})); }
+
+TEST_F(RepeatDelays, NoDelayBehindTheLastRun) { EXPECT_EQ(Run(1000, 10, 100), Sleeps(10, 100)); }
+
+TEST_F(RepeatDelays, ZeroDoesNotSleep) { EXPECT_EQ(Run(3, 10, 0), Sleeps()); }
+
+TEST_F(RepeatDelays, NegativeDoesNotSleep) {
+  EXPECT_EQ(Run(3, 10, -1), Sleeps());
+  EXPECT_EQ(Run(3, 10, std::numeric_limits<std::int64_t>::min()), Sleeps());
+}
+
+// The system's own call takes 32 bits, of which the last number means for ever.
+TEST_F(RepeatDelays, DelayBeyond32BitsIsSleptInParts) {
+  EXPECT_EQ(Run(1, 10, 0xFFFFFFFF), (Sleeps{0xFFFFFFFE, 1}));
+}
+
+TEST_F(RepeatDelays, LongestDelayOfOneCallIsOnePart) {
+  EXPECT_EQ(Run(1, 10, 0xFFFFFFFE), Sleeps{0xFFFFFFFE});
+}
+
+// The first sleep comes behind the first failure: nothing is slept while an exception is alive.
+TEST_F(RepeatDelays, ExceptionIsGoneBeforeTheSleep) {
+  std::size_t sleepsAtDeath = 99;
+  struct Observed : std::exception {
+    explicit Observed(std::size_t* place) : m_place(place) {}
+    Observed(const Observed&) = delete;
+    Observed& operator=(const Observed&) = delete;
+    ~Observed() override { *m_place = host::Sleeps().size(); }
+    std::size_t* m_place;
+  };
+  const std::size_t before = host::Sleeps().size();
+  bool failed = false;
+  TryExecuteWithRepeat(
+      [&] {
+        if (!std::exchange(failed, true)) throw Observed(&sleepsAtDeath);
+      },
+      1, Milliseconds(100));
+  EXPECT_EQ(sleepsAtDeath, before);
+  EXPECT_EQ(host::Sleeps().size(), before + 1);
+}
+
+}  // namespace

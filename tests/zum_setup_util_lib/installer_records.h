@@ -1,0 +1,117 @@
+// The installer's records of this machine as a test sets them up, and a tracer to watch the rewrite
+// with.
+#ifndef TESTS_ZUM_SETUP_UTIL_LIB_INSTALLER_RECORDS_H_
+#define TESTS_ZUM_SETUP_UTIL_LIB_INSTALLER_RECORDS_H_
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "oru/rtl/exception.h"
+#include "oru/rtl/object_ptr.h"
+#include "standalone_tracer_lib/tracer_holder.h"
+#include "tests/support/recording_tracer.h"
+#include "tests/support/test_registry.h"
+#include "zum_setup_util_lib/registry_rewrite.h"
+
+namespace tests {
+
+inline const std::u16string kUserData =
+    u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Products";
+inline const std::u16string kClasses = u"SOFTWARE\\Classes\\Installer\\Products";
+
+inline constexpr char kRewritePrefix[] =
+    "setup\t[correct_setup::detail::DisableProtectiveMeasuresUpgrade] ";
+
+// Both branches are there and empty at the start, and gone at the end.
+class InstallerRecords : public ::testing::Test {
+ public:
+  using Records = std::vector<std::pair<std::uint32_t, std::string>>;
+
+ protected:
+  InstallerRecords() : m_userData(kUserData), m_classes(kClasses) {
+    CreateKey(kUserData);
+    CreateKey(kClasses);
+    // Never destroyed: the holder lets go of it at exit.
+    m_tracer = new RecordingTracer;
+    standalone::trace::TracerHolder::Instance().Install(
+        oru::ObjectPtr<oru::ITracer>::Share(m_tracer));
+  }
+
+  static std::u16string InstallProperties(const std::u16string& product) {
+    return kUserData + u"\\" + product + u"\\InstallProperties";
+  }
+  static std::u16string SourceList(const std::u16string& product) {
+    return kClasses + u"\\" + product + u"\\SourceList";
+  }
+
+  // A value of the product's "InstallProperties" or "SourceList", with the key.
+  static void SetLocal(const std::u16string& product, const Value& value) {
+    CreateKey(InstallProperties(product));
+    SetValue(InstallProperties(product), value);
+  }
+  static void SetSource(const std::u16string& product, const Value& value) {
+    CreateKey(SourceList(product));
+    SetValue(SourceList(product), value);
+  }
+  static Value Text(std::u16string name, std::u16string_view text, int zeros = 1) {
+    return {std::move(name), 1, Utf16Bytes(text, zeros)};
+  }
+  // Both keys with both values marked.
+  static void MarkProduct(const std::u16string& product) {
+    SetLocal(product,
+             Text(u"LocalPackageNotExist", u"C:\\windows\\Installer\\" + product + u".msi"));
+    SetSource(product, Text(u"PackageNameNotExist", u"marked.msi"));
+  }
+
+  static std::vector<Value> LocalValues(const std::u16string& product) {
+    return Values(InstallProperties(product));
+  }
+  static std::vector<Value> SourceValues(const std::u16string& product) {
+    return Values(SourceList(product));
+  }
+  // What a "PackageName" is after the rewrite.
+  static Value FixedName() { return Text(u"PackageName", u"zum_win.msi", 1); }
+
+  // Runs the rewrite and gives what it throws, if it does.
+  static std::optional<oru::CheckResultFailedException> RunFailing() {
+    try {
+      correct_setup::detail::DisableProtectiveMeasuresUpgrade();
+      return std::nullopt;
+    } catch (const oru::CheckResultFailedException& exception) {
+      return exception;
+    }
+  }
+  static void Run() { correct_setup::detail::DisableProtectiveMeasuresUpgrade(); }
+
+  // What was traced, between the scope's begin and end, which are looked for here.
+  [[nodiscard]] Records Traced() const {
+    Records records;
+    for (const auto& record : m_tracer->Records()) records.emplace_back(record.level, record.text);
+    const std::string prefix = kRewritePrefix;
+    EXPECT_GE(records.size(), 2u);
+    if (records.size() < 2) return {};
+    EXPECT_EQ(records.front(), std::pair(700u, prefix + " begin"));
+    EXPECT_EQ(records.back(), std::pair(700u, prefix + " end"));
+    return {records.begin() + 1, records.end() - 1};
+  }
+  static std::pair<std::uint32_t, std::string> LocalUpdate(const std::string& product) {
+    return {700, kRewritePrefix + ("update LocalPackageNotExist for key = " + product)};
+  }
+  static std::pair<std::uint32_t, std::string> SourceUpdate(const std::string& product) {
+    return {700, kRewritePrefix + ("update PackageNameNotExist for key = " + product)};
+  }
+
+ private:
+  ScopedTree m_userData;
+  ScopedTree m_classes;
+  RecordingTracer* m_tracer;
+};
+
+}  // namespace tests
+
+#endif  // TESTS_ZUM_SETUP_UTIL_LIB_INSTALLER_RECORDS_H_

@@ -1,0 +1,100 @@
+#include "zum_setup_util/run.h"
+
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "oru/rtl/check.h"
+#include "oru/rtl/exception_guard.h"
+#include "oru/rtl/string_sink.h"
+#include "oru/rtl/text_conversion.h"
+#include "oru/rtl/trace.h"
+#include "platform/util/text_utils.h"
+#include "platform/winapi/winapi/exceptions.h"
+#include "platform/winapi/winapi/process.h"
+#include "standalone_tracer_lib/tracers.h"
+#include "zum_setup_util/command_line.h"
+#include "zum_setup_util/dll_search.h"
+#include "zum_setup_util/vectored_handler_guard.h"
+#include "zum_setup_util_lib/sensitive_data.h"
+#include "zum_setup_util_lib/tool_result_codes.h"
+#include "zum_setup_util_lib/unblock.h"
+
+namespace zum_setup_util {
+namespace {
+
+void InstallTracer(const std::u16string& directory, const ArgumentList& args) {
+  const standalone::trace::TraceSettings settings{/*enabled=*/true, oru::kTraceLevelInfo};
+  // The directory is an argument, so there is one here and the word is "all".
+  const char16_t* const component = args.empty() ? u"srv" : u"all";
+  const oru::String16 suffix(component);
+  const oru::String8 commandLine = GetMaskedCommandLine();
+  const oru::String16 path =
+      standalone::trace::MakeTraceFilePath(oru::String16(std::u16string_view(directory)), suffix);
+  standalone::trace::TracerHolder::Instance().Install(
+      standalone::trace::CreateFileTracer(path, commandLine.c_str(), settings));
+}
+
+void SetUpTracing(const ArgumentList& args) {
+  const std::u16string directory = FindOptionValue(args, kTraceOutputKey);
+  if (!directory.empty()) InstallTracer(directory, args);
+}
+
+void ActOnArguments(const ArgumentList& args) {
+  SetUpTracing(args);
+  oru::TraceScope scope;
+  ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo, u"zs_util\t[main] ");
+  if (HasOption(args, kUnblockToken)) correct_setup::Unblock();
+}
+
+// The region whose exceptions are the run's outcome. The arguments are gone when it ends.
+void RunBody(oru::ResultCode& result) {
+  try {
+    const ArgumentList args = ReadCommandLineArguments();
+    ActOnArguments(args);
+  } catch (const std::exception&) {
+    const oru::ResultCode code =
+        oru::ExceptionGuard(GetTracer(), oru::kTraceLevelError, "zs_util\t[main] ");
+    if (!ORU_FAILED(result)) result = code;
+  }
+}
+
+void Report(oru::ResultCode result) { std::cout << detail::MakeReport(result).c_str(); }
+
+}  // namespace
+
+oru::String8 GetMaskedCommandLine() {
+  const std::u16string masked =
+      correct_setup::helpers::HideSensitiveData(winapi::GetCommandLineW());
+  oru::String8 text("Command line: ");
+  text.append(text_utils::Utf16ToUtf8(masked).view());
+  return text;
+}
+
+oru::String8 detail::MakeReport(oru::ResultCode result) {
+  if (result == oru::sOk) return "Completed";
+  oru::String16 text(u"Failed: ");
+  text << oru::ResultCodeText{result} << u" (" << correct_setup::GetResultText(result) << u")";
+  oru::String8 bytes;
+  oru::ThrowOnConversionFailure(oru::Utf16ToAnsi(text.view(), bytes));
+  return bytes;
+}
+
+oru::ResultCode RunSetupUtil() {
+  // A system that can't narrow the search is served all the same.
+  (void)EnableSystemDllSearch(kLoadLibrarySearchSystem32);
+  oru::ResultCode result = oru::sOk;
+  try {
+    const VectoredHandlerGuard handler(
+        winapi::AddVectoredExceptionHandler(/*first=*/1, oru::AssertionHandler));
+    RunBody(result);
+    Report(result);
+    ORU_TRACE(oru::kTraceLevelInfo,
+              "zs_util\t[main] exit with result = " << oru::ResultCodeText{result});
+    return result;
+  } catch (const std::exception&) {
+    return oru::ExceptionGuard();
+  }
+}
+
+}  // namespace zum_setup_util
