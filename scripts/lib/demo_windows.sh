@@ -8,16 +8,26 @@ packed='26F1C3B745A9D0E4C812D5E6F708192A' # the same code as the installer write
 properties="HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Products\\$packed\\InstallProperties"
 sources="HKLM\\SOFTWARE\\Classes\\Installer\\Products\\$packed\\SourceList"
 work="$project/build/demo"
+runexit="$project/build/windows/tests/e2e/runexit.exe"
 folder="$WINEPREFIX/drive_c/demo" # C:\demo
 installed_file="$WINEPREFIX/drive_c/Program Files (x86)/Quorvanta ZUM/zum.txt"
 
-# windows COMMAND_LINE: runs a Windows command line to its end. Its standard output is in $work/stdout,
-# its full 32-bit exit status in $status (unsigned, decimal).
+# hex TEXT: the digits of its UTF-16 bytes, as the helper that starts programs takes them.
+hex() { printf '%s' "$1" | iconv -f UTF-8 -t UTF-16LE | od -An -v -tx1 | tr -d ' \n'; }
+
+# windows PROGRAM COMMAND_LINE: runs a Windows program to its end. Its standard output is in $printed, its
+# full 32-bit exit status, as eight hexadecimal digits, in $status.
 windows() {
-    timeout 120 wine 'C:\demo\runexit.exe' "$work_windows\\stdout" "$1" >"$work/runexit.out" 2>/dev/null </dev/null
-    status=$(sed -n 's/^exit=\([0-9]*\).*/\1/p' "$work/runexit.out")
-    [ -n "$status" ] || die "Wine did not run: $1"
+    printf '%s\n%s\n' "$(hex "$1")" "$(hex "$2")" >"$work/runexit.in"
+    timeout 120 wine "$runexit" <"$work/runexit.in" >"$work/runexit.out" 2>/dev/null
+    status=$(tr -d '\r' <"$work/runexit.out" | sed -n 's/^exit=//p')
+    printed=$(tr -d '\r' <"$work/runexit.out" | sed -n 's/^output=//p' | sed 's/../\\x&/g')
+    printed=$(printf '%b' "$printed")
+    [ -n "$status" ] || die "Wine did not run: $2"
 }
+
+# msiexec ARGUMENTS: runs the prefix's own 32-bit installer.
+msiexec() { windows 'C:\windows\syswow64\msiexec.exe' "msiexec.exe $1"; }
 
 # registry ARGUMENT ...: reg.exe on the 64-bit view.
 registry() { timeout 60 wine reg "$@" /reg:64 >"$work/reg.out" 2>/dev/null </dev/null; }
@@ -54,7 +64,7 @@ step "1. Tools"
 install_packages $packages_windows
 
 step "2. Build the Windows program"
-configure_and_build windows zum_setup_util runexit || exit 1
+configure_and_build windows zum_setup_util zum_e2e_runexit || exit 1
 good "build/windows/bin/zum_setup_util.exe ($(stat -c %s build/windows/bin/zum_setup_util.exe) bytes)"
 
 step "3. A Wine prefix and a package"
@@ -63,17 +73,20 @@ wine_begin || die "The Wine prefix can't be made."
 trap wine_end EXIT
 rm -rf "$folder"
 mkdir -p "$folder/trace"
-work_windows='C:\demo'
-cp build/windows/bin/zum_setup_util.exe build/windows/bin/runexit.exe "$folder/" || exit 1
+cp build/windows/bin/zum_setup_util.exe "$folder/" || exit 1
 printf 'The one file of the package.\r\n' >"$work/zum.txt"
 cp scripts/demo/zum_win.wxs "$work/" && (cd "$work" && wixl -o zum_win.msi zum_win.wxs) || die "wixl failed."
 cp "$work/zum_win.msi" "$folder/"
 good "build/wine/demo, C:\\demo\\zum_win.msi"
 
 step "4. Install it:  msiexec /i C:\\demo\\zum_win.msi /qn"
-[ -e "$installed_file" ] && windows "msiexec.exe /x $code /qn" # a leftover of a run that was cut off
-windows 'msiexec.exe /i C:\demo\zum_win.msi /qn'
-[ "$status" = 0 ] && [ -e "$installed_file" ] || die "The installation failed with $status."
+if [ -e "$installed_file" ]; then
+    note "a run before this one was cut off: cleaning up after it"
+    windows 'C:\demo\zum_setup_util.exe' 'C:\demo\zum_setup_util.exe /unblock'
+    msiexec "/x $code /qn"
+fi
+msiexec '/i C:\demo\zum_win.msi /qn'
+[ "$status" = 00000000 ] && [ -e "$installed_file" ] || die "The installation failed with $((16#$status))."
 good "installed: C:\\Program Files (x86)\\Quorvanta ZUM\\zum.txt"
 
 step "5. Mark its records, as the product's protection does"
@@ -82,17 +95,17 @@ mark "$sources" PackageName
 show_records "$work/before"
 
 step "6. The installer can't remove the product now:  msiexec /x {code} /qn"
-windows "msiexec.exe /x $code /qn"
-[ "$status" != 0 ] || die "msiexec succeeded, though the records are marked."
-note "msiexec ended with $status$([ "$status" = 1612 ] && printf ': the installation source is not available')"
+msiexec "/x $code /qn"
+[ "$status" != 00000000 ] || die "msiexec succeeded, though the records are marked."
+note "msiexec ended with $((16#$status))$([ "$status" = 0000064c ] && printf ': the installation source is not available')"
 [ -e "$installed_file" ] || die "The file is gone although msiexec failed."
 good "as told: the product is still there"
 
 step "7. zum_setup_util.exe --trace-output=C:\\demo\\trace /unblock"
-windows 'C:\demo\zum_setup_util.exe --trace-output=C:\demo\trace /unblock'
-note "printed: $(cat "$folder/stdout")"
-note "exit status: $(printf '%d (0x%08x)' "$status" "$status")"
-[ "$status" = 0 ] && [ "$(cat "$folder/stdout")" = Completed ] || die "The tool failed."
+windows 'C:\demo\zum_setup_util.exe' 'C:\demo\zum_setup_util.exe --trace-output=C:\demo\trace /unblock'
+note "printed:     $printed"
+note "exit status: $((16#$status)) (0x$status)"
+[ "$status" = 00000000 ] && [ "$printed" = Completed ] || die "The tool failed."
 show_records "$work/after"
 printf '\n   %-22s %-32s %s\n' 'value' 'before' 'after'
 paste "$work/before" "$work/after" | while IFS=$'\t' read -r name before _ after; do
@@ -104,8 +117,8 @@ printf '\n   The trace file:\n'
 sed 's/\r$//; s/^/   | /' "$folder"/trace/*.log
 
 step "8. Now the installer removes it:  msiexec /x {code} /qn"
-windows "msiexec.exe /x $code /qn"
-[ "$status" = 0 ] || die "msiexec ended with $status."
+msiexec "/x $code /qn"
+[ "$status" = 00000000 ] || die "msiexec ended with $((16#$status))."
 [ ! -e "$installed_file" ] || die "The installed file is still there."
 good "removed: the file is gone"
 

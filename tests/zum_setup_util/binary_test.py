@@ -62,6 +62,9 @@ def check_manifest(file):
         yield "has no manifest"
         return
     root = ElementTree.fromstring(data)
+    identity = root.find("{urn:schemas-microsoft-com:asm.v1}assemblyIdentity").get("version")
+    if identity != f"{VERSION}.0":
+        yield f"calls itself version {identity}"
     levels = [each.get("level") for each in root.iter("{urn:schemas-microsoft-com:asm.v3}requestedExecutionLevel")]
     if levels != ["asInvoker"]:
         yield f"asks for the execution levels {levels}"
@@ -176,6 +179,7 @@ class Binary(unittest.TestCase):
     def testManifestAsksForNoElevationAndNamesTheSystems(self):
         self.check(check_manifest, self.replaced(b'level="asInvoker"', b'level="asInviter"'),
                    self.replaced(b"{8e0f7a12-", b"{00000000-"), self.replaced(b"<supportedOS ", b"<supportedXX "),
+                   self.replaced(b'name="zum_setup_util" version="1', b'name="zum_setup_util" version="9'),
                    self.patched(self.file.optional + 96 + 8 * pe_file.RESOURCES, b"\0" * 8))
 
     def testVersionResourceTellsTheVersion(self):

@@ -1,0 +1,201 @@
+#include "tests/support/faulted_run.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+
+namespace tests {
+namespace {
+
+namespace host = winapi::host;
+
+// What the child needs when its process ends; it has one run.
+struct ChildRun {
+  const RunPlan* plan = nullptr;
+  std::string reportPath;
+  std::uint32_t code = 0;
+  bool threw = false;
+};
+ChildRun childRun;
+
+// One field a line; line ends and back strokes inside a field are escaped.
+std::string Escape(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) {
+    if (c == '\\')
+      escaped += "\\\\";
+    else if (c == '\n')
+      escaped += "\\n";
+    else if (c == '\t')
+      escaped += "\\t";
+    else
+      escaped += c;
+  }
+  return escaped;
+}
+
+std::string Unescape(const std::string& text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\' || i + 1 == text.size()) {
+      plain += text[i];
+      continue;
+    }
+    ++i;
+    plain += text[i] == 'n' ? '\n' : text[i] == 't' ? '\t' : text[i];
+  }
+  return plain;
+}
+
+// Registered before the run, so it comes when the tracer and all else of the product has ended.
+void WriteReport() {
+  const host::LiveResources live = host::Live();
+  const std::size_t fallible = host::FallibleCallCount();
+  const std::size_t injected = host::InjectedFaultCount();
+  const std::size_t allocations = host::AllocationCount();
+  host::ClearFaults();  // what follows needs memory
+  const std::vector<host::CallRecord> calls = host::CallLog();
+  std::ofstream report(childRun.reportPath);
+  report << "code\t" << childRun.code << "\nthrew\t" << childRun.threw << "\ncounts\t" << fallible
+         << '\t' << injected << '\t' << allocations << "\nlive\t" << live.keys << '\t'
+         << live.handles << '\t' << live.moduleReferences << '\t' << live.heapBlocks << '\t'
+         << live.localBlocks << '\n';
+  for (const host::CallRecord& call : calls) {
+    report << "call\t" << call.operation << '\t' << call.failed;
+    for (const auto& [name, value] : call.arguments) {
+      report << '\t' << name << '\t' << Escape(value);
+    }
+    report << '\n';
+  }
+  if (childRun.plan->inspect) {
+    for (const auto& [name, value] : childRun.plan->inspect()) {
+      report << "fact\t" << Escape(name) << '\t' << Escape(value) << '\n';
+    }
+  }
+}
+
+void SetFault(const Fault& fault) {
+  switch (fault.kind) {
+    case Fault::Kind::kNone:
+      host::ClearFaults();
+      break;
+    case Fault::Kind::kCall:
+      host::FailAnyCall(fault.nth, fault.error, fault.repeat);
+      break;
+    case Fault::Kind::kAllocation:
+      host::FailAllocation(fault.nth, fault.repeat);
+      break;
+  }
+}
+
+void RedirectTo(int descriptor, const std::string& path) {
+  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  if (file < 0 || ::dup2(file, descriptor) < 0) std::_Exit(126);
+  ::close(file);
+}
+
+[[noreturn]] void RunChild(const RunPlan& plan, const Fault& fault, const std::string& folder) {
+  ::setenv("ZUM_HOST_ROOT", (folder + "/root").c_str(), 1);
+  RedirectTo(STDOUT_FILENO, folder + "/stdout");
+  RedirectTo(STDERR_FILENO, folder + "/stderr");
+  childRun = {&plan, folder + "/report", 0, false};
+  try {
+    plan.prepare();
+  } catch (const std::exception& exception) {
+    std::cerr << "the machine could not be set up: " << exception.what() << std::endl;
+    std::_Exit(126);
+  }
+  if (std::atexit(WriteReport) != 0) std::_Exit(126);
+  host::StartCallLog();
+  host::ClearCallLog();
+  host::ClearFaults();
+  SetFault(fault);
+  try {
+    childRun.code = plan.entry();
+  } catch (const std::exception&) {
+    childRun.threw = true;
+  }
+  std::exit(static_cast<int>(childRun.code & 0xFF));
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::string> Fields(const std::string& line) {
+  std::vector<std::string> fields;
+  std::istringstream stream(line);
+  for (std::string field; std::getline(stream, field, '\t');) fields.push_back(Unescape(field));
+  if (line.ends_with('\t')) fields.emplace_back();
+  return fields;
+}
+
+std::size_t Number(const std::string& field) { return std::stoul(field); }
+
+void ReadLine(const std::vector<std::string>& fields, RunResult& result) {
+  if (fields[0] == "code") result.code = static_cast<std::uint32_t>(Number(fields.at(1)));
+  if (fields[0] == "threw") result.threw = fields.at(1) == "1";
+  if (fields[0] == "counts") {
+    result.fallibleCalls = Number(fields.at(1));
+    result.injectedFaults = Number(fields.at(2));
+    result.allocations = Number(fields.at(3));
+  }
+  if (fields[0] == "live") {
+    result.live = {Number(fields.at(1)), Number(fields.at(2)), Number(fields.at(3)),
+                   Number(fields.at(4)), Number(fields.at(5))};
+  }
+  if (fields[0] == "fact") result.facts[fields.at(1)] = fields.at(2);
+  if (fields[0] == "call") {
+    host::CallRecord call;
+    call.operation = fields.at(1);
+    call.failed = fields.at(2) == "1";
+    for (std::size_t i = 3; i + 1 < fields.size(); i += 2) {
+      call.arguments.emplace_back(fields[i], fields[i + 1]);
+    }
+    result.calls.push_back(std::move(call));
+  }
+}
+
+}  // namespace
+
+std::string Describe(const Fault& fault) {
+  std::ostringstream text;
+  text << (fault.kind == Fault::Kind::kNone   ? "no fault"
+           : fault.kind == Fault::Kind::kCall ? "call "
+                                              : "allocation ");
+  if (fault.kind != Fault::Kind::kNone) text << fault.nth;
+  if (fault.kind == Fault::Kind::kCall) text << " with error " << fault.error;
+  if (fault.repeat == host::Repeat::kForever) text << " and all behind it";
+  return text.str();
+}
+
+RunResult RunFaulted(const RunPlan& plan, const Fault& fault, const std::string& folder) {
+  std::cout.flush();
+  std::cerr.flush();
+  std::fflush(nullptr);
+  const pid_t child = ::fork();
+  if (child < 0) throw std::runtime_error("fork failed");
+  if (child == 0) RunChild(plan, fault, folder);
+  int status = 0;
+  if (::waitpid(child, &status, 0) != child) throw std::runtime_error("waitpid failed");
+  RunResult result;
+  result.ended = WIFEXITED(status);
+  result.status = result.ended ? WEXITSTATUS(status) : WTERMSIG(status);
+  result.output = ReadFile(folder + "/stdout");
+  result.errors = ReadFile(folder + "/stderr");
+  std::istringstream report(ReadFile(folder + "/report"));
+  for (std::string line; std::getline(report, line);) ReadLine(Fields(line), result);
+  return result;
+}
+
+}  // namespace tests

@@ -1,0 +1,407 @@
+// The whole "/unblock" run, with each call of the seam and each allocation failing, one after the
+// other, once and for ever: what the process gives, prints, traces and leaves in the registry.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+#include <sstream>
+
+#include "platform/winapi/winapi/errors.h"
+#include "tests/support/faulted_run.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/test_registry.h"
+#include "zum_setup_util/run.h"
+
+namespace {
+
+namespace host = winapi::host;
+using host::Repeat;
+using tests::Fault;
+using tests::RunResult;
+
+const std::u16string kProperties =
+    u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Products\\";
+const std::u16string kSources = u"SOFTWARE\\Classes\\Installer\\Products\\";
+
+// Two products with both values marked (one with a text that doesn't fit the first read) and one
+// without.
+const std::u16string kLongPackage =
+    u"C:\\windows\\Installer\\" + std::u16string(200, u'p') + u".msi";
+const std::u16string kShortPackage = u"C:\\windows\\Installer\\1.msi";
+const std::u16string kProducts[] = {u"PRODUCTA", u"PRODUCTB"};
+
+std::u16string PackageOf(const std::u16string& product) {
+  return product == kProducts[0] ? kLongPackage : kShortPackage;
+}
+
+void Prepare() {
+  for (const std::u16string& product : kProducts) {
+    tests::CreateKey(kProperties + product + u"\\InstallProperties");
+    tests::CreateKey(kSources + product + u"\\SourceList");
+    tests::SetValue(kProperties + product + u"\\InstallProperties",
+                    {u"LocalPackageNotExist", 1, tests::Utf16Bytes(PackageOf(product))});
+    tests::SetValue(kSources + product + u"\\SourceList",
+                    {u"PackageNameNotExist", 1, tests::Utf16Bytes(u"old.msi")});
+  }
+  tests::CreateKey(kProperties + u"PRODUCTC\\InstallProperties");
+  tests::CreateKey(kSources + u"PRODUCTC\\SourceList");
+  std::filesystem::create_directories(host::RootFolder() + "/drive_c/t");
+  host::SetClock(134'000'000'000'000'000);
+  host::SetTimeZone("Europe/Berlin");
+  host::SetCommandLine(u"tool.exe --trace-output=C:\\t /unblock");
+}
+
+bool Has(const std::u16string& key, const std::u16string& name) {
+  return tests::GetValue(key, name).has_value();
+}
+
+// "marked", "restored", or "half" for both names at once, which a delete that failed leaves; "lost"
+// never.
+std::string StateOf(const std::u16string& key, const std::u16string& ordinary) {
+  const bool marked = Has(key, ordinary + u"NotExist");
+  const bool restored = Has(key, ordinary);
+  return marked && restored ? "half" : marked ? "marked" : restored ? "restored" : "lost";
+}
+
+std::string ReadTrace() {
+  std::string text;
+  for (const auto& entry : std::filesystem::directory_iterator(host::RootFolder() + "/drive_c/t")) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    text.append(std::istreambuf_iterator<char>(file), {});
+  }
+  return text;
+}
+
+std::map<std::string, std::string> Inspect() {
+  std::map<std::string, std::string> facts;
+  for (const std::u16string& product : kProducts) {
+    const std::string name(product.begin(), product.end());
+    facts[name + ".package"] =
+        StateOf(kProperties + product + u"\\InstallProperties", u"LocalPackage");
+    facts[name + ".source"] = StateOf(kSources + product + u"\\SourceList", u"PackageName");
+  }
+  facts["trace"] = ReadTrace();
+  return facts;
+}
+
+// The registry as one word a value: package and source of each product.
+std::string RegistryOf(const RunResult& run) {
+  std::string states;
+  for (const char* fact :
+       {"PRODUCTA.package", "PRODUCTA.source", "PRODUCTB.package", "PRODUCTB.source"}) {
+    const auto found = run.facts.find(fact);
+    states += found == run.facts.end() ? "?" : found->second.substr(0, 1);
+  }
+  return states;
+}
+
+class UnblockSweep : public testing::Test {
+ protected:
+  RunResult Run(const Fault& fault) {
+    const std::filesystem::path folder = m_folder.Path() / std::to_string(++m_runs);
+    std::filesystem::create_directory(folder);
+    RunResult run = tests::RunFaulted(
+        {Prepare, [] { return static_cast<std::uint32_t>(zum_setup_util::RunSetupUtil()); },
+         Inspect},
+        fault, folder.string());
+    // RM
+    ExpectSoundEnd(run);
+    m_outcomes.insert(Outcome(run));
+    m_injected += run.injectedFaults;
+    return run;
+  }
+
+  static std::string Outcome(const RunResult& run) {
+    std::ostringstream text;
+    text << std::hex << run.code << ' ' << run.output << ' ' << RegistryOf(run) << ' '
+         << (TraceOf(run).empty() ? "untraced" : "traced");
+    return text.str();
+  }
+
+  static const std::string& TraceOf(const RunResult& run) { return run.facts.at("trace"); }
+
+  // What holds for every run, whatever failed.
+  static void ExpectSoundEnd(const RunResult& run) {
+    ASSERT_TRUE(run.ended) << "signal " << run.status << '\n' << run.errors;
+    EXPECT_FALSE(run.threw);
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.status, static_cast<int>(run.code & 0xFF));
+    // What fails to close is let go of all the same, but for blocks of the heap.
+    EXPECT_EQ(run.live.keys, 0u);
+    EXPECT_EQ(run.live.handles, 0u);
+    EXPECT_EQ(run.live.moduleReferences, 0u);
+    EXPECT_EQ(run.live.localBlocks, 0u);
+    EXPECT_LE(run.live.heapBlocks, Failed(run, "HeapFree") + Failed(run, "GetProcessHeap"));
+    EXPECT_EQ(RegistryOf(run).find_first_of("l?"), std::string::npos) << RegistryOf(run);
+    ExpectNeverLost(run);
+  }
+
+  static std::size_t Failed(const RunResult& run, std::string_view operation) {
+    return static_cast<std::size_t>(std::count_if(
+        run.calls.begin(), run.calls.end(),
+        [&](const host::CallRecord& call) { return call.operation == operation && call.failed; }));
+  }
+
+  // Replays the changing calls: a marked value goes only when the ordinary one has been written.
+  static void ExpectNeverLost(const RunResult& run) {
+    std::set<std::string> written;
+    for (const host::CallRecord& call : run.calls) {
+      if (call.failed) continue;
+      const std::string value = call.Argument("key") + '/' + call.Argument("name");
+      if (call.operation == "RegSetValueExW") written.insert(value);
+      if (call.operation == "RegDeleteValueW") {
+        const std::string ordinary = value.substr(0, value.size() - std::string("NotExist").size());
+        EXPECT_TRUE(written.contains(ordinary)) << value << " deleted before " << ordinary;
+      }
+    }
+  }
+
+  void PrintSummary(const char* what, std::size_t seen) const {
+    std::cout << what << ": " << seen << " seen, " << m_injected << " faults injected in " << m_runs
+              << " runs, " << m_outcomes.size() << " distinct outcomes\n";
+    for (const std::string& outcome : m_outcomes) std::cout << "  " << outcome << '\n';
+  }
+
+  tests::TemporaryFolder m_folder;
+  std::size_t m_runs = 0;
+  std::size_t m_injected = 0;
+  std::set<std::string> m_outcomes;
+};
+
+// What a run must give when a call fails. Registry: a letter each for the package and the source of
+// both products (m marked, r restored, h both).
+struct Expected {
+  std::uint32_t code;
+  const char* output;
+  const char* registry;
+};
+
+constexpr Expected kCompleted = {0, "Completed", "rrrr"};
+constexpr const char* kStageFailed =
+    "Failed: 0xa1780003 (Problem in disable protective upgrade registry)";
+
+std::string ProductIn(const std::string& subKey) {
+  return subKey.find("PRODUCTA") != std::string::npos   ? "A"
+         : subKey.find("PRODUCTB") != std::string::npos ? "B"
+                                                        : "";
+}
+
+// The call that was made to fail first, and the key that it is about.
+struct FailedCall {
+  std::string operation;
+  std::string subKey;         // of the open itself, else of the last key opened before it
+  bool beforeTheFile = true;  // while the trace file's path is made
+  bool inTheHeader = false;   // between the opening of the file and the first record
+  bool inTheFooter = false;   // behind the last record
+};
+
+FailedCall FirstFailure(const RunResult& run) {
+  FailedCall failure;
+  std::vector<std::string> open;
+  bool scopeBegun = false;
+  bool handlerRemoved = false;
+  for (const host::CallRecord& call : run.calls) {
+    if (call.operation == "RegOpenKeyExW") open.push_back(call.Argument("subKey"));
+    if (call.failed) {
+      failure.operation = call.operation;
+      failure.subKey = open.empty() ? "" : open.back();
+      failure.inTheHeader = !failure.beforeTheFile && !scopeBegun;
+      failure.inTheFooter = handlerRemoved;
+      return failure;
+    }
+    if (call.operation == "RegCloseKey" && !open.empty()) open.pop_back();
+    if (call.operation == "OpenOutputStream") failure.beforeTheFile = false;
+    // The number of the thread is asked for when a record is committed.
+    if (call.operation == "GetCurrentThreadId") scopeBegun = true;
+    if (call.operation == "RemoveVectoredExceptionHandler") handlerRemoved = true;
+  }
+  return failure;
+}
+
+Expected ExpectedForOpen(const FailedCall& call, bool first, bool source) {
+  if (call.subKey.ends_with("Products")) return {0xA1780003, kStageFailed, "mmmm"};
+  if (ProductIn(call.subKey).empty()) return kCompleted;
+  if (source) return {0, "Completed", first ? "rmrr" : "rrrm"};
+  return {0, "Completed", first ? "mmrr" : "rrmm"};
+}
+
+// The typed table of what one failing call does.
+Expected ExpectedFor(const FailedCall& call) {
+  const bool first = ProductIn(call.subKey) == "A";
+  const bool source = call.subKey.find("SourceList") != std::string::npos;
+  if (call.operation == "RegOpenKeyExW") return ExpectedForOpen(call, first, source);
+  if (call.operation == "RegQueryValueExW") {
+    if (ProductIn(call.subKey).empty()) return kCompleted;
+    if (source) return {0, "Completed", first ? "rmrr" : "rrrm"};
+    return {0, "Completed", first ? "mrrr" : "rrmr"};
+  }
+  if (call.operation == "RegSetValueExW") {
+    if (source) return {0xA1780003, kStageFailed, first ? "rmmm" : "rrrm"};
+    return {0xA1780003, kStageFailed, first ? "mmmm" : "rrmm"};
+  }
+  if (call.operation == "RegDeleteValueW") {
+    if (source) return {0xA1780003, kStageFailed, first ? "rhmm" : "rrrh"};
+    return {0xA1780003, kStageFailed, first ? "hmmm" : "rrhm"};
+  }
+  const bool conversion =
+      call.operation == "FileTimeToSystemTime" || call.operation == "SystemTimeToFileTime";
+  if (conversion && call.beforeTheFile) {
+    return {0x80000046, "Failed: 0x80000046 (Invalid argument)", "mmmm"};
+  }
+  return kCompleted;
+}
+
+// Errors that the operations really give.
+std::vector<winapi::Error> ErrorsFor(const std::string& operation) {
+  if (operation == "RegOpenKeyExW") return {2, 5, 1009};
+  if (operation == "RegQueryValueExW") return {2, 5, 1018};
+  if (operation == "RegSetValueExW") return {5, 8, 1018};
+  if (operation == "RegDeleteValueW") return {2, 5, 1018};
+  if (operation == "RegEnumKeyW") return {5, 234, 259};
+  if (operation == "RegCloseKey") return {6};
+  if (operation == "FileTimeToSystemTime" || operation == "SystemTimeToFileTime") return {87};
+  return {5};
+}
+
+// A listing that breaks off ends like one that is over: the products behind it stay as they are.
+bool IsBrokenListing(const RunResult& run) {
+  static const std::set<std::string> states = {"mmmm", "rrmm", "rrrr"};
+  return run.code == 0 && run.output == "Completed" && states.contains(RegistryOf(run));
+}
+
+// Memory that can't be had inside the stage, a read (which skips its value), the set-up or the
+// report.
+bool IsOutOfMemory(const RunResult& run) {
+  if (run.code == 0) return run.output == "Completed";
+  if (run.code == 0xA1780003) return run.output == kStageFailed || run.output.empty();
+  return run.code == 0x80000041 &&
+         (run.output == "Failed: 0x80000041 (Out of memory)" || run.output.empty());
+}
+
+constexpr const char* kHeader = "TVX TRACE FILE\tTime: ";
+constexpr const char* kFooter = "End of trace file, time: ";
+
+// What the trace of a run with one failing call must have.
+void ExpectTrace(const FailedCall& call, winapi::Error error, const RunResult& run) {
+  const std::string& trace = run.facts.at("trace");
+  const bool conversion =
+      call.operation == "FileTimeToSystemTime" || call.operation == "SystemTimeToFileTime";
+  if (call.operation == "OpenOutputStream" || (conversion && call.beforeTheFile)) {
+    EXPECT_EQ(trace, "");
+    return;
+  }
+  if (conversion && call.inTheHeader) return;  // the file is there, and nothing is promised of it
+  EXPECT_TRUE(trace.starts_with(kHeader)) << trace;
+  EXPECT_EQ(trace.find(kFooter) != std::string::npos, !(conversion && call.inTheFooter)) << trace;
+  if (run.code != 0xA1780003) return;
+  EXPECT_NE(trace.find("system result code: " + std::to_string(error)), std::string::npos) << trace;
+  EXPECT_NE(trace.find("ERR\tzs_util\t[main] CheckResultFailedException - 0xa1780003"),
+            std::string::npos)
+      << trace;
+  EXPECT_NE(trace.find("[main] exit with result = 0xa1780003"), std::string::npos) << trace;
+  if (call.operation == "RegSetValueExW" || call.operation == "RegDeleteValueW") {
+    const bool source = call.subKey.find("SourceList") != std::string::npos;
+    const std::string value = std::string(source ? "PackageName" : "LocalPackage") +
+                              (call.operation == "RegDeleteValueW" ? "NotExist" : "");
+    EXPECT_NE(trace.find("system result code: " + std::to_string(error) +
+                         "[correct_setup::detail::DisableProtectiveMeasuresUpgrade] value = " +
+                         value + ": 0x"),
+              std::string::npos)
+        << trace;
+  }
+}
+
+// Operations that give no failure, or whose failure isn't told apart from their success.
+const std::set<std::string> kNeverFail = {"GetLastError",         "SetLastError",
+                                          "GetCommandLineW",      "GetCurrentProcessId",
+                                          "GetCurrentThreadId",   "GetSystemTimeAsFileTime",
+                                          "VerSetConditionMask",  "CharacterToMultibyte",
+                                          "MultibyteToCharacter", "ProcessExitStatus"};
+
+TEST_F(UnblockSweep, NothingFailsWithoutAFault) {
+  const RunResult run = Run({});
+  EXPECT_EQ(run.code, 0u);
+  EXPECT_EQ(run.output, "Completed");
+  EXPECT_EQ(RegistryOf(run), "rrrr");
+  EXPECT_EQ(run.injectedFaults, 0u);
+  EXPECT_NE(TraceOf(run).find(kFooter), std::string::npos);
+}
+
+TEST_F(UnblockSweep, EachCallFailsOnce) {
+  std::set<std::string> failed;
+  std::size_t nth = 1;
+  for (;; ++nth) {
+    Fault fault{Fault::Kind::kCall, nth, 5, Repeat::kOnce};
+    RunResult run = Run(fault);
+    if (run.injectedFaults == 0) break;
+    const FailedCall call = FirstFailure(run);
+    failed.insert(call.operation);
+    for (const winapi::Error error : ErrorsFor(call.operation)) {
+      fault.error = error;
+      run = Run(fault);
+      SCOPED_TRACE(tests::Describe(fault) + ": " + call.operation + ' ' + call.subKey);
+      if (call.operation == "HeapAlloc" || call.operation == "GetProcessHeap") {
+        EXPECT_TRUE(IsOutOfMemory(run)) << Outcome(run);
+        continue;
+      }
+      if (call.operation == "RegEnumKeyW") {
+        EXPECT_TRUE(IsBrokenListing(run)) << Outcome(run);
+        continue;
+      }
+      const Expected expected = ExpectedFor(call);
+      EXPECT_EQ(run.code, expected.code);
+      EXPECT_EQ(run.output, expected.output);
+      EXPECT_EQ(RegistryOf(run), expected.registry);
+      ExpectTrace(call, error, run);
+    }
+  }
+  PrintSummary("calls", nth - 1);
+  for (const host::CallRecord& call : Run({}).calls) {
+    EXPECT_TRUE(failed.contains(call.operation) || kNeverFail.contains(call.operation))
+        << call.operation << " was never failed";
+  }
+}
+
+// With all calls behind it failing too, the values are restored up to a point and marked from there
+// on, and what can't be printed isn't.
+TEST_F(UnblockSweep, AllCallsFailFromEachOneOn) {
+  std::size_t nth = 1;
+  for (;; ++nth) {
+    const Fault fault{Fault::Kind::kCall, nth, 5, Repeat::kForever};
+    const RunResult run = Run(fault);
+    if (run.injectedFaults == 0) break;
+    SCOPED_TRACE(tests::Describe(fault) + ": " + FirstFailure(run).operation);
+    const std::string registry = RegistryOf(run);
+    const std::size_t restored = registry.find_first_not_of('r');
+    if (restored != std::string::npos) {
+      EXPECT_EQ(registry.find_first_not_of('m', restored + (registry[restored] == 'h' ? 1 : 0)),
+                std::string::npos)
+          << registry;
+    }
+    EXPECT_TRUE(IsOutOfMemory(run) || run.code == 0x80000045) << Outcome(run);
+  }
+  PrintSummary("calls", nth - 1);
+}
+
+TEST_F(UnblockSweep, EachAllocationFailsOnceAndForEver) {
+  for (const Repeat repeat : {Repeat::kOnce, Repeat::kForever}) {
+    std::size_t nth = 1;
+    for (;; ++nth) {
+      const Fault fault{Fault::Kind::kAllocation, nth, 0, repeat};
+      const RunResult run = Run(fault);
+      if (run.allocations < nth) break;
+      ++m_injected;
+      SCOPED_TRACE(tests::Describe(fault));
+      EXPECT_TRUE(IsOutOfMemory(run)) << Outcome(run);
+    }
+    EXPECT_GT(nth, 1u);
+    PrintSummary("allocations", nth - 1);
+  }
+}
+
+}  // namespace
