@@ -32,12 +32,6 @@ function(zum_test name)
   if(ARG_NATIVE_ONLY AND WIN32)
     return()
   endif()
-  foreach(source ${ARG_SOURCES})  # TEMPORARY-WHILE-PARALLEL
-    if(NOT source MATCHES "\\$" AND NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${source})  # TEMPORARY-WHILE-PARALLEL
-      message(STATUS "not there yet: ${source}")  # TEMPORARY-WHILE-PARALLEL
-      return()  # TEMPORARY-WHILE-PARALLEL
-    endif()  # TEMPORARY-WHILE-PARALLEL
-  endforeach()  # TEMPORARY-WHILE-PARALLEL
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} zum_test_support)

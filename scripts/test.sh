@@ -92,6 +92,12 @@ windows_half() {
     if wine_begin; then good "ready: build/wine/tests"; else bad "the Wine prefix can't be made"; fi
     trap wine_end EXIT
     build_and_test windows
+    local file="$results/windows.checks"
+    expected+=("$file")
+    step "Registry files exchanged with Wine"
+    configure_and_build native host_reg_file_tool
+    check "$file" registry-files-exchanged-with-wine python3 tests/contract/reg_exchange.py \
+        --tool build/native/bin/host_reg_file_tool --wine scripts/wine-run.sh
     wine_end
     trap - EXIT
 }

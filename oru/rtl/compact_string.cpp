@@ -141,7 +141,7 @@ auto CompactString::GrownCapacity(size_type n) const -> size_type {
   const size_type capacity = capacity_without_null_char();
   ORU_CHECK(n <= max_size() - capacity);
   if (n > max_size() - capacity) throw std::bad_alloc();
-  return capacity < 0x7FFFFFFF && n < capacity ? capacity * 2 : capacity + n;
+  return detail::GrownCompactCapacity(capacity, n);
 }
 
 // Gives a string in the short form, whose text goes, a block for `n` characters.

@@ -17,6 +17,17 @@
 
 namespace oru {
 
+namespace detail {
+
+// What a growth from `capacity` by `n` more characters aims at: the double where that is enough and
+// fits.
+[[nodiscard]] constexpr std::uint32_t GrownCompactCapacity(std::uint32_t capacity,
+                                                           std::uint32_t n) noexcept {
+  return capacity < 0x7FFFFFFF && n < capacity ? capacity * 2 : capacity + n;
+}
+
+}  // namespace detail
+
 class CompactString {
  public:
   using value_type = char;

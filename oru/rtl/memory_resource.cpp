@@ -19,7 +19,7 @@ void* default_heap_resource::allocate(std::size_t bytes, std::size_t alignment) 
   ORU_CHECK(bytes != 0);
   ORU_CHECK(alignment != 0);
   ORU_CHECK_RESULT(alignment <= alignof(oru_std::max_align_t));
-  void* const ptr = winapi::HeapAlloc(ProcessHeap(), /*dwFlags=*/0, bytes);
+  void* const ptr = winapi::HeapAlloc(ProcessHeap(), /*flags=*/0, bytes);
   ORU_CHECK(math::is_aligned(ptr, alignment));
   return ptr;
 }
@@ -30,7 +30,7 @@ void default_heap_resource::deallocate(void* ptr, [[maybe_unused]] std::size_t b
   ORU_CHECK(bytes != 0);
   ORU_CHECK(alignment != 0);
   // A block that the heap doesn't take back is lost; there is nobody to tell.
-  (void)winapi::HeapFree(ProcessHeap(), /*dwFlags=*/0, ptr);
+  (void)winapi::HeapFree(ProcessHeap(), /*flags=*/0, ptr);
 }
 
 }  // namespace windows

@@ -67,13 +67,14 @@ basic_string_t<CharT>::basic_string_t(const basic_string_t& other)
 
 template <typename CharT>
 basic_string_t<CharT>::basic_string_t(basic_string_t&& other) noexcept
-    : m_allocator(other.m_allocator) {
+    : basic_string_t(other.m_allocator) {
   TakeText(other);
 }
 
 template <typename CharT>
 basic_string_t<CharT>& basic_string_t<CharT>::operator=(const basic_string_t& other) {
-  return assign(other.m_data, other.m_size);
+  if (this != &other) assign(other.m_data, other.m_size);
+  return *this;
 }
 
 template <typename CharT>

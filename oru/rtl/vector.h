@@ -51,7 +51,7 @@ class vector {
   // The copy uses the allocator of `other`.
   vector(const vector& other);
   // Takes block and allocator; `other` is empty then.
-  vector(vector&& other) noexcept : m_allocator(other.m_allocator) { TakeBlock(other); }
+  vector(vector&& other) noexcept : vector(other.m_allocator) { TakeBlock(other); }
   // By value: serves copies and moves. Takes over the allocator too.
   vector& operator=(vector other) noexcept {
     swap(other);

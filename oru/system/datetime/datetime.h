@@ -16,6 +16,7 @@ namespace oru::datetime {
 struct DateTime {
   std::uint64_t ticks = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): the compiler compares the result with a plain 0
   friend auto operator<=>(const DateTime&, const DateTime&) noexcept = default;
 };
 

@@ -187,6 +187,14 @@ TEST_F(CompactStringTest, AssignmentToItselfChangesNothing) {
   }
 }
 
+TEST(CompactStringLimits, DoublingStopsWhereTheDoubleIsTooLong) {
+  EXPECT_EQ(oru::detail::GrownCompactCapacity(11, 10), 22u);
+  EXPECT_EQ(oru::detail::GrownCompactCapacity(11, 12), 23u);
+  EXPECT_EQ(oru::detail::GrownCompactCapacity(0x7FFFFFFE, 1), 0xFFFFFFFCu);
+  EXPECT_EQ(oru::detail::GrownCompactCapacity(0x7FFFFFFF, 1), 0x80000000u);
+  EXPECT_EQ(oru::detail::GrownCompactCapacity(0x7FFFFFFF, 0x7FFFFFFE), 0xFFFFFFFDu);
+}
+
 TEST(CompactStringLimits, LengthsBeyondTheLargestAreReportedAndRefused) {
   CompactString string("short");
   EXPECT_THROW(string.resize_for_overwrite(0xFFFFFFFF), std::bad_alloc);

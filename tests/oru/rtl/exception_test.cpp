@@ -83,8 +83,9 @@ void ExpectRethrowAndClone(const std::string& name) {
     EXPECT_NE(caught.Inner(), exception.Inner()) << name;
   }
   const std::unique_ptr<oru::Exception> clone = base.Clone();
-  EXPECT_EQ(typeid(*clone), typeid(Copied)) << name;
-  ExpectFields(dynamic_cast<const Copied&>(*clone), name);
+  const oru::Exception& copy = *clone;
+  EXPECT_EQ(typeid(copy), typeid(Copied)) << name;
+  ExpectFields(dynamic_cast<const Copied&>(copy), name);
   EXPECT_NE(clone->Inner(), exception.Inner()) << name;
 }
 

@@ -74,6 +74,8 @@ const Utf8Case kUtf8Cases[] = {
     {"high surrogate at the end", u"a\xD83D", "a\xED\xA0\xBD"},
     {"lone low surrogate", u"\xDC00", "\xED\xB0\x80"},
     {"low before high", u"\xDFFF\xD800", "\xED\xBF\xBF\xED\xA0\x80"},
+    {"two low surrogates", u"\xDC00\xDFFF", "\xED\xB0\x80\xED\xBF\xBF"},
+    {"high before what is no surrogate", u"\xD800\uE000", "\xED\xA0\x80\xEE\x80\x80"},
     {"high before a pair", u"\xD83D\xD83D\xDE00", "\xED\xA0\xBD\xF0\x9F\x98\x80"},
     {"low behind a pair", u"\xD83D\xDE00\xDE00", "\xF0\x9F\x98\x80\xED\xB8\x80"},
 };
