@@ -117,7 +117,7 @@ coverage_report() {
 reproducible_build() {
     step "Packages of the Windows build"
     # shellcheck disable=SC2086 # the lists are words
-    install_packages $packages_windows python3
+    install_packages $packages_windows
     local file="$results/reproducible.checks"
     expected+=("$file")
     step "Two builds, equal bytes"

@@ -16,11 +16,12 @@ good() { printf '   %s%s%s\n' "$green" "$*" "$plain"; }
 bad() { printf '   %s%s%s\n' "$red" "$*" "$plain" >&2; }
 die() { bad "$*"; exit 1; }
 
-# What each job needs, as Debian 12's packages.
-packages_native="g++ cmake ninja-build tzdata"
-packages_native_tests="clang-14 clang-format-14 clang-tidy-14 libgtest-dev python3"
-packages_windows="g++-mingw-w64-i686-posix cmake ninja-build wine wine32:i386 wine64 msitools wixl"
-packages_windows_tests="googletest osslsigncode openssl python3"
+# What each job needs, as Debian 12's packages. The presets configure the tests along with the program, so
+# their frameworks are among what a build needs.
+packages_native="g++ cmake ninja-build tzdata libgtest-dev python3"
+packages_native_tests="clang-14 clang-format-14 clang-tidy-14"
+packages_windows="g++-mingw-w64-i686-posix cmake ninja-build googletest python3 wine wine32:i386 wine64 msitools wixl"
+packages_windows_tests="osslsigncode openssl"
 packages_coverage="gcovr"
 
 # install_packages NAME ...: installs what is missing, after saying so; without root it prints the command

@@ -12,7 +12,7 @@ rehearse() {
 
     step "1. Tools and build"
     # shellcheck disable=SC2086 # the list is words
-    install_packages $packages_native python3
+    install_packages $packages_native
     configure_and_build native zum_setup_util host_reg_file_tool || exit 1
     good "build/native/bin/zum_setup_util"
 
