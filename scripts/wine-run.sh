@@ -1,7 +1,14 @@
 #!/usr/bin/env bash
-# Runs a Windows program of this project under Wine: wine-run.sh PROGRAM.exe [ARGUMENT ...]
+# Runs a Windows program of this project under Wine, in the throw-away prefix of the tests:
+#
+#   wine-run.sh PROGRAM.exe [ARGUMENT ...]
+#   wine-run.sh --end                        ends the prefix's server, which stays otherwise
 set -eu
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$project/scripts/lib/wine.sh"
-wine_make_prefix || { echo "wine-run.sh: the Wine prefix $WINEPREFIX can't be made" >&2; exit 125; }
+if [ "${1:-}" = --end ]; then
+    wine_end
+    exit 0
+fi
+wine_begin || { echo "wine-run.sh: the Wine prefix $WINEPREFIX can't be made" >&2; exit 125; }
 exec wine "$@"

@@ -102,12 +102,12 @@ struct Padding {
 [[nodiscard]] Padding PaddingFor(const FormatSpec& spec, std::size_t length) noexcept;
 
 // Puts prefix, text and padding into a sink, and gives the number of characters that went in. A
-// fill that can't be converted leaves the padding out. A sink has
+// fill that can't be converted leaves the padding out. What a sink has:
 //
-//   std::optional<Char> ConvertFill(std::uint32_t codePoint)  nothing where one character can't
-//   hold it void Reserve(std::size_t n)                               comes first; all that goes in
-//   is `n` long void PutFill(std::uint32_t n, Char fill) void PutText(text) for the types of prefix
-//   and text
+// - ConvertFill(codePoint): a std::optional of its character, empty where one can't hold it.
+// - Reserve(n): comes next; all that goes in is `n` long.
+// - PutFill(n, fill): `n` times the converted fill.
+// - PutText(text): for the types of prefix and text.
 template <typename Sink, typename Prefix, typename Text>
 std::size_t PutPadded(Sink&& sink, const FormatSpec& spec, const Prefix& prefix, const Text& text) {
   const auto fill = sink.ConvertFill(spec.fill);

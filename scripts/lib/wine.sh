@@ -22,12 +22,26 @@ wine_make_prefix() {
     ) 9>"$WINEPREFIX.lock"
 }
 
-# Keeps the server of this prefix alive until wine_end: a cold start costs half a second.
+# True while this prefix's server runs. Debian's Wine keeps its socket in a folder below /tmp whose name is
+# in the prefix, others in one that is named after the user.
+wine_runs() {
+    local base server
+    base=$(cat "$WINEPREFIX/wineserver" 2>/dev/null || printf '.wine-%d' "$(id -u)")
+    server=$(printf 'server-%x-%x' "$(stat -c %d "$WINEPREFIX")" "$(stat -c %i "$WINEPREFIX")")
+    [ -S "/tmp/$base/$server/socket" ]
+}
+
+# Makes the prefix and keeps its server alive until wine_end: a cold start costs half a second. The first
+# program starts services that keep its output open for as long as they live, so whoever waits for the end
+# of that output would wait for ever: the first program is one that nobody listens to.
 wine_begin() {
-    wine_make_prefix && { wineserver -p >/dev/null 2>&1 </dev/null || true; }
+    wine_make_prefix || return 1
+    wine_runs && return 0
+    wineserver -p >/dev/null 2>&1 </dev/null
+    timeout 120 wine cmd /c exit >/dev/null 2>&1 </dev/null
 }
 
 wine_end() {
-    wineserver -k >/dev/null 2>&1 || true
-    wineserver -w >/dev/null 2>&1 || true
+    wineserver -k >/dev/null 2>&1 </dev/null || true
+    wineserver -w >/dev/null 2>&1 </dev/null || true
 }

@@ -12,14 +12,14 @@ namespace standalone::trace {
 namespace {
 
 constexpr char kWholeFile[] =
-    "TVX TRACE FILE\tTime: <day minute>  PID: <process>\r\n"
+    "TVX TRACE FILE\tTime: <day minute>  PID: <process>(0x<process>)\r\n"
     "Command line: child\r\n"
     "Time(UTC) : <day minute>  \r\n"
     "\r\n"
     "\r\n"
-    "<time of day>\t<thread>\tINF\tzs_util\t[main]  begin\r\n"
-    "<time of day>\t<thread>\tINF\tzs_util\t[main]  end\r\n"
-    "<time of day>\t<thread>\tINF\tlate\r\n"
+    "<time of day>\t0x<thread>\tINF\tzs_util\t[main]  begin\r\n"
+    "<time of day>\t0x<thread>\tINF\tzs_util\t[main]  end\r\n"
+    "<time of day>\t0x<thread>\tINF\tlate\r\n"
     "End of trace file, time: <day second>\r\n";
 
 // The masked file of a program that ended so; checks its exit status.

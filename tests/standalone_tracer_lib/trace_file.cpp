@@ -27,6 +27,16 @@ unsigned ProcessNumber() {
 #endif
 }
 
+// Replaces each run of `characters` behind `prefix`.
+void ReplaceBehind(std::string& text, const std::string& prefix, const char* characters,
+                   const std::string& name) {
+  for (std::size_t at = 0; (at = text.find(prefix, at)) != std::string::npos;) {
+    at += prefix.size();
+    const std::size_t end = std::min(text.find_first_not_of(characters, at), text.size());
+    if (end != at) text.replace(at, end - at, name);
+  }
+}
+
 std::tm BrokenDown(bool local) {
 #ifdef _WIN32
   // The runtime would take this for a zone of its own form; without it, it asks the system.
@@ -80,21 +90,11 @@ std::string MaskTimes(const std::string& text) {
 }
 
 std::string MaskIdentity(const std::string& text) {
-  constexpr char digits[] = "0123456789";
   constexpr char hexDigits[] = "0123456789abcdef";
   std::string masked = text;
-  const std::size_t process = masked.find("PID: ") + 5;
-  std::size_t end = masked.find_first_not_of(digits, process);
-  if (masked.compare(end, 3, "(0x") == 0) {
-    end = masked.find_first_not_of(hexDigits, end + 3);
-    if (masked.compare(end, 1, ")") == 0) masked.replace(process, end + 1 - process, "<process>");
-  }
-  for (std::size_t at = 0; (at = masked.find("\t0x", at)) != std::string::npos; ++at) {
-    const std::size_t last = masked.find_first_not_of(hexDigits, at + 3);
-    if (last != at + 3 && masked.compare(last, 1, "\t") == 0) {
-      masked.replace(at + 1, last - at - 1, "<thread>");
-    }
-  }
+  ReplaceBehind(masked, "PID: ", "0123456789", "<process>");
+  ReplaceBehind(masked, "(0x", hexDigits, "<process>");
+  ReplaceBehind(masked, "\t0x", hexDigits, "<thread>");
   return masked;
 }
 

@@ -15,11 +15,15 @@ namespace tests {
 // The file's bytes; throws std::runtime_error when it can't be read.
 [[nodiscard]] std::string ReadBytes(const std::filesystem::path& file);
 
+// True when the text is the pattern, in which "#" stands for a decimal digit.
+[[nodiscard]] bool Matches(std::string_view text, std::string_view pattern);
+
 // The text with its times replaced by what they are: "<day minute>", "<day second>", "<time of
 // day>".
 [[nodiscard]] std::string MaskTimes(const std::string& text);
 
-// The text with the numbers of a process and its threads replaced: "PID: <process>", "<thread>".
+// The text with the numbers of a process and its threads replaced: "PID: <process>(0x<process>)"
+// and "0x<thread>".
 [[nodiscard]] std::string MaskIdentity(const std::string& text);
 
 // What a file looks like with its times masked: header, the lines between, footer. A line is what

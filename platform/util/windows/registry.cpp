@@ -16,7 +16,7 @@ namespace {
 // decides whether it completes the text with a zero.
 winapi::Error SetText(const RegKey& key, const char16_t* name, winapi::Dword type,
                       const char16_t* data, std::size_t characters) noexcept {
-  return winapi::RegSetValueExW(key.GetValue(), name, /*Reserved=*/0, type,
+  return winapi::RegSetValueExW(key.GetValue(), name, /*reserved=*/0, type,
                                 reinterpret_cast<const std::uint8_t*>(data),
                                 static_cast<winapi::Dword>(characters * sizeof(char16_t)));
 }
@@ -27,7 +27,7 @@ winapi::Error OpenKey(RegKey& newKey, winapi::Key hive, const char16_t* path,
                       winapi::Dword access) noexcept {
   ORU_CHECK(!newKey.IsValid());
   winapi::Key opened = nullptr;
-  const winapi::Error error = winapi::RegOpenKeyExW(hive, path, /*ulOptions=*/0, access, &opened);
+  const winapi::Error error = winapi::RegOpenKeyExW(hive, path, /*options=*/0, access, &opened);
   if (error != winapi::kErrorSuccess) return error;
   newKey.Attach(opened);
   ORU_CHECK(newKey.IsValid());
@@ -44,8 +44,8 @@ winapi::Error OpenKeyTransacted(RegKey& newKey, const KernelHandle& transaction,
   }
   const auto open = reinterpret_cast<winapi::RegOpenKeyTransactedWFunction>(procedure);
   winapi::Key opened = nullptr;
-  const winapi::Error error = open(hive, path, /*ulOptions=*/0, access, &opened,
-                                   transaction.GetValue(), /*pExtendedParameter=*/nullptr);
+  const winapi::Error error = open(hive, path, /*options=*/0, access, &opened,
+                                   transaction.GetValue(), /*reserved=*/nullptr);
   if (error == winapi::kErrorSuccess) newKey.Attach(opened);
   return error;
 }

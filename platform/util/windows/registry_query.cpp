@@ -31,7 +31,7 @@ Reading ReadOnce(const RegKey& key, const char16_t* name, char16_t* data,
   winapi::Dword type = winapi::kRegNone;
   winapi::Dword bytes = capacity * 2;
   const winapi::Error error =
-      winapi::RegQueryValueExW(key.GetValue(), name, /*lpReserved=*/nullptr, &type,
+      winapi::RegQueryValueExW(key.GetValue(), name, /*reserved=*/nullptr, &type,
                                reinterpret_cast<std::uint8_t*>(data), &bytes);
   return {data, capacity, type, bytes / 2, error};
 }

@@ -29,7 +29,7 @@ class MessageBuffer {
     return winapi::FormatMessageW(
         winapi::kFormatMessageAllocateBuffer | winapi::kFormatMessageIgnoreInserts |
             winapi::kFormatMessageFromSystem,
-        /*lpSource=*/nullptr, status, kEnglish, &m_text, /*nSize=*/0, /*Arguments=*/nullptr);
+        /*source=*/nullptr, status, kEnglish, &m_text, /*size=*/0, /*arguments=*/nullptr);
   }
   [[nodiscard]] const char16_t* Text() const noexcept { return m_text; }
 

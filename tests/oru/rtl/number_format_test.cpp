@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <random>
@@ -148,6 +149,15 @@ TEST(FormatSpec, HasItsDefaults) {
   EXPECT_EQ(spec.alignment, 1);
   EXPECT_EQ(spec.fill, 0x20u);
   EXPECT_FALSE(spec.showBase);
+}
+
+TEST(FormatSpec, FieldsStandInTheirOrder) {
+  EXPECT_EQ(offsetof(oru::FormatSpec, width), 0u);
+  EXPECT_EQ(offsetof(oru::FormatSpec, base), 4u);
+  EXPECT_EQ(offsetof(oru::FormatSpec, limit), 8u);
+  EXPECT_EQ(offsetof(oru::FormatSpec, alignment), 12u);
+  EXPECT_EQ(offsetof(oru::FormatSpec, fill), 16u);
+  EXPECT_EQ(offsetof(oru::FormatSpec, showBase), 20u);
 }
 
 TEST(FormatSpec, LiteralsAndNumbersKeepTheirTypes) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -244,6 +245,19 @@ TEST_F(VectorTest, ClearKeepsTheCapacity) {
   EXPECT_TRUE(vector.empty());
   EXPECT_EQ(vector.capacity(), 8u);
   EXPECT_EQ(Element::live, 0);
+}
+
+TEST_F(VectorTest, FieldsStandInTheirOrder) {
+  oru::vector<int> vector(Memory());
+  vector.append(5, 1);
+  vector.append(1, 2);
+  const void* fields[4];
+  static_assert(sizeof(vector) == sizeof(fields));
+  std::memcpy(fields, static_cast<const void*>(&vector), sizeof(fields));
+  EXPECT_EQ(fields[0], vector.data());
+  EXPECT_EQ(fields[1], vector.data() + 6);
+  EXPECT_EQ(fields[2], vector.data() + 10);
+  EXPECT_EQ(fields[3], static_cast<oru::IAllocator*>(&m_memory));
 }
 
 TEST_F(VectorTest, AppendOfNothingDoesNothing) {
