@@ -16,6 +16,7 @@
 #include "zum_setup_util/command_line.h"
 #include "zum_setup_util/dll_search.h"
 #include "zum_setup_util/vectored_handler_guard.h"
+#include "zum_setup_util_lib/helpers.h"
 #include "zum_setup_util_lib/sensitive_data.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 #include "zum_setup_util_lib/unblock.h"
@@ -53,8 +54,7 @@ void RunBody(oru::ResultCode& result) {
     const ArgumentList args = ReadCommandLineArguments();
     ActOnArguments(args);
   } catch (const std::exception&) {
-    const oru::ResultCode code =
-        oru::ExceptionGuard(GetTracer(), oru::kTraceLevelError, "zs_util\t[main] ");
+    const oru::ResultCode code = correct_setup::helpers::TraceCaughtException("zs_util\t[main] ");
     if (!ORU_FAILED(result)) result = code;
   }
 }

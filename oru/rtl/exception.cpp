@@ -1,5 +1,6 @@
 #include "oru/rtl/exception.h"
 
+#include <atomic>
 #include <utility>
 
 #include "oru/rtl/number_format.h"
@@ -10,15 +11,17 @@ namespace {
 
 constexpr FormatSpec kEightDigits{.width = 8, .base = 16, .fill = u'0'};
 
-// The link that is being copied without its cause, so that copying a chain doesn't recurse.
-thread_local const Exception* shallowSource = nullptr;
+// The link that is being copied without its cause, so that copying a chain doesn't recurse. Where
+// two threads copy at once, one may take the other's mark away: its link is then copied with its
+// causes, by recursion, and comes out the same. Not thread-local, since the first use of such a
+// variable allocates on the 32-bit target and ends the process when it can't.
+std::atomic<const Exception*> shallowSource{nullptr};
 
 // Copies one link through its slot, and leaves its cause out.
 std::unique_ptr<Exception> CloneLink(const Exception& link) {
-  struct Restore {
-    const Exception* outer = std::exchange(shallowSource, nullptr);
-    ~Restore() { shallowSource = outer; }
-  } restore;
+  struct Unmark {
+    ~Unmark() { shallowSource = nullptr; }
+  } unmark;
   shallowSource = &link;
   return link.Clone();
 }

@@ -18,28 +18,15 @@ class Writer {
 
   void Fill(std::uint32_t n, char fill) noexcept { m_at = std::fill_n(m_at, n, fill); }
   void Put(std::string_view text) noexcept { m_at = std::copy(text.begin(), text.end(), m_at); }
+  // `length` is the text's as UTF-8, in bytes.
+  void PutUtf8(std::u16string_view text, std::uint64_t length) noexcept {
+    WriteUtf8(text, m_at);
+    m_at += length;
+  }
 
  private:
   char* m_at;
 };
-
-// Gives each code point of the text as UTF-8 to `put`.
-template <typename Put>
-void ForEachUtf8(std::u16string_view text, const Put& put) {
-  const char16_t* first = text.data();
-  const char16_t* const last = first + text.size();
-  while (first != last) {
-    char bytes[4];
-    const unsigned count = EncodeUtf8(DecodeUtf16(first, last), bytes);
-    put(count != 0 ? std::string_view(bytes, count) : std::string_view("?"));
-  }
-}
-
-std::uint64_t Utf8Length(std::u16string_view text) noexcept {
-  std::uint64_t length = 0;
-  ForEachUtf8(text, [&length](std::string_view bytes) { length += bytes.size(); });
-  return length;
-}
 
 std::uint64_t TotalLength(const Padding& padding, std::uint64_t length) noexcept {
   return length + padding.front + padding.between + padding.behind;
@@ -120,7 +107,7 @@ ResultCode TraceStream::InsertUtf16Parts(std::u16string_view text, std::uint64_t
   if (place == nullptr) return errOutOfMemory;
   Writer writer(place);
   writer.Fill(padding.front + padding.between, fill);
-  ForEachUtf8(text, [&writer](std::string_view bytes) { writer.Put(bytes); });
+  writer.PutUtf8(text, length);
   writer.Fill(padding.behind, fill);
   return sOk;
 }
@@ -131,7 +118,7 @@ void TraceStream::InsertPadded(std::string_view text, std::size_t prefix) noexce
 }
 
 ResultCode TraceStream::InsertUtf16(std::u16string_view text) noexcept {
-  const std::uint64_t length = Utf8Length(text);
+  const std::uint64_t length = CountUtf8(text);
   return InsertUtf16Parts(text, length, TakePadding(length), m_fill);
 }
 
@@ -152,7 +139,7 @@ void TraceStream::InsertFormatted(std::string_view prefix, std::string_view text
 
 ResultCode TraceStream::InsertFormatted(std::u16string_view text, const FormatSpec& spec) noexcept {
   m_width = 0;
-  const std::uint64_t length = Utf8Length(text);
+  const std::uint64_t length = CountUtf8(text);
   return InsertUtf16Parts(text, length, FormatPadding(spec, length), static_cast<char>(spec.fill));
 }
 
