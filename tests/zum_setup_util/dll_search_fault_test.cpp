@@ -38,6 +38,7 @@ TEST_F(DllSearchFaults, CallsInOrderWithTheirArguments) {
                                       "FreeLibrary"}));
   EXPECT_EQ(host::CallsOf("LoadLibraryW").at(0).Argument("name"), "kernel32.dll");
   EXPECT_EQ(host::CallsOf("GetProcAddress").at(0).Argument("name"), "SetDefaultDllDirectories");
+  EXPECT_EQ(host::CallsOf("SetDefaultDllDirectories").at(0).Argument("flags"), "0x800");
 }
 
 TEST_F(DllSearchFaults, MissingModuleGivesTheMappedError) {

@@ -9,10 +9,13 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "oru/rtl/check.h"
 #include "oru/rtl/exception.h"
+#include "oru/rtl/tracer.h"
 #include "platform/winapi/host/control.h"
 #include "platform/winapi/winapi/exceptions.h"
 #include "standalone_tracer_lib/tracers.h"
+#include "tests/support/checks.h"
 #include "tests/support/temporary_folder.h"
 #include "zum_setup_util/run.h"
 
@@ -136,6 +139,38 @@ TEST_F(RunOrder, HandlerStandsAtTheHeadOfTheChain) {
   EXPECT_EQ(host::CallsOf("AddVectoredExceptionHandler").at(0).Argument("first"), "1");
 }
 
+TEST_F(RunOrder, SearchIsNarrowedToTheSystemDirectory) {
+  host::SetCommandLine(u"tool.exe");
+  EXPECT_EQ(RunSetupUtil(), 0);
+  EXPECT_EQ(host::CallsOf("SetDefaultDllDirectories").at(0).Argument("flags"), "0x800");
+}
+
+// A report that the run's own handler still swallowed would not reach the recorder.
+TEST_F(RunOrder, HandlerIsGoneBehindTheRun) {
+  host::SetCommandLine(u"tool.exe");
+  EXPECT_EQ(RunSetupUtil(), 0);
+  oru::FailedAssertion("after");
+  EXPECT_EQ(tests::ReportedChecks(), std::vector<std::string>{"after"});
+}
+
+TEST_F(RunOrder, HandlerIsGoneBehindAFailureOfTheOuterRegion) {
+  host::SetCommandLine(u"tool.exe");
+  m_output.FailWrites();
+  EXPECT_EQ(RunSetupUtil(), oru::MakeResultCode(0x80000072));
+  oru::FailedAssertion("after");
+  EXPECT_EQ(tests::ReportedChecks(), std::vector<std::string>{"after"});
+}
+
+TEST_F(RunOrder, InstallerTokenStartsNothingAndReadsNoRecords) {
+  host::SetCommandLine(u"tool.exe /installmsi C:\\x.msi /qn");
+  EXPECT_EQ(RunSetupUtil(), 0);
+  EXPECT_EQ(m_output.Bytes(), "Completed");
+  for (const std::string& name : Operations()) {
+    EXPECT_NE(name, "CreateProcessW");
+    EXPECT_FALSE(name.starts_with("Reg")) << name;
+  }
+}
+
 TEST_F(RunOrder, CommandLineWithoutAnyTokenIsCompleted) {
   host::SetCommandLine(u"");
   EXPECT_EQ(RunSetupUtil(), 0);
@@ -199,6 +234,13 @@ TEST_F(RunOrder, TraceHasTheRecordsInTheirOrder) {
     ASSERT_NE(found, std::string::npos) << text << "\nin\n" << trace;
     position = found;
   }
+}
+
+TEST_F(RunOrder, TracerOfTheRunKeepsLevelsUpTo700) {
+  host::SetCommandLine(u"tool.exe " + TraceArgument());
+  EXPECT_EQ(RunSetupUtil(), 0);
+  EXPECT_EQ(GetTracer()->ReserveRecord(700, nullptr, 0), oru::MakeResultCode(0x80000079));
+  EXPECT_EQ(GetTracer()->ReserveRecord(701, nullptr, 0), oru::MakeResultCode(0x8000007A));
 }
 
 TEST_F(RunOrder, FailureOfTheActionIsTracedBehindTheScopesEnd) {
