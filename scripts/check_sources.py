@@ -37,7 +37,7 @@ LAYERS = {
 # The seam's two worlds are reached through winapi/ alone; a product file never names them.
 SEAM_PUBLIC = "platform/winapi/winapi"
 WINDOWS_H_ALLOWED = ("platform/winapi/win32/", "tests/support/win32/", "tests/e2e/helpers/")
-WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "zum_setup_util_lib/sensitive_data.", "tests/")
+WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "tests/")
 MOST_LINES = 500
 SUFFIXES = {".h", ".cpp"}
 TOP_FOLDERS = ("platform", "oru", "standalone_tracer_lib", "zum_setup_util_lib", "zum_setup_util", "tests", "bench",

@@ -22,7 +22,8 @@ class LoadedModule {
   LoadedModule(const LoadedModule&) = delete;
   LoadedModule& operator=(const LoadedModule&) = delete;
   ~LoadedModule() {
-    if (m_module != nullptr) winapi::FreeLibrary(m_module);
+    // A reference that stays keeps loaded what is loaded for the process's life anyway.
+    if (m_module != nullptr) (void)winapi::FreeLibrary(m_module);
   }
 
   [[nodiscard]] winapi::Module Get() const noexcept { return m_module; }

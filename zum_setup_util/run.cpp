@@ -2,44 +2,24 @@
 
 #include <exception>
 #include <iostream>
-#include <string>
 
 #include "oru/rtl/check.h"
 #include "oru/rtl/exception_guard.h"
 #include "oru/rtl/string_sink.h"
 #include "oru/rtl/text_conversion.h"
 #include "oru/rtl/trace.h"
-#include "platform/util/text_utils.h"
 #include "platform/winapi/winapi/exceptions.h"
 #include "platform/winapi/winapi/process.h"
-#include "standalone_tracer_lib/tracers.h"
 #include "zum_setup_util/command_line.h"
 #include "zum_setup_util/dll_search.h"
+#include "zum_setup_util/trace_setup.h"
 #include "zum_setup_util/vectored_handler_guard.h"
 #include "zum_setup_util_lib/helpers.h"
-#include "zum_setup_util_lib/sensitive_data.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 #include "zum_setup_util_lib/unblock.h"
 
 namespace zum_setup_util {
 namespace {
-
-void InstallTracer(const std::u16string& directory, const ArgumentList& args) {
-  const standalone::trace::TraceSettings settings{/*enabled=*/true, oru::kTraceLevelInfo};
-  // The directory is an argument, so there is one here and the word is "all".
-  const char16_t* const component = args.empty() ? u"srv" : u"all";
-  const oru::String16 suffix(component);
-  const oru::String8 commandLine = GetMaskedCommandLine();
-  const oru::String16 path =
-      standalone::trace::MakeTraceFilePath(oru::String16(std::u16string_view(directory)), suffix);
-  standalone::trace::TracerHolder::Instance().Install(
-      standalone::trace::CreateFileTracer(path, commandLine.c_str(), settings));
-}
-
-void SetUpTracing(const ArgumentList& args) {
-  const std::u16string directory = FindOptionValue(args, kTraceOutputKey);
-  if (!directory.empty()) InstallTracer(directory, args);
-}
 
 void ActOnArguments(const ArgumentList& args) {
   SetUpTracing(args);
@@ -62,14 +42,6 @@ void RunBody(oru::ResultCode& result) {
 void Report(oru::ResultCode result) { std::cout << detail::MakeReport(result).c_str(); }
 
 }  // namespace
-
-oru::String8 GetMaskedCommandLine() {
-  const std::u16string masked =
-      correct_setup::helpers::HideSensitiveData(winapi::GetCommandLineW());
-  oru::String8 text("Command line: ");
-  text.append(text_utils::Utf16ToUtf8(masked).view());
-  return text;
-}
 
 oru::String8 detail::MakeReport(oru::ResultCode result) {
   if (result == oru::sOk) return "Completed";

@@ -19,10 +19,6 @@ namespace zum_setup_util {
 // given back as a code with nothing printed or traced. All other exceptions pass through.
 [[nodiscard]] oru::ResultCode RunSetupUtil();
 
-// "Command line: " and the process's whole command line as UTF-8, its passwords hidden. Throws
-// oru::CheckResultFailedException when the text can't be converted.
-[[nodiscard]] oru::String8 GetMaskedCommandLine();
-
 namespace detail {
 
 // What the program prints for an outcome, in the C library's 8-bit encoding.

@@ -15,7 +15,7 @@ using Milliseconds = std::chrono::duration<std::int64_t, std::milli>;
 
 // For use inside a handler: traces the exception that is being handled at level 300 under `prefix`,
 // with the process's tracer, and gives its result code. Without a tracer there is no trace.
-oru::ResultCode TraceCaughtException(const char* prefix) noexcept;
+[[nodiscard]] oru::ResultCode TraceCaughtException(const char* prefix) noexcept;
 
 namespace detail {
 

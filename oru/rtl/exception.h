@@ -187,8 +187,8 @@ E&& operator<<(E&& exception, const T& value) {
   return std::forward<E>(exception);
 }
 
-// The display text of one exception: what(), " - ", the description, ". At ", file, "(", line, ")
-// ". A null file adds nothing. The causes aren't in it; TraceStream's inserter shows the whole
+// The display text of one exception: what(), " - ", the description, ". At ", file, "(", line,
+// ") ". A null file adds nothing. The causes aren't in it; TraceStream's inserter shows the whole
 // chain.
 [[nodiscard]] String16 GetDisplayText(const Exception& exception);
 

@@ -18,8 +18,8 @@ struct FormatSpec {
   std::int32_t width = 0;   // minimum field width, in the sink's characters
   std::int32_t base = 10;   // number base, limited to 39
   std::int32_t limit = -1;  // most characters taken from a text; negative: to its terminating zero
-  std::int32_t alignment =
-      1;  // 1 and above pads in front, 0 between prefix and digits, negative behind
+  // 1 and above pads in front, 0 between prefix and digits, negative behind.
+  std::int32_t alignment = 1;
   std::uint32_t fill = 0x20;  // padding character, a code point
   bool showBase = false;      // "0x" for base 16, "0" for base 8, unless there is a sign
 };

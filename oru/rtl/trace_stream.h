@@ -85,13 +85,14 @@ class TraceStream {
   void InsertUnsigned(std::uint64_t value, unsigned base) noexcept;
   // Inserts 16-bit text as UTF-8, padded like text of that many bytes, with "?" for what can't be
   // encoded. errOutOfMemory when there is no place.
-  ResultCode InsertUtf16(std::u16string_view text) noexcept;
+  [[nodiscard]] ResultCode InsertUtf16(std::u16string_view text) noexcept;
 
   // The same three with the width, the alignment and the fill of `spec` in place of the stream's. A
   // fill above 0x7F isn't a single byte of UTF-8: nothing is padded then.
   void InsertFormatted(std::string_view prefix, std::string_view text,
                        const FormatSpec& spec) noexcept;
-  ResultCode InsertFormatted(std::u16string_view text, const FormatSpec& spec) noexcept;
+  [[nodiscard]] ResultCode InsertFormatted(std::u16string_view text,
+                                           const FormatSpec& spec) noexcept;
 
  private:
   // Grows for `need` bytes in all.
@@ -100,8 +101,8 @@ class TraceStream {
   [[nodiscard]] Padding TakePadding(std::uint64_t length) noexcept;
   void InsertParts(std::string_view prefix, std::string_view text, const Padding& padding,
                    char fill) noexcept;
-  ResultCode InsertUtf16Parts(std::u16string_view text, std::uint64_t length,
-                              const Padding& padding, char fill) noexcept;
+  [[nodiscard]] ResultCode InsertUtf16Parts(std::u16string_view text, std::uint64_t length,
+                                            const Padding& padding, char fill) noexcept;
 
   RecordHandle& m_handle;
   char* m_data;
@@ -135,8 +136,7 @@ TraceStream& operator<<(TraceStream& stream, const Formatted<std::uint64_t>& val
 TraceStream& operator<<(TraceStream& stream, const Formatted<const char*>& text) noexcept;
 TraceStream& operator<<(TraceStream& stream, const Formatted<const char16_t*>& text) noexcept;
 // The display chain: the exception and its causes, joined by ";". A link whose text can't be made
-// is
-// "<Exception display text conversion error>".
+// is "<Exception display text conversion error>".
 TraceStream& operator<<(TraceStream& stream, const Exception& exception) noexcept;
 
 // Inserts "[ ", the elements joined by ",", and " ]".

@@ -2,9 +2,9 @@
 // reader and writer of the format:
 //
 //   host_reg_file_tool sample FILE   writes a registry with every kind of value
-//   host_reg_file_tool dump FILE     shows what a file says, a key or a value a line; exit status 1
-//   and a
-//                                    line on the standard error stream where it can't be read
+//   host_reg_file_tool dump FILE     shows what a file says, a key or a value a line
+//
+// A file that can't be read gives the exit status 1 and a line on the standard error stream.
 #include <cstdint>
 #include <cstdio>
 #include <fstream>

@@ -137,6 +137,7 @@ TEST_F(RegistryOpen, BelowAHandleItsOwnViewStays) {
   EXPECT_EQ(SeamKey(in64.key, u"Sub", 0x20019).error, 0U);
   const SeamKey software(u"SOFTWARE", 0x20119);
   EXPECT_EQ(SeamKey(software.key, u"ZumContract", 0x20019).error, 0U);
+  CreateKey(u"SOFTWARE\\WOW6432Node");  // every real machine has it
   const SeamKey in32(u"SOFTWARE", 0x20019);
   ASSERT_EQ(in32.error, 0U);
   EXPECT_EQ(SeamKey(in32.key, u"ZumContract", 0x20019).error, 2U);

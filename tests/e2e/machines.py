@@ -67,14 +67,20 @@ class WineMachine(Machine):
     def status_of(code):
         return code
 
-    def wine(self, program, *arguments, given="", cwd=None):
+    @property
+    def drive_c(self):
+        """The folder that is C: to the programs."""
+        return pathlib.Path(os.environ.get("ZUM_WINEPREFIX") or PROJECT / "build/wine/tests") / "drive_c"
+
+    def wine(self, program, *arguments, given="", cwd=None, environment=None):
         """Runs a Windows program through the project's script; its standard output. The streams are files: what Wine
         starts beside the first program of a prefix lives on and would hold a pipe open."""
         with tempfile.TemporaryFile() as source, tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
             source.write(given.encode("ascii"))
             source.seek(0)
             done = subprocess.run([PROJECT / "scripts/wine-run.sh", program, *arguments], stdin=source, stdout=output,
-                                  stderr=errors, cwd=cwd or self.folder, timeout=240, check=False)
+                                  stderr=errors, cwd=cwd or self.folder, timeout=240, check=False,
+                                  env=os.environ | (environment or {}))
             output.seek(0)
             errors.seek(0)
             if done.returncode != 0:
@@ -129,15 +135,16 @@ class WineMachine(Machine):
                     raise RuntimeError(f"the dump's count is wrong: {line}")
         return branch
 
-    def start(self, command_line, *mode, program=None, cwd=None):
+    def start(self, command_line, *mode, program=None, cwd=None, environment=None):
         """The lines that runexit printed, as a dict. A program that is a text is a Windows path already."""
         program = program or self.program
         path = program if isinstance(program, str) else self.windows_path(program)
         given = f"{text_digits(path)}\n{text_digits(command_line)}\n"
-        return dict(line.split("=", 1) for line in self.helper("runexit", *mode, given=given, cwd=cwd))
+        return dict(line.split("=", 1) for line in self.helper("runexit", *mode, given=given, cwd=cwd,
+                                                                   environment=environment))
 
-    def run(self, command_line, program=None, cwd=None):
-        found = self.start(command_line, program=program, cwd=cwd)
+    def run(self, command_line, program=None, cwd=None, environment=None):
+        found = self.start(command_line, program=program, cwd=cwd, environment=environment)
         return Outcome(int(found["exit"], 16), text_from(found["output"]))
 
 
@@ -154,6 +161,11 @@ class HostMachine(Machine):
         self.root.mkdir()
         self.file = self.root / "registry.reg"
         self.clear()
+
+    @property
+    def drive_c(self):
+        """The folder that is C: to the program."""
+        return self.root / "drive_c"
 
     @staticmethod
     def status_of(code):

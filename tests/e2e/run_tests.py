@@ -14,12 +14,17 @@ sys.dont_write_bytecode = True
 
 import cases  # noqa: E402
 import test_command_lines  # noqa: E402
+import test_correct_setup  # noqa: E402
+import test_installation  # noqa: E402
 import test_native  # noqa: E402
 import test_package  # noqa: E402
+import test_planting  # noqa: E402
 import test_rewrite  # noqa: E402
+import test_signers  # noqa: E402
 import test_trace  # noqa: E402
 
-MODULES = [test_command_lines, test_native, test_package, test_rewrite, test_trace]
+MODULES = [test_command_lines, test_correct_setup, test_installation, test_native, test_package, test_planting,
+           test_rewrite, test_signers, test_trace]
 
 
 def all_cases():

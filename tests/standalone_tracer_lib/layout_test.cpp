@@ -1,4 +1,4 @@
-// What crosses between modules: slots and offsets.
+// What the concrete classes lay down in memory; the interfaces and the record are oru/rtl's.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -11,49 +11,9 @@
 #include "standalone_tracer_lib/file_tracer.h"
 #include "standalone_tracer_lib/simple_channel_tracer.h"
 #include "tests/standalone_tracer_lib/recording_channel.h"
-#include "tests/support/vtable_slot.h"
 
 namespace standalone::trace {
 namespace {
-
-using oru::tracer::TraceRecord;
-using tests::VtableSlot;
-
-TEST(TracerLayoutTest, SlotsStandInOrder) {
-  EXPECT_EQ(VtableSlot(&oru::ITracer::AddRef), 0);
-  EXPECT_EQ(VtableSlot(&oru::ITracer::Release), 1);
-  EXPECT_EQ(VtableSlot(&oru::ITracer::QueryInterface), 2);
-  EXPECT_EQ(VtableSlot(&oru::ITracer::ReserveRecord), 3);
-  EXPECT_EQ(VtableSlot(&oru::ITracer::CommitRecord), 4);
-  EXPECT_EQ(oru::ITracer::kInterfaceNumber, 0x6EF3329Bu);
-}
-
-TEST(ChannelLayoutTest, SlotsStandInOrder) {
-  EXPECT_EQ(VtableSlot(&oru::tracer::IChannel::AddRef), 0);
-  EXPECT_EQ(VtableSlot(&oru::tracer::IChannel::Release), 1);
-  EXPECT_EQ(VtableSlot(&oru::tracer::IChannel::QueryInterface), 2);
-  EXPECT_EQ(VtableSlot(&oru::tracer::IChannel::WriteRecord), 3);
-  EXPECT_EQ(oru::tracer::IChannel::kInterfaceNumber, 0x029286C5u);
-}
-
-// In words of a pointer's size for the eight pointers; four bytes on the 32-bit target.
-TEST(TraceRecordLayoutTest, FieldsStandInOrder) {
-  constexpr std::size_t word = sizeof(void*);
-  EXPECT_EQ(offsetof(TraceRecord, textBegin), 0u);
-  EXPECT_EQ(offsetof(TraceRecord, textEnd), word);
-  EXPECT_EQ(offsetof(TraceRecord, reservedBegin), 2 * word);
-  EXPECT_EQ(offsetof(TraceRecord, reservedEnd), 3 * word);
-  EXPECT_EQ(offsetof(TraceRecord, textBegin2), 4 * word);
-  EXPECT_EQ(offsetof(TraceRecord, textEnd2), 5 * word);
-  EXPECT_EQ(offsetof(TraceRecord, reservedBegin2), 6 * word);
-  EXPECT_EQ(offsetof(TraceRecord, reservedEnd2), 7 * word);
-  EXPECT_EQ(offsetof(TraceRecord, threadId), 8 * word);
-  EXPECT_EQ(offsetof(TraceRecord, reserved), 8 * word + 8);
-  EXPECT_EQ(offsetof(TraceRecord, time), 8 * word + 16);
-  EXPECT_EQ(offsetof(TraceRecord, level), 8 * word + 24);
-  EXPECT_EQ(offsetof(TraceRecord, processId), 8 * word + 28);
-  EXPECT_EQ(sizeof(TraceRecord), 8 * word + 32);
-}
 
 TEST(TraceSettingsLayoutTest, FieldsStandInOrder) {
   EXPECT_EQ(offsetof(TraceSettings, enabled), 0u);

@@ -5,9 +5,9 @@
 #include "tests/support/checks.h"
 #include "tests/support/temporary_folder.h"
 
-// Natively each test process has a machine of its own: an empty folder that goes away with it. The host
-// layer looks at the variable at its first use, which a static initialiser may be, so the folder is made
-// by the runner of an initialiser with a high priority.
+// Natively each test process has a machine of its own: an empty folder that goes away with it. The
+// host layer looks at the variable at its first use, which a static initialiser may be, so the
+// folder is made by an initialiser with a high priority.
 #ifndef _WIN32
 namespace {
 

@@ -1,6 +1,6 @@
-// The machine's registry as a test sets it up and looks at it, in both worlds: under Wine by the system's
-// own calls, natively by the host layer's test face. Paths lie below HKEY_LOCAL_MACHINE and mean the
-// 64-bit view, such as u"SOFTWARE\\Classes\\Installer\\Products".
+// The machine's registry as a test sets it up and looks at it, in both worlds: under Wine by the
+// system's own calls, natively by the host layer's test face. Paths lie below HKEY_LOCAL_MACHINE
+// and mean the 64-bit view, such as u"SOFTWARE\\Classes\\Installer\\Products".
 #ifndef TESTS_SUPPORT_TEST_REGISTRY_H_
 #define TESTS_SUPPORT_TEST_REGISTRY_H_
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "zum_setup_util/command_line.h"
-#include "zum_setup_util/run.h"
+#include "zum_setup_util/trace_setup.h"
 
 int main() {
   for (const std::u16string& argument : zum_setup_util::ReadCommandLineArguments()) {

@@ -44,7 +44,7 @@ ProcessView ViewOf(const std::u16string& commandLine) {
 #else
 
 #include "platform/winapi/host/control.h"
-#include "zum_setup_util/run.h"
+#include "zum_setup_util/trace_setup.h"
 
 namespace tests {
 

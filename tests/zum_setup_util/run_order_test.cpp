@@ -18,6 +18,7 @@
 #include "tests/support/checks.h"
 #include "tests/support/temporary_folder.h"
 #include "zum_setup_util/run.h"
+#include "zum_setup_util/trace_setup.h"
 
 namespace zum_setup_util {
 namespace {

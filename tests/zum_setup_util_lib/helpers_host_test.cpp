@@ -9,6 +9,7 @@
 
 namespace host = winapi::host;
 using correct_setup::helpers::Milliseconds;
+using correct_setup::helpers::TraceCaughtException;
 using correct_setup::helpers::TryExecuteWithRepeat;
 
 namespace {
@@ -80,6 +81,20 @@ TEST_F(RepeatDelays, ExceptionIsGoneBeforeTheSleep) {
       1, Milliseconds(100));
   EXPECT_EQ(sleepsAtDeath, before);
   EXPECT_EQ(host::Sleeps().size(), before + 1);
+}
+
+// The process's tracer is made at its first use, which finds no memory here.
+TEST(TraceCaughtExceptionOnHost, GivesTheCodeWhereNoTracerCanBeMade) {
+  host::FailCall("HeapAlloc", 1, 0, host::Repeat::kForever);
+  oru::ResultCode code = oru::sOk;
+  try {
+    throw std::runtime_error("cause");
+  } catch (const std::exception&) {
+    code = TraceCaughtException("x\t[f] ");
+  }
+  EXPECT_GE(host::InjectedFaultCount(), 1u);
+  host::ClearFaults();
+  EXPECT_EQ(code, oru::errUnknownException);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <new>
@@ -10,33 +11,20 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "standalone_tracer_lib/tracer_holder.h"
 #include "tests/support/checks.h"
-#include "tests/support/recording_tracer.h"
+#include "tests/zum_setup_util_lib/installed_tracer.h"
 
 using correct_setup::helpers::Milliseconds;
 using correct_setup::helpers::TraceCaughtException;
 using correct_setup::helpers::TryExecuteWithRepeat;
+using tests::InstalledTracer;
 using tests::RecordingTracer;
 
 namespace {
 
-using Records = std::vector<std::pair<std::uint32_t, std::string>>;
+using Records = tests::TraceRecords;
 
 constexpr char kPrefix[] = "setup\t[correct_setup::helpers::TryExecuteWithRepeat] ";
-
-// Installed for the rest of the process, and never destroyed: the holder lets go of it at exit.
-RecordingTracer& Install(std::uint32_t maximum = 700) {
-  auto& tracer = *new RecordingTracer(maximum);
-  standalone::trace::TracerHolder::Instance().Install(oru::ObjectPtr<oru::ITracer>::Share(&tracer));
-  return tracer;
-}
-
-Records RecordsOf(const RecordingTracer& tracer) {
-  Records records;
-  for (const auto& record : tracer.Records()) records.emplace_back(record.level, record.text);
-  return records;
-}
 
 std::pair<std::uint32_t, std::string> Failure(const std::string& what) {
   return {300, kPrefix + what};
@@ -56,24 +44,24 @@ struct FailingAction {
 };
 
 TEST(TryExecuteWithRepeat, SuccessAtOnceLeavesNoTrace) {
-  const RecordingTracer& tracer = Install();
+  const InstalledTracer tracer;
   FailingAction action{0};
   TryExecuteWithRepeat(action, 10, Milliseconds(0));
   EXPECT_EQ(action.runs, 1);
-  EXPECT_TRUE(tracer.Calls().empty());
+  EXPECT_TRUE(tracer->Calls().empty());
 }
 
 TEST(TryExecuteWithRepeat, TwoFailuresAndASuccess) {
-  const RecordingTracer& tracer = Install();
+  const InstalledTracer tracer;
   FailingAction action{2};
   TryExecuteWithRepeat(action, 10, Milliseconds(0));
   EXPECT_EQ(action.runs, 3);
-  EXPECT_EQ(RecordsOf(tracer),
+  EXPECT_EQ(tracer.Records(),
             (Records{Failure("run 1"), Repeat(1, 10), Failure("run 2"), Repeat(2, 10)}));
 }
 
 TEST(TryExecuteWithRepeat, LastFailureIsTracedAndLeaves) {
-  const RecordingTracer& tracer = Install();
+  const InstalledTracer tracer;
   FailingAction action{1000};
   try {
     TryExecuteWithRepeat(action, 10, Milliseconds(0));
@@ -87,29 +75,29 @@ TEST(TryExecuteWithRepeat, LastFailureIsTracedAndLeaves) {
     expected.push_back(Failure("run " + std::to_string(run)));
     if (run <= 10) expected.push_back(Repeat(run, 10));
   }
-  EXPECT_EQ(RecordsOf(tracer), expected);
+  EXPECT_EQ(tracer.Records(), expected);
 }
 
 TEST(TryExecuteWithRepeat, NoRepeatAllowedIsOneRun) {
-  const RecordingTracer& tracer = Install();
+  const InstalledTracer tracer;
   FailingAction action{1000};
   EXPECT_THROW(TryExecuteWithRepeat(action, 0, Milliseconds(100'000)), std::runtime_error);
   EXPECT_EQ(action.runs, 1);
-  EXPECT_EQ(RecordsOf(tracer), Records{Failure("run 1")});
+  EXPECT_EQ(tracer.Records(), Records{Failure("run 1")});
 }
 
 TEST(TryExecuteWithRepeat, FirstRepeatOfAHundred) {
-  const RecordingTracer& tracer = Install();
+  const InstalledTracer tracer;
   FailingAction action{1};
   TryExecuteWithRepeat(action, 100, Milliseconds(0));
   ASSERT_EQ(tracer.Records().size(), 2u);
-  EXPECT_EQ(tracer.Records()[1].text,
+  EXPECT_EQ(tracer.Records()[1].second,
             "setup\t[correct_setup::helpers::TryExecuteWithRepeat] try repeat execution: count "
             "1:100");
 }
 
 TEST(TryExecuteWithRepeat, ForeignExceptionPassesThroughAtOnce) {
-  const RecordingTracer& tracer = Install();
+  const InstalledTracer tracer;
   int runs = 0;
   const auto action = [&runs] {
     ++runs;
@@ -117,7 +105,7 @@ TEST(TryExecuteWithRepeat, ForeignExceptionPassesThroughAtOnce) {
   };
   EXPECT_THROW(TryExecuteWithRepeat(action, 10, Milliseconds(0)), int);
   EXPECT_EQ(runs, 1);
-  EXPECT_TRUE(tracer.Calls().empty());
+  EXPECT_TRUE(tracer->Calls().empty());
   EXPECT_TRUE(tests::ReportedChecks().empty());
 }
 
@@ -146,7 +134,7 @@ class Observed : public std::exception {
 };
 
 TEST(TryExecuteWithRepeat, ExceptionIsGoneBeforeTheRepeatIsTold) {
-  RecordingTracer& tracer = Install();
+  InstalledTracer tracer;
   std::vector<std::string> events;
   const auto note = [&events](const char* event) {
     return [&events, event](char**) {
@@ -154,8 +142,8 @@ TEST(TryExecuteWithRepeat, ExceptionIsGoneBeforeTheRepeatIsTold) {
       return oru::sOk;
     };
   };
-  tracer.Script(RecordingTracer::Call::kCommit, note("failure traced"));
-  tracer.Script(RecordingTracer::Call::kCommit, note("repeat told"));
+  tracer->Script(RecordingTracer::Call::kCommit, note("failure traced"));
+  tracer->Script(RecordingTracer::Call::kCommit, note("repeat told"));
   bool failed = false;
   const auto action = [&] {
     events.push_back("run");
@@ -167,12 +155,12 @@ TEST(TryExecuteWithRepeat, ExceptionIsGoneBeforeTheRepeatIsTold) {
 }
 
 TEST(TryExecuteWithRepeat, FamilyMemberIsTracedWithItsDisplayText) {
-  const RecordingTracer& tracer = Install();
+  const InstalledTracer tracer;
   const auto action = [] {
     throw oru::CheckResultFailedException("a/b", 7, oru::errInvalidArgument, u"text");
   };
   EXPECT_THROW(TryExecuteWithRepeat(action, 0, Milliseconds(0)), oru::CheckResultFailedException);
-  EXPECT_EQ(RecordsOf(tracer),
+  EXPECT_EQ(tracer.Records(),
             Records{Failure("CheckResultFailedException - text: 0x80000046 (Invalid argument). At "
                             "a/b(7) ")});
 }
@@ -183,6 +171,14 @@ TEST(TryExecuteWithRepeat, NegativeDelayDoesNotSleep) {
   EXPECT_EQ(action.runs, 4);
 }
 
+TEST(TryExecuteWithRepeat, DelayTakesItsTime) {
+  FailingAction action{2};
+  const auto start = std::chrono::steady_clock::now();
+  TryExecuteWithRepeat(action, 2, Milliseconds(40));
+  // A millisecond less each, for clocks of a coarser tick.
+  EXPECT_GE(std::chrono::steady_clock::now() - start, Milliseconds(78));
+}
+
 // The greatest count ends too: a counter that came back to 0 would go on for ever.
 TEST(TryExecuteWithRepeat, GreatestCountIs65535Repeats) {
   FailingAction action{1'000'000};
@@ -191,7 +187,7 @@ TEST(TryExecuteWithRepeat, GreatestCountIs65535Repeats) {
 }
 
 TEST(TryExecuteWithRepeat, WorksWithoutAMaximumForRecords) {
-  const RecordingTracer& tracer = Install(299);
+  const InstalledTracer tracer(299);
   FailingAction action{2};
   TryExecuteWithRepeat(action, 10, Milliseconds(0));
   EXPECT_EQ(action.runs, 3);
@@ -207,13 +203,13 @@ TEST(TryExecuteWithRepeat, TakesAFunctionAndATemporary) {
 }
 
 TEST(TraceCaughtException, GivesTheCodeAndTracesAtLevel300) {
-  const RecordingTracer& tracer = Install();
+  const InstalledTracer tracer;
   try {
     throw std::bad_alloc();
   } catch (const std::exception&) {
     EXPECT_EQ(TraceCaughtException("x\t[f] "), oru::errOutOfMemory);
   }
-  EXPECT_EQ(RecordsOf(tracer), (Records{{300, "x\t[f] bad allocation"}}));
+  EXPECT_EQ(tracer.Records(), (Records{{300, "x\t[f] bad allocation"}}));
 }
 
 }  // namespace

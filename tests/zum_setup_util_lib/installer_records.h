@@ -12,10 +12,8 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "oru/rtl/object_ptr.h"
-#include "standalone_tracer_lib/tracer_holder.h"
-#include "tests/support/recording_tracer.h"
 #include "tests/support/test_registry.h"
+#include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "zum_setup_util_lib/registry_rewrite.h"
 
 namespace tests {
@@ -30,16 +28,12 @@ inline constexpr char kRewritePrefix[] =
 // Both branches are there and empty at the start, and gone at the end.
 class InstallerRecords : public ::testing::Test {
  public:
-  using Records = std::vector<std::pair<std::uint32_t, std::string>>;
+  using Records = TraceRecords;
 
  protected:
   InstallerRecords() : m_userData(kUserData), m_classes(kClasses) {
     CreateKey(kUserData);
     CreateKey(kClasses);
-    // Never destroyed: the holder lets go of it at exit.
-    m_tracer = new RecordingTracer;
-    standalone::trace::TracerHolder::Instance().Install(
-        oru::ObjectPtr<oru::ITracer>::Share(m_tracer));
   }
 
   static std::u16string InstallProperties(const std::u16string& product) {
@@ -90,8 +84,7 @@ class InstallerRecords : public ::testing::Test {
 
   // What was traced, between the scope's begin and end, which are looked for here.
   [[nodiscard]] Records Traced() const {
-    Records records;
-    for (const auto& record : m_tracer->Records()) records.emplace_back(record.level, record.text);
+    const Records records = m_tracer.Records();
     const std::string prefix = kRewritePrefix;
     EXPECT_GE(records.size(), 2u);
     if (records.size() < 2) return {};
@@ -109,7 +102,7 @@ class InstallerRecords : public ::testing::Test {
  private:
   ScopedTree m_userData;
   ScopedTree m_classes;
-  RecordingTracer* m_tracer;
+  InstalledTracer m_tracer;
 };
 
 }  // namespace tests

@@ -4,15 +4,11 @@
 #include "platform/winapi/winapi/modules.h"
 
 namespace windows_helpers {
-namespace {
 
-// The last error, or `fallback` where the system left none: a failure must not look like a success.
 winapi::Error LastErrorOr(winapi::Error fallback) noexcept {
   const winapi::Error error = winapi::GetLastError();
   return error != winapi::kErrorSuccess ? error : fallback;
 }
-
-}  // namespace
 
 winapi::Error FindProcedure(const char16_t* module, const char* name,
                             winapi::Procedure& procedure) noexcept {

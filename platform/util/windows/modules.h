@@ -6,6 +6,9 @@
 
 namespace windows_helpers {
 
+// The last error, or `fallback` where the system left none: a failure must not look like a success.
+[[nodiscard]] winapi::Error LastErrorOr(winapi::Error fallback) noexcept;
+
 // Finds a function in a module that is loaded for as long as the process lives, such as
 // "advapi32.dll". On failure `procedure` is null and the error 126 (no such module) or 127 (no such
 // function).

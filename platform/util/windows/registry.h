@@ -25,7 +25,8 @@ inline constexpr std::uint32_t MaxSize = 0x7FFFFFFF;
 [[nodiscard]] winapi::Error OpenKey(RegKey& newKey, winapi::Key hive, const char16_t* path,
                                     winapi::Dword access) noexcept;
 
-// The same inside a kernel transaction, without the checks. 127 on systems that can't do that.
+// The same inside a kernel transaction, without the checks. 126 or 127 on systems that can't do
+// that.
 [[nodiscard]] winapi::Error OpenKeyTransacted(RegKey& newKey, const KernelHandle& transaction,
                                               winapi::Key hive, const char16_t* path,
                                               winapi::Dword access) noexcept;

@@ -21,7 +21,8 @@ class MessageBuffer {
   MessageBuffer(const MessageBuffer&) = delete;
   MessageBuffer& operator=(const MessageBuffer&) = delete;
   ~MessageBuffer() {
-    if (m_text != nullptr) winapi::LocalFree(m_text);
+    // A buffer that the system doesn't take back is lost, which no caller could mend.
+    if (m_text != nullptr) (void)winapi::LocalFree(m_text);
   }
 
   // Gives the number of characters, 0 for none.
@@ -61,6 +62,10 @@ class MessageBuffer {
 
 }  // namespace
 
+void detail::TrimSystemMessage(std::u16string& text) noexcept {
+  while (!text.empty() && IsTrimmed(text.back())) text.pop_back();
+}
+
 std::u16string FormatSystemMessage(winapi::Dword status) {
   std::u16string text;
   {
@@ -69,7 +74,7 @@ std::u16string FormatSystemMessage(winapi::Dword status) {
     if (length == 0) return text;
     text.assign(buffer.Text(), length);
   }
-  while (!text.empty() && IsTrimmed(text.back())) text.pop_back();
+  detail::TrimSystemMessage(text);
   return text;
 }
 

@@ -10,14 +10,21 @@
 
 namespace windows_helpers {
 
-// The system's English text for an error number or a status, without the line end and the full
-// stops behind it; empty where there is none. Throws std::bad_alloc.
+// The system's English text for an error number or a status, trimmed as below; empty where there is
+// none. Throws std::bad_alloc.
 [[nodiscard]] std::u16string FormatSystemMessage(winapi::Dword status);
+
+namespace detail {
+
+// Takes away all carriage returns, line feeds and full stops at the end, in whatever order.
+void TrimSystemMessage(std::u16string& text) noexcept;
+
+}  // namespace detail
 
 // A call of Windows that failed, named by its expression. Thrown with its position behind it:
 //
-//   throw WindowsErrorException(error, "CopyFileW(from, to)") << SetFile(kSourceFile) <<
-//   SetLine(__LINE__);
+//   throw WindowsErrorException(error, "CopyFileW(from, to)")
+//       << SetFile(kSourceFile) << SetLine(__LINE__);
 struct WindowsErrorException
     : public oru::ExceptionBase<WindowsErrorException, oru::ResultCodeException> {
   // `status` is an error number or a status such as an HRESULT, `expression` the failed call as the

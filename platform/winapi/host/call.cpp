@@ -243,7 +243,8 @@ LiveResources Live() {
           .handles = liveCounters.handles,
           .moduleReferences = liveCounters.moduleReferences,
           .heapBlocks = liveCounters.heapBlocks,
-          .localBlocks = liveCounters.localBlocks};
+          .localBlocks = liveCounters.localBlocks,
+          .trustStates = liveCounters.trustStates};
 }
 
 }  // namespace winapi::host

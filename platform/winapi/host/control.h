@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/winapi/winapi/guid.h"
 #include "platform/winapi/winapi/time.h"
 #include "platform/winapi/winapi/types.h"
 
@@ -72,14 +73,15 @@ void FailAllocation(std::size_t nth, Repeat repeat = Repeat::kOnce);
 // True while a seam operation runs on this thread.
 [[nodiscard]] bool InsideSeam() noexcept;
 
-// What is still open: registry keys, kernel handles, module references, heap and local memory
-// blocks.
+// What is still open: registry keys, kernel and search handles, module references, heap and local
+// memory blocks, and states of the trust provider.
 struct LiveResources {
   std::size_t keys = 0;
   std::size_t handles = 0;
   std::size_t moduleReferences = 0;
   std::size_t heapBlocks = 0;
   std::size_t localBlocks = 0;
+  std::size_t trustStates = 0;
 };
 [[nodiscard]] LiveResources Live();
 
@@ -103,7 +105,9 @@ void SetClock(std::optional<std::uint64_t> ticks);
 [[nodiscard]] const std::vector<Dword>& Sleeps();
 
 // The time zone: a name of the system's zone database ("Europe/Berlin"), or rules of the test's own
-// by year; an empty name takes the process's TZ again.
+// by year, where nullopt makes the asking operation fail with 2; an empty name takes the process's
+// TZ again. SetTimeZone puts the name into TZ, so the C library's local time follows, and ends what
+// SetTimeZoneRule began.
 void SetTimeZone(std::string_view name);
 using ZoneRule = std::function<std::optional<TimeZoneInformation>(unsigned year)>;
 void SetTimeZoneRule(ZoneRule rule);
@@ -124,9 +128,67 @@ using QueryScript = std::function<std::optional<QueryAnswer>(std::u16string_view
 void SetQueryScript(QueryScript script);
 
 // A waitable object for tests: signalled or not, or one whose wait gives `result` (such as
-// kWaitAbandoned).
+// kWaitAbandoned) and leaves `error` as the last error, 0 for none. Closed by CloseHandle.
 [[nodiscard]] Handle MakeWaitable(bool signalled);
 [[nodiscard]] Handle MakeWaitableWithResult(Dword result, Error error);
+
+// The source of CoCreateGuid: fills its argument and gives the result, negative for a failure. Null
+// takes the system's random numbers again.
+using GuidSource = std::function<std::int32_t(Guid& guid)>;
+void SetGuidSource(GuidSource source);
+
+// Files and directories are named by Windows paths here and must exist; false where they don't.
+//
+// A locked one is held open by somebody else who shares it with nobody: it can't be copied, copied
+// onto, deleted or removed (32). Its attributes can be asked for.
+bool LockFile(std::u16string_view path);
+bool UnlockFile(std::u16string_view path);
+// A read-only directory lets nobody make, delete or remove anything in it (5), not even root.
+bool SetReadOnlyDirectory(std::u16string_view path, bool readOnly);
+
+// What CreateDirectoryW was given as a descriptor, in Windows' binary forms. A list that is present
+// and null is told by `control` alone.
+struct CapturedDescriptor {
+  std::uint16_t control = 0;  // 4: access list present, 16: system list present
+  std::optional<std::vector<std::uint8_t>> owner;
+  std::optional<std::vector<std::uint8_t>> group;
+  std::optional<std::vector<std::uint8_t>> dacl;
+  std::optional<std::vector<std::uint8_t>> sacl;
+  bool operator==(const CapturedDescriptor&) const = default;
+};
+// The descriptor of the directory that CreateDirectoryW made last at that path, which may be gone
+// by now. nullopt where it made none or was given no descriptor.
+[[nodiscard]] std::optional<CapturedDescriptor> DescriptorOf(std::u16string_view path);
+
+// The token of the process: security identifiers in their binary form. At the start the user is
+// S-1-5-21-0-0-0-1000 with the high integrity level, S-1-16-12288.
+struct TokenContent {
+  std::vector<std::uint8_t> user;
+  std::optional<std::vector<std::uint8_t>> integrityLevel;  // nullopt: a token without a label
+};
+void SetToken(TokenContent content);
+// Such as MakeSid(5, {18}) for S-1-5-18.
+[[nodiscard]] std::vector<std::uint8_t> MakeSid(std::uint8_t authority,
+                                                const std::vector<Dword>& subAuthorities);
+
+// The code that GetExitCodeProcess gives for every program that has ended, all 32 bits of it;
+// nullopt: the program's own again.
+void SetExitCode(std::optional<Dword> code);
+// What a wait on a started program gives, without waiting for it, such as kWaitAbandoned; nullopt:
+// waits again.
+void SetProgramWait(std::optional<Dword> result);
+// Programs that CreateProcessW started and that haven't ended.
+[[nodiscard]] std::size_t RunningPrograms();
+
+// What the trust provider says of every file that is there: the result of WinVerifyTrust (at the
+// start "no signature", for a file that has none), and the signer's display name, which counts for
+// a result of 0 or above. A helper of the provider is made to give null by FailCall, and
+// CertGetNameStringW to give 0.
+struct TrustVerdict {
+  std::int32_t status = static_cast<std::int32_t>(0x800B0100);  // TRUST_E_NOSIGNATURE
+  std::u16string signer = {};
+};
+void SetTrustVerdict(TrustVerdict verdict);
 
 // The folder that stands for the machine (ZUM_HOST_ROOT), in UTF-8.
 [[nodiscard]] std::string RootFolder();

@@ -123,6 +123,7 @@ constexpr ErrorText kTexts[] = {
     {1168, u"Element not found.\r\n"},
     {1223, u"The operation was canceled by the user.\r\n"},
     {1305, u"The revision level is unknown.\r\n"},
+    {1306, u"Indicates two revision levels are incompatible.\r\n"},
     {1307, u"This security ID may not be assigned as the owner of this object.\r\n"},
     {1308, u"This security ID may not be assigned as the primary group of an object.\r\n"},
     {1314, u"A required privilege is not held by the client.\r\n"},
@@ -232,6 +233,7 @@ constexpr ErrorText kTexts[] = {
     {1717, u"The interface is unknown.\r\n"},
     {1722, u"The RPC server is unavailable.\r\n"},
     {1815, u"The specified resource language ID cannot be found in the image file.\r\n"},
+    {1921, u"The name of the file cannot be resolved by the system.\r\n"},
     {3010,
      u"The requested operation is successful. Changes will not be effective until the system is "
      u"rebooted.\r\n"},
@@ -239,6 +241,11 @@ constexpr ErrorText kTexts[] = {
     {6701,
      u"The requested operation was made in the context of a transaction that is no longer "
      u"active.\r\n"},
+    {6701,
+     u"The requested operation was made in the context of a transaction that is no longer "
+     u"active.\r\n"},
+    {6800,
+     u"The function attempted to use a name that is reserved for use by another transaction.\r\n"},
     {14001,
      u"The application has failed to start because its side-by-side configuration is incorrect. "
      u"Please see the application event log or use the command-line sxstrace.exe tool for more "

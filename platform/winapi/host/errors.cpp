@@ -1,6 +1,7 @@
 #include "platform/winapi/winapi/errors.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "platform/winapi/host/blocks.h"
@@ -70,12 +71,26 @@ Dword FormatMessageW(Dword flags, const void* source, Dword messageId, Dword lan
   return static_cast<Dword>(text.size());
 }
 
+void* LocalAlloc(Dword flags, std::size_t bytes) noexcept {
+  host::Call call("LocalAlloc");
+  call.Mask("flags", flags).Argument("bytes", bytes);
+  void* const none = nullptr;
+  if (const auto fault = call.Fault()) return host::FailWith(*fault, none);
+  if (flags != kLmemFixed) return host::FailWith(kErrorInvalidParameter, none);
+  void* memory = LocalHeap().Allocate(bytes);
+  if (memory == nullptr) return host::FailWith(kErrorNotEnoughMemory, none);
+  // Never zeros, on which code could come to rely; of a large block the head is enough.
+  std::memset(memory, 0xCD, std::min<std::size_t>(bytes, 4096));
+  return memory;
+}
+
 void* LocalFree(void* memory) noexcept {
   host::Call call("LocalFree");
   call.Argument("memory", memory);
   const auto fault = call.Fault();
   const bool released = memory == nullptr || LocalHeap().Release(memory);
-  if (fault) return host::FailWith(*fault, memory);
+  // A failure gives the pointer back; only its value is passed on, though the block may be gone.
+  if (fault) return host::FailWith(*fault, memory);  // NOLINT(clang-analyzer-unix.Malloc)
   return released ? nullptr : host::FailWith(kErrorInvalidHandle, memory);
 }
 

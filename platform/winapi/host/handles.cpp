@@ -4,10 +4,12 @@
 #include <cstdlib>
 #include <map>
 #include <mutex>
+#include <utility>
 
 #include "platform/winapi/host/call.h"
 #include "platform/winapi/host/clock.h"
 #include "platform/winapi/host/control.h"
+#include "platform/winapi/host/handle_table.h"
 #include "platform/winapi/host/last_error.h"
 #include "platform/winapi/host/live.h"
 #include "platform/winapi/winapi/errors.h"
@@ -15,16 +17,13 @@
 namespace winapi {
 namespace {
 
-// What a wait on an object gives.
-struct Object {
-  Dword waitResult = kWaitObject0;
-  Error error = kErrorSuccess;
-};
+using host::KernelObject;
+using host::WaitOutcome;
 
 struct Table {
   std::mutex mutex;
-  std::uintptr_t lastHandle = 0x1000;  // grows for ever, so a closed handle is never open again
-  std::map<std::uintptr_t, Object> objects;
+  std::uintptr_t lastHandle = 0x1000;
+  std::map<std::uintptr_t, std::shared_ptr<KernelObject>> objects;
 };
 
 Table& TheTable() {
@@ -38,39 +37,73 @@ bool IsPseudoHandle(Handle handle) {
   return number == -1 || number == -2;
 }
 
-Handle Open(Object object) {
-  const host::SeamMark mark;
-  Table& table = TheTable();
-  const std::lock_guard lock(table.mutex);
-  table.lastHandle += 4;  // Windows' handles are multiples of four
-  table.objects.emplace(table.lastHandle, object);
-  ++host::liveCounters.handles;
-  return reinterpret_cast<Handle>(table.lastHandle);
+WaitOutcome WaitInVain(Dword milliseconds) {
+  if (milliseconds == kInfinite) {
+    // Nothing here will ever signal it: better an end with a reason than a test that hangs.
+    std::fputs("host: a wait without end on an object that is never signalled\n", stderr);
+    std::abort();
+  }
+  host::LetPass(milliseconds);
+  return {.result = kWaitTimeout};
 }
 
-bool Close(Handle handle) {
-  Table& table = TheTable();
-  const std::lock_guard lock(table.mutex);
-  if (table.objects.erase(reinterpret_cast<std::uintptr_t>(handle)) == 0) return false;
-  --host::liveCounters.handles;
-  return true;
-}
+// An object of the test's own.
+class Waitable final : public KernelObject {
+ public:
+  explicit Waitable(WaitOutcome outcome) : m_outcome(outcome) {}
+  WaitOutcome Wait(Dword milliseconds) override {
+    return m_outcome.result == kWaitTimeout ? WaitInVain(milliseconds) : m_outcome;
+  }
 
-std::optional<Object> Find(Handle handle) {
-  if (IsPseudoHandle(handle)) return Object{.waitResult = kWaitTimeout};
-  Table& table = TheTable();
-  const std::lock_guard lock(table.mutex);
-  const auto found = table.objects.find(reinterpret_cast<std::uintptr_t>(handle));
-  return found == table.objects.end() ? std::nullopt : std::optional(found->second);
+ private:
+  WaitOutcome m_outcome;
+};
+
+WaitOutcome WaitFor(Handle handle, Dword milliseconds) {
+  if (IsPseudoHandle(handle)) return WaitInVain(milliseconds);
+  const auto object = host::ObjectOf(handle);
+  if (object == nullptr) return {.result = kWaitFailed, .error = kErrorInvalidHandle};
+  return object->Wait(milliseconds);
 }
 
 }  // namespace
+
+WaitOutcome host::KernelObject::Wait(Dword /*milliseconds*/) { return {.result = kWaitObject0}; }
+
+Handle host::OpenHandle(std::shared_ptr<KernelObject> object) {
+  Table& table = TheTable();
+  const std::lock_guard lock(table.mutex);
+  table.lastHandle += 4;  // Windows' handles are multiples of four
+  table.objects.emplace(table.lastHandle, std::move(object));
+  ++liveCounters.handles;
+  return reinterpret_cast<Handle>(table.lastHandle);
+}
+
+std::shared_ptr<KernelObject> host::ObjectOf(Handle handle) {
+  Table& table = TheTable();
+  const std::lock_guard lock(table.mutex);
+  const auto found = table.objects.find(reinterpret_cast<std::uintptr_t>(handle));
+  return found == table.objects.end() ? nullptr : found->second;
+}
+
+// The object dies behind the lock: its end may take other locks.
+bool host::CloseObject(Handle handle) {
+  std::shared_ptr<KernelObject> object;
+  Table& table = TheTable();
+  const std::lock_guard lock(table.mutex);
+  const auto found = table.objects.find(reinterpret_cast<std::uintptr_t>(handle));
+  if (found == table.objects.end()) return false;
+  object = std::move(found->second);
+  table.objects.erase(found);
+  --liveCounters.handles;
+  return true;
+}
 
 Bool CloseHandle(Handle handle) noexcept {
   host::Call call("CloseHandle");
   call.Argument("handle", handle);
   const auto fault = call.Fault();
-  const bool closed = IsPseudoHandle(handle) || Close(handle);
+  const bool closed = IsPseudoHandle(handle) || host::CloseObject(handle);
   if (fault) return host::FailWith(*fault, Bool{0});
   return closed ? 1 : host::FailWith(kErrorInvalidHandle, Bool{0});
 }
@@ -80,26 +113,20 @@ Dword WaitForSingleObjectEx(Handle handle, Dword milliseconds, Bool alertable) n
   call.Argument("handle", handle).Argument("milliseconds", milliseconds);
   call.Argument("alertable", static_cast<Dword>(alertable));
   if (const auto fault = call.Fault()) return host::FailWith(*fault, kWaitFailed);
-  const std::optional<Object> object = Find(handle);
-  if (!object) return host::FailWith(kErrorInvalidHandle, kWaitFailed);
-  if (object->waitResult == kWaitTimeout) {
-    if (milliseconds == kInfinite) {
-      // Nothing here will ever signal it: better an end with a reason than a test that hangs.
-      std::fputs("host: a wait without end on an object that is never signalled\n", stderr);
-      std::abort();
-    }
-    host::LetPass(milliseconds);
-  }
-  if (object->error != kErrorSuccess) host::SetThreadError(object->error);
-  return object->waitResult;
+  const WaitOutcome outcome = WaitFor(handle, milliseconds);
+  if (outcome.error != kErrorSuccess) host::SetThreadError(outcome.error);
+  return outcome.result;
 }
 
 Handle host::MakeWaitable(bool signalled) {
-  return Open({.waitResult = signalled ? kWaitObject0 : kWaitTimeout});
+  const SeamMark mark;
+  return OpenHandle(
+      std::make_shared<Waitable>(WaitOutcome{.result = signalled ? kWaitObject0 : kWaitTimeout}));
 }
 
 Handle host::MakeWaitableWithResult(Dword result, Error error) {
-  return Open({.waitResult = result, .error = error});
+  const SeamMark mark;
+  return OpenHandle(std::make_shared<Waitable>(WaitOutcome{.result = result, .error = error}));
 }
 
 }  // namespace winapi

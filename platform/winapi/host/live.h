@@ -15,6 +15,7 @@ struct LiveCounters {
   std::atomic<std::size_t> moduleReferences{0};
   std::atomic<std::size_t> heapBlocks{0};
   std::atomic<std::size_t> localBlocks{0};
+  std::atomic<std::size_t> trustStates{0};
 };
 
 // Constant-initialised, so static initialisers may count already; never destroyed in effect.

@@ -7,12 +7,15 @@
 #include <set>
 #include <string>
 
+#include "platform/winapi/host/access_lists.h"
 #include "platform/winapi/host/call.h"
 #include "platform/winapi/host/control.h"
 #include "platform/winapi/host/last_error.h"
 #include "platform/winapi/host/text.h"
 #include "platform/winapi/host/time_zone.h"
 #include "platform/winapi/host/transacted_registry.h"
+#include "platform/winapi/host/transactions.h"
+#include "platform/winapi/host/trust.h"
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/modules.h"
 
@@ -64,7 +67,21 @@ std::deque<ModuleEntry> MakeModules() {
                       {"NtSetInformationThread", NeverCalled<10>},
                       {"RtlNtStatusToDosError", NeverCalled<11>}}},
       {.name = u"advapi32.dll",
-       .procedures = {{"RegOpenKeyTransactedW", AddressOf(RegOpenKeyTransactedW)}}},
+       .procedures = {{"RegOpenKeyTransactedW", AddressOf(RegOpenKeyTransactedW)},
+                      {"AddMandatoryAce", AddressOf(AddMandatoryAce)}}},
+      {.name = u"wintrust.dll",
+       .procedures = {{"WinVerifyTrust", AddressOf(WinVerifyTrust)},
+                      {"WTHelperProvDataFromStateData", AddressOf(WTHelperProvDataFromStateData)},
+                      {"WTHelperGetProvSignerFromChain", AddressOf(WTHelperGetProvSignerFromChain)},
+                      {"WTHelperGetProvCertFromChain", AddressOf(WTHelperGetProvCertFromChain)}},
+       .isResident = false},
+      {.name = u"crypt32.dll",
+       .procedures = {{"CertGetNameStringW", AddressOf(CertGetNameStringW)}},
+       .isResident = false},
+      {.name = u"ktmw32.dll",
+       .procedures = {{"CreateTransaction", AddressOf(CreateTransaction)},
+                      {"CommitTransaction", AddressOf(CommitTransaction)}},
+       .isResident = false},
   };
 }
 
@@ -94,7 +111,8 @@ ModuleEntry* FindModule(Module handle) {
   State& state = TheState();
   const auto found =
       std::find_if(state.modules.begin(), state.modules.end(), [handle](const ModuleEntry& entry) {
-        return reinterpret_cast<std::uintptr_t>(&entry) == reinterpret_cast<std::uintptr_t>(handle);
+        return entry.IsLoaded() &&
+               reinterpret_cast<std::uintptr_t>(&entry) == reinterpret_cast<std::uintptr_t>(handle);
       });
   return found == state.modules.end() ? nullptr : &*found;
 }

@@ -21,12 +21,15 @@ struct NamedProcedure {
 struct ModuleEntry {
   std::u16string_view name;  // in lower case, with its extension; empty for the program itself
   std::vector<NamedProcedure> procedures;
+  bool isResident = true;      // loaded from the start, without a reference
   std::size_t references = 0;  // those that LoadLibraryW and GetModuleHandleExW gave
+
+  [[nodiscard]] bool IsLoaded() const { return isResident || references != 0; }
 };
 
-// Null for a module that isn't there or is hidden. Names ignore case.
+// Null for a module that isn't there or is hidden; it needn't be loaded. Names ignore case.
 [[nodiscard]] ModuleEntry* FindModule(std::u16string_view name);
-// Null for what isn't a handle of a module.
+// Null for what isn't a handle of a loaded module.
 [[nodiscard]] ModuleEntry* FindModule(Module handle);
 // Null for a function that isn't there or is hidden. Names heed case.
 [[nodiscard]] Procedure FindProcedure(const ModuleEntry& entry, const char* name);

@@ -55,6 +55,11 @@ ModuleEntry* FindByName(const char16_t* name) {
   return host::FindModule(complete);
 }
 
+ModuleEntry* FindLoaded(const char16_t* name) {
+  ModuleEntry* entry = FindByName(name);
+  return entry != nullptr && entry->IsLoaded() ? entry : nullptr;
+}
+
 // Null stands for the program.
 ModuleEntry* EntryOf(Module module) {
   return module == nullptr ? host::FindModule(u"") : host::FindModule(module);
@@ -98,7 +103,7 @@ Module GetModuleHandleW(const char16_t* name) noexcept {
   host::Call call("GetModuleHandleW");
   call.Argument("name", name);
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Module{nullptr});
-  ModuleEntry* entry = FindByName(name);
+  ModuleEntry* entry = FindLoaded(name);
   if (entry == nullptr) return host::FailWith(kErrorModuleNotFound, Module{nullptr});
   return HandleOf(entry);
 }
@@ -108,7 +113,7 @@ Module GetModuleHandleA(const char* name) noexcept {
   call.Argument("name", name);
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Module{nullptr});
   const std::u16string wide = name == nullptr ? std::u16string() : host::ToUtf16(name);
-  ModuleEntry* entry = FindByName(name == nullptr ? nullptr : wide.c_str());
+  ModuleEntry* entry = FindLoaded(name == nullptr ? nullptr : wide.c_str());
   if (entry == nullptr) return host::FailWith(kErrorModuleNotFound, Module{nullptr});
   return HandleOf(entry);
 }
@@ -122,7 +127,7 @@ Bool GetModuleHandleExW(Dword flags, const char16_t* name, Module* module) noexc
   if ((flags & ~kGetModuleHandleExUnchangedRefcount) != 0) {
     return host::FailWith(kErrorInvalidParameter, Bool{0});
   }
-  ModuleEntry* entry = FindByName(name);
+  ModuleEntry* entry = FindLoaded(name);
   if (entry == nullptr) return host::FailWith(kErrorModuleNotFound, Bool{0});
   const bool unchanged = (flags & kGetModuleHandleExUnchangedRefcount) != 0;
   *module = unchanged ? HandleOf(entry) : AddReference(entry);

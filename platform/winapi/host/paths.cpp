@@ -60,6 +60,48 @@ void AddParts(std::u16string_view path, Parts& parts) {
   }
 }
 
+// A part as GetFullPathNameW leaves it.
+std::u16string_view PlainName(std::u16string_view part, bool isLast) {
+  if (isLast) return WithoutTail(part);
+  const bool onlyDots = part.find_first_not_of(u'.') == std::u16string_view::npos;
+  return part.ends_with(u'.') && !onlyDots ? part.substr(0, part.size() - 1) : part;
+}
+
+// Appends `rest` to the root `path`, working off the dots; ".." stays at the root.
+void AppendParts(std::u16string& path, std::u16string_view rest) {
+  bool endsInSeparator = !rest.empty() && IsSeparator(rest.back());
+  const Parts parts = Split(rest, IsSeparator);
+  Parts kept;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    const bool isLast = i + 1 == parts.size() && !endsInSeparator;
+    if (parts[i] == u"..") {
+      if (!kept.empty()) kept.pop_back();
+    } else if (parts[i] != u".") {
+      const std::u16string_view name = PlainName(parts[i], isLast);
+      if (name.empty()) endsInSeparator = true;
+      if (!name.empty()) kept.push_back(name);
+    }
+  }
+  for (const std::u16string_view part : kept) {
+    if (!path.ends_with(u'\\')) path += u'\\';
+    path += part;
+  }
+  if (endsInSeparator && !path.ends_with(u'\\')) path += u'\\';
+}
+
+// How long the root of a path is that begins with two separators: "\\?\" or the like, or server and
+// share.
+std::size_t RootLength(std::u16string_view path) {
+  const bool isDevice = path.size() >= 4 && (path[2] == u'?' || path[2] == u'.');
+  if (isDevice && IsSeparator(path[3])) return 4;
+  std::size_t end = 2;
+  for (int part = 0; part < 2 && end < path.size(); ++part) {
+    if (part == 1) ++end;
+    while (end < path.size() && !IsSeparator(path[end])) ++end;
+  }
+  return end;
+}
+
 std::u16string Compose(char16_t drive, const Parts& parts) {
   std::u16string full = {Upcase(drive), u':'};
   for (const std::u16string_view part : parts) full.append(u"\\").append(part);
@@ -104,6 +146,25 @@ bool LiesIn(std::string_view path, std::string_view folder, std::string_view& re
   return rest.empty() || rest.front() == '/';
 }
 
+// A path that isn't a share's, taken apart.
+struct Start {
+  char16_t drive;
+  std::u16string current;  // what a relative path stands behind, without the drive
+  std::u16string_view rest;
+};
+
+// The current directory is asked for only where it matters: that takes many calls of the host.
+Start StartOf(std::u16string_view path) {
+  const bool hasDrive = HasDrive(path);
+  const std::u16string_view rest = hasDrive ? path.substr(2) : path;
+  const bool isRelative = rest.empty() || !IsSeparator(rest.front());
+  if (hasDrive && !isRelative) return {Upcase(path[0]), {}, rest};
+  const std::u16string current = CurrentDirectory();
+  const char16_t drive = hasDrive ? Upcase(path[0]) : current[0];
+  const bool isBehind = isRelative && drive == current[0];
+  return {drive, isBehind ? current.substr(2) : std::u16string(), rest};
+}
+
 std::u16string OnDrive(char16_t drive, std::string_view rest) {
   std::u16string path = {drive, u':'};
   path += ToUtf16(rest);
@@ -124,21 +185,35 @@ Error FullPath(std::u16string_view path, std::u16string& full) {
   if (path.starts_with(kLongPrefix)) return LongPath(path, full);
   const bool isShare = path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
   if (path.empty() || isShare) return kErrorPathNotFound;
-  const std::u16string current = CurrentDirectory();
-  const char16_t drive = HasDrive(path) ? Upcase(path[0]) : current[0];
-  const std::u16string_view rest = HasDrive(path) ? path.substr(2) : path;
+  const Start start = StartOf(path);
   Parts parts;
-  const bool isRelative = rest.empty() || !IsSeparator(rest.front());
-  if (isRelative && drive == current[0]) {
-    AddParts(std::u16string_view(current).substr(2), parts);
-  }
-  AddParts(rest, parts);
+  AddParts(start.current, parts);
+  AddParts(start.rest, parts);
   if (!std::all_of(parts.begin(), parts.end(), IsValidName)) return kErrorInvalidName;
-  std::u16string composed = Compose(drive, parts);
+  std::u16string composed = Compose(start.drive, parts);
   if (IsSeparator(path.back()) && !parts.empty()) composed += u'\\';
   if (composed.size() >= kMaxPath) return kErrorPathNotFound;
   full = std::move(composed);
   return kErrorSuccess;
+}
+
+std::u16string FullPathName(std::u16string_view path) {
+  if (path.find_first_not_of(u' ') == std::u16string_view::npos) return {};
+  std::u16string full;
+  if (path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1])) {
+    const std::size_t root = RootLength(path);
+    full = path.substr(0, root);
+    std::replace(full.begin(), full.end(), u'/', u'\\');
+    AppendParts(full, path.substr(root));
+    return full;
+  }
+  const Start start = StartOf(path);
+  full = {start.drive, u':', u'\\'};
+  std::u16string rest = start.current;
+  if (!rest.empty() && !start.rest.empty()) rest += u'\\';
+  rest += start.rest;
+  AppendParts(full, rest);
+  return full;
 }
 
 Error HostPath(std::u16string_view path, std::string& hostPath) {

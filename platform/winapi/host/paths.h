@@ -24,6 +24,11 @@ namespace winapi::host {
 // a character that none may have.
 [[nodiscard]] Error FullPath(std::u16string_view path, std::u16string& full);
 
+// What GetFullPathNameW gives: full like the above, but nothing is refused. The length has no
+// limit, shares and prefixes stay, and of full stops and blanks only those at the very end fall
+// away, and one full stop at the end of any other part. Empty for a path of nothing but blanks.
+[[nodiscard]] std::u16string FullPathName(std::u16string_view path);
+
 // The host file that a path means, whether it is there or not, without a separator at the end.
 // Where a folder holds no file of exactly a part's name, one that differs in case only is taken.
 // Errors as above, and 3 for a drive that isn't there.

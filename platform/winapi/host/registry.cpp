@@ -14,6 +14,7 @@
 #include "platform/winapi/host/registry_store.h"
 #include "platform/winapi/host/text.h"
 #include "platform/winapi/host/transacted_registry.h"
+#include "platform/winapi/host/transactions.h"
 #include "platform/winapi/winapi/errors.h"
 
 namespace winapi {
@@ -77,7 +78,8 @@ std::optional<Dword> GrantedRights(Dword rights, Dword denied) {
   return granted;
 }
 
-Error OpenLoaded(Key key, std::u16string_view subKey, Dword rights, Key* result) {
+Error OpenLoaded(Key key, std::u16string_view subKey, Dword rights,
+                 const host::TransactionWorkPtr& transaction, Key* result) {
   OpenKey start;
   if (const Error error = KeyTable::Instance().Resolve(key, 0, start); error != 0) return error;
   if (subKey.starts_with(u'\\')) return kErrorBadPathname;
@@ -87,11 +89,13 @@ Error OpenLoaded(Key key, std::u16string_view subKey, Dword rights, Key* result)
   if (const Error error = FindBelow(start.node, parts, node); error != 0) return error;
   const std::optional<Dword> granted = GrantedRights(rights, node->deniedRights);
   if (!granted) return kErrorAccessDenied;
-  *result = KeyTable::Instance().Add({std::move(node), *granted});
+  *result = KeyTable::Instance().Add({std::move(node), *granted, transaction});
   return kErrorSuccess;
 }
 
-Error Open(Call& call, Key key, const char16_t* subKey, Dword rights, Key* result) {
+// `transaction` is null for an open outside any.
+Error Open(Call& call, Key key, const char16_t* subKey, Dword rights,
+           const host::TransactionWorkPtr& transaction, Key* result) {
   if (result == nullptr) return kErrorInvalidParameter;
   *result = nullptr;
   RegistryStore& store = RegistryStore::Instance();
@@ -99,7 +103,8 @@ Error Open(Call& call, Key key, const char16_t* subKey, Dword rights, Key* resul
   if (const Error error = store.Load(); error != 0) return error;
   if (ViewOf(subKey).empty() && host::IsPredefined(key)) {
     *result = key;
-  } else if (const Error error = OpenLoaded(key, ViewOf(subKey), rights, result); error != 0) {
+  } else if (const Error error = OpenLoaded(key, ViewOf(subKey), rights, transaction, result);
+             error != 0) {
     return error;
   }
   call.Argument("*result", *result);
@@ -114,12 +119,9 @@ Error FailOpen(Error error, Key* result) {
 // --- Keys that are open ---
 
 // Loads the store and finds the key.
-Error Resolve(Key key, Dword rights, RegistryKeyPtr& node) {
+Error Resolve(Key key, Dword rights, OpenKey& open) {
   if (const Error error = RegistryStore::Instance().Load(); error != 0) return error;
-  OpenKey open;
-  if (const Error error = KeyTable::Instance().Resolve(key, rights, open); error != 0) return error;
-  node = std::move(open.node);
-  return kErrorSuccess;
+  return KeyTable::Instance().Resolve(key, rights, open);
 }
 
 // Copies `bytes` to `data`, which has room for `size`. A string without a terminator gets one
@@ -159,10 +161,12 @@ Error Query(Key key, const char16_t* name, Dword* type, std::uint8_t* data, Dwor
   const auto scripted = host::AskQueryScript(ViewOf(name), size == nullptr ? 0 : *size);
   RegistryStore& store = RegistryStore::Instance();
   const auto lock = store.Lock();
-  RegistryKeyPtr node;
-  if (const Error error = Resolve(key, kKeyQueryValue, node); error != 0) return error;
+  OpenKey open;
+  if (const Error error = Resolve(key, kKeyQueryValue, open); error != 0) return error;
   if (scripted) return GiveScripted(*scripted, type, data, size);
-  const RegistryValue* value = node->Value(ViewOf(name));
+  const RegistryValue* value = open.transaction == nullptr
+                                   ? open.node->Value(ViewOf(name))
+                                   : open.transaction->Value(open.node, ViewOf(name));
   if (value == nullptr) return kErrorFileNotFound;
   return GiveValue(value->type, value->data, static_cast<Dword>(value->data.size()), type, data,
                    size);
@@ -182,11 +186,29 @@ std::vector<std::uint8_t> CompletedData(Dword type, const std::uint8_t* data, Dw
 Error Set(Key key, const char16_t* name, Dword type, const std::uint8_t* data, Dword size) {
   RegistryStore& store = RegistryStore::Instance();
   const auto lock = store.Lock();
-  RegistryKeyPtr node;
-  if (const Error error = Resolve(key, kKeySetValue, node); error != 0) return error;
+  OpenKey open;
+  if (const Error error = Resolve(key, kKeySetValue, open); error != 0) return error;
   if (ViewOf(name).size() > kMaxValueName) return kErrorInvalidParameter;
   if (data == nullptr && size != 0) return kErrorNoAccess;
-  node->SetValue(ViewOf(name), type, CompletedData(type, data, size));
+  std::vector<std::uint8_t> bytes = CompletedData(type, data, size);
+  if (open.transaction != nullptr) {
+    return open.transaction->SetValue(open.node, ViewOf(name), type, std::move(bytes));
+  }
+  if (open.node->writer != nullptr) return kErrorTransactionalConflict;
+  open.node->SetValue(ViewOf(name), type, std::move(bytes));
+  store.MarkChanged();
+  return kErrorSuccess;
+}
+
+Error Remove(Key key, const char16_t* name) {
+  RegistryStore& store = RegistryStore::Instance();
+  const auto lock = store.Lock();
+  OpenKey open;
+  if (const Error error = Resolve(key, kKeySetValue, open); error != 0) return error;
+  if (open.transaction != nullptr) return open.transaction->RemoveValue(open.node, ViewOf(name));
+  if (open.node->Value(ViewOf(name)) == nullptr) return kErrorFileNotFound;
+  if (open.node->writer != nullptr) return kErrorTransactionalConflict;
+  (void)open.node->RemoveValue(ViewOf(name));  // it is there
   store.MarkChanged();
   return kErrorSuccess;
 }
@@ -199,7 +221,7 @@ Error RegOpenKeyExW(Key key, const char16_t* subKey, Dword options, Dword rights
   call.Argument("key", key).Argument("subKey", subKey).Argument("options", options);
   call.Mask("rights", rights);
   if (const auto fault = call.Fault()) return FailOpen(*fault, result);
-  return Open(call, key, subKey, rights, result);
+  return Open(call, key, subKey, rights, nullptr, result);
 }
 
 Error host::RegOpenKeyTransactedW(Key key, const char16_t* subKey, Dword options, Dword rights,
@@ -209,7 +231,9 @@ Error host::RegOpenKeyTransactedW(Key key, const char16_t* subKey, Dword options
   call.Mask("rights", rights).Argument("transaction", transaction).Argument("reserved", reserved);
   if (const auto fault = call.Fault()) return FailOpen(*fault, result);
   if (reserved != nullptr) return FailOpen(kErrorInvalidParameter, result);
-  return Open(call, key, subKey, rights, result);
+  TransactionWorkPtr work;
+  if (const Error error = FindTransaction(transaction, work)) return FailOpen(error, result);
+  return Open(call, key, subKey, rights, work, result);
 }
 
 Error RegEnumKeyW(Key key, Dword index, char16_t* name, Dword size) noexcept {
@@ -218,9 +242,9 @@ Error RegEnumKeyW(Key key, Dword index, char16_t* name, Dword size) noexcept {
   if (const auto fault = call.Fault()) return *fault;
   RegistryStore& store = RegistryStore::Instance();
   const auto lock = store.Lock();
-  RegistryKeyPtr node;
-  if (const Error error = Resolve(key, kKeyEnumerateSubKeys, node); error != 0) return error;
-  const RegistryKeyPtr child = node->ChildAt(index);
+  OpenKey open;
+  if (const Error error = Resolve(key, kKeyEnumerateSubKeys, open); error != 0) return error;
+  const RegistryKeyPtr child = open.node->ChildAt(index);
   if (child == nullptr) return kErrorNoMoreItems;
   if (name == nullptr || size <= child->Name().size()) return kErrorMoreData;
   *std::copy(child->Name().begin(), child->Name().end(), name) = u'\0';
@@ -250,13 +274,7 @@ Error RegDeleteValueW(Key key, const char16_t* name) noexcept {
   Call call("RegDeleteValueW");
   call.Argument("key", key).Argument("name", name);
   if (const auto fault = call.Fault()) return *fault;
-  RegistryStore& store = RegistryStore::Instance();
-  const auto lock = store.Lock();
-  RegistryKeyPtr node;
-  if (const Error error = Resolve(key, kKeySetValue, node); error != 0) return error;
-  if (!node->RemoveValue(ViewOf(name))) return kErrorFileNotFound;
-  store.MarkChanged();
-  return kErrorSuccess;
+  return Remove(key, name);
 }
 
 Error RegCloseKey(Key key) noexcept {

@@ -58,12 +58,14 @@ bool KeyTable::Remove(Key key) {
 
 Error KeyTable::Resolve(Key key, Dword rights, OpenKey& result) const {
   if (IsPredefined(key)) {
-    result = {HiveOf(key), kAllRights};
+    result = {HiveOf(key), kAllRights, nullptr};
     return result.node == nullptr ? kErrorInvalidHandle : kErrorSuccess;
   }
   const auto found = m_open.find(reinterpret_cast<std::uintptr_t>(key));
   if (found == m_open.end()) return kErrorInvalidHandle;
   if (found->second.node->Deleted()) return kErrorKeyDeleted;
+  const TransactionWorkPtr& transaction = found->second.transaction;
+  if (transaction != nullptr && !transaction->IsActive()) return kErrorTransactionNotActive;
   if ((found->second.rights & rights) != rights) return kErrorAccessDenied;
   result = found->second;
   return kErrorSuccess;

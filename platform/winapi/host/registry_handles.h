@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "platform/winapi/host/registry_tree.h"
+#include "platform/winapi/host/transactions.h"
 #include "platform/winapi/winapi/types.h"
 
 namespace winapi::host {
@@ -13,6 +14,7 @@ namespace winapi::host {
 struct OpenKey {
   RegistryKeyPtr node;
   Dword rights = 0;
+  TransactionWorkPtr transaction = nullptr;  // the one that it was opened in, if any
 };
 
 // Not locked; used under the store's lock. Numbers are never given twice, so that the use of a
@@ -26,8 +28,8 @@ class KeyTable {
   bool Remove(Key key);
 
   // What a handle stands for: 6 for a null, closed or made-up one and for the performance data,
-  // 1018 for a deleted key, 5 when the handle lacks one of `rights`. The predefined keys have all
-  // rights. The store must be loaded.
+  // 1018 for a deleted key, 6701 for one opened in a transaction that is over, 5 when the handle
+  // lacks one of `rights`. The predefined keys have all rights. The store must be loaded.
   [[nodiscard]] Error Resolve(Key key, Dword rights, OpenKey& result) const;
 
  private:

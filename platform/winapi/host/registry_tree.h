@@ -20,6 +20,7 @@
 namespace winapi::host {
 
 class RegistryKey;
+class TransactionWork;
 using RegistryKeyPtr = std::shared_ptr<RegistryKey>;
 
 // One key. Shared, since an open handle outlives the deletion of its key.
@@ -45,10 +46,13 @@ class RegistryKey {
   // A value that is there keeps its name's spelling.
   void SetValue(std::u16string_view name, Dword type, std::vector<std::uint8_t> data);
   bool RemoveValue(std::u16string_view name);
+  void ReplaceValues(ValueMap values) { m_values = std::move(values); }
 
   [[nodiscard]] bool Deleted() const { return m_deleted; }
   // Rights that an open of this key doesn't get. Not kept in the file.
   Dword deniedRights = 0;
+  // The transaction that has changes of this key's values to commit; null: none.
+  const TransactionWork* writer = nullptr;
 
  private:
   void MarkDeleted();

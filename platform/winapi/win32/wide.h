@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include "platform/winapi/winapi/security.h"
 #include "platform/winapi/winapi/types.h"
 
 namespace winapi::win32 {
@@ -22,6 +23,10 @@ inline wchar_t* Wide(char16_t* text) noexcept { return reinterpret_cast<wchar_t*
 inline DWORD* Wide(Dword* number) noexcept { return reinterpret_cast<DWORD*>(number); }
 inline HKEY Wide(Key key) noexcept { return reinterpret_cast<HKEY>(key); }
 inline HMODULE Wide(Module module) noexcept { return reinterpret_cast<HMODULE>(module); }
+// Windows doesn't write into them, though its parameters say so.
+inline SECURITY_ATTRIBUTES* Wide(const SecurityAttributes* attributes) noexcept {
+  return reinterpret_cast<SECURITY_ATTRIBUTES*>(const_cast<SecurityAttributes*>(attributes));
+}
 
 }  // namespace winapi::win32
 

@@ -7,8 +7,9 @@
 namespace winapi {
 
 // Loads a module, or adds a reference to a loaded one. Null with the last error set (126) on
-// failure. The host knows the system modules whose functions it has: "kernel32.dll", "ntdll.dll",
-// "advapi32.dll".
+// failure. The host knows the system modules whose functions it has: "kernel32.dll", "ntdll.dll"
+// and "advapi32.dll", which are loaded from the start, and "wintrust.dll", "crypt32.dll" and
+// "ktmw32.dll". A name with a folder must have the system directory's.
 [[nodiscard]] Module LoadLibraryW(const char16_t* name) noexcept;
 
 // Gives a reference of LoadLibraryW or GetModuleHandleExW back. 0 with the last error set on

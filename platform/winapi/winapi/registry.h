@@ -84,7 +84,10 @@ inline Key HkeyPerformanceData() noexcept {
 [[nodiscard]] Error RegCloseKey(Key key) noexcept;
 
 // What GetProcAddress gives for "RegOpenKeyTransactedW" of advapi32.dll; `reserved` is null. Wine
-// lacks it.
+// lacks it. As RegOpenKeyExW, and 6 for a handle that is no transaction's and 6701 for a
+// transaction that is over. What is changed through the key shows through it only until the commit;
+// a write to a key that another transaction has changed gives 6800. After the transaction's end the
+// key gives 6701.
 using RegOpenKeyTransactedWFunction = Error(WINAPI_STDCALL*)(Key key, const char16_t* subKey,
                                                              Dword options, Dword rights,
                                                              Key* result, Handle transaction,

@@ -9,6 +9,7 @@
 
 namespace winapi {
 
+inline constexpr Error kErrorTransactionNotActive = 6701;   // ERROR_TRANSACTION_NOT_ACTIVE
 inline constexpr Error kErrorTransactionalConflict = 6800;  // ERROR_TRANSACTIONAL_CONFLICT
 
 // What GetProcAddress gives for "CreateTransaction": a handle that CloseHandle closes, which drops

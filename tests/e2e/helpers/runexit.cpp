@@ -3,9 +3,12 @@
 // Standard input: a line with the program's path and a line with the command line, both as the
 // hexadecimal digits of their UTF-16 bytes. Standard output: "exit=" with the 32-bit exit status as
 // eight digits, then a line "output=" with the digits of the child's standard output. A second
-// argument "no-output" runs the child without a standard output; "watch DIR" is described at Watch.
+// argument "no-output" runs the child without a standard output; "watch DIR" is described at Watch,
+// "swap DIR FILE OTHER" at Swap.
 
 #include "tests/e2e/helpers/common.h"
+
+#include <tlhelp32.h>  // needs <windows.h> before it
 
 namespace {
 
@@ -91,6 +94,61 @@ void Watch(const Child& child, const std::wstring& folder) {
   ResumeThread(child.process.hThread);
 }
 
+unsigned long long SizeOf(const std::wstring& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return 0;
+  return (static_cast<unsigned long long>(data.nFileSizeHigh) << 32U) | data.nFileSizeLow;
+}
+
+// The path of the file of that name in a folder "{...}" below `parent`, or nothing.
+std::wstring FindPrivateCopy(const std::wstring& parent, const std::wstring& name) {
+  WIN32_FIND_DATAW found{};
+  HANDLE search = FindFirstFileW((parent + L"\\{*").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return L"";
+  std::wstring copy;
+  do {
+    const std::wstring path = parent + L"\\" + found.cFileName + L"\\" + name;
+    if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) copy = path;
+  } while (copy.empty() && FindNextFileW(search, &found));
+  FindClose(search);
+  return copy;
+}
+
+// How many processes the child has started that are still there.
+int CountChildren(DWORD parent) {
+  HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+  if (snapshot == INVALID_HANDLE_VALUE) helpers::Die("CreateToolhelp32Snapshot", GetLastError());
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof entry;
+  int count = 0;
+  for (BOOL more = Process32FirstW(snapshot, &entry); more;
+       more = Process32NextW(snapshot, &entry)) {
+    if (entry.th32ParentProcessID == parent) ++count;
+  }
+  CloseHandle(snapshot);
+  return count;
+}
+
+// Holds the child still as soon as a whole copy of `file` lies in a folder "{...}" below `parent`,
+// and puts `other` in the file's place: lines "copy=" with the path of that copy (nothing when
+// there was none before the child ended) and "children=" with the number of processes that the
+// child had started by then.
+void Swap(const Child& child, const std::wstring& parent, const std::wstring& file,
+          const std::wstring& other) {
+  const std::wstring name = file.substr(file.rfind(L'\\') + 1);
+  const unsigned long long size = SizeOf(file);
+  std::wstring copy;
+  while (WaitForSingleObject(child.process.hProcess, 0) == WAIT_TIMEOUT) {
+    copy = FindPrivateCopy(parent, name);
+    if (!copy.empty() && SizeOf(copy) == size) break;
+  }
+  SuspendThread(child.process.hThread);
+  std::printf("copy=%s\nchildren=%d\n", helpers::DigitsOf(copy).c_str(),
+              CountChildren(child.process.dwProcessId));
+  if (!CopyFileW(other.c_str(), file.c_str(), FALSE)) helpers::Die("CopyFileW", GetLastError());
+  ResumeThread(child.process.hThread);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -102,5 +160,9 @@ int main(int count, char** arguments) {
       Start(helpers::TextOf(helpers::WordsOf(program)[0]),
             helpers::TextOf(helpers::WordsOf(commandLine)[0]), mode != "no-output", 0);
   if (mode == "watch" && count > 2) Watch(child, helpers::TextOf(arguments[2]));
+  if (mode == "swap" && count > 4) {
+    Swap(child, helpers::TextOf(arguments[2]), helpers::TextOf(arguments[3]),
+         helpers::TextOf(arguments[4]));
+  }
   PrintEnd(child);
 }

@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <typeinfo>
 #include <utility>
 
 #include "oru/rtl/exception.h"
@@ -121,6 +122,29 @@ TEST(ExceptionChain, AFailureOfOneLinkPassesAndSpoilsNothing) {
   EXPECT_THROW((void)middle.Clone(), std::bad_alloc);
   // Later copies hold their causes again.
   EXPECT_EQ(CountLinks(*MakeChain(4)->Clone()), 4u);
+}
+
+// A type without new data and without an ExceptionBase of its own.
+class PlainDerived : public oru::SystemException {
+ public:
+  using SystemException::SystemException;
+  [[nodiscard]] const char* what() const noexcept override { return "PlainDerived"; }
+};
+
+TEST(ExceptionChain, ALinkWithoutItsOwnBaseIsCopiedAsTheTypeAboveIt) {
+  oru::CheckFailedException outer("file", 0);
+  outer.SetInner(
+      std::make_unique<PlainDerived>("inner", 7u, oru::MakeResultCode(0x80000045), u"text"));
+  ASSERT_EQ(typeid(*outer.Inner()), typeid(PlainDerived));
+  const oru::CheckFailedException copy(outer);
+  ASSERT_NE(copy.Inner(), nullptr);
+  ASSERT_EQ(typeid(*copy.Inner()), typeid(oru::SystemException));
+  const auto& inner = static_cast<const oru::SystemException&>(*copy.Inner());
+  EXPECT_STREQ(inner.what(), "SystemException");
+  EXPECT_STREQ(inner.File(), "inner");
+  EXPECT_EQ(inner.Line(), 7u);
+  EXPECT_EQ(inner.Code(), oru::MakeResultCode(0x80000045));
+  EXPECT_EQ(Text(inner.Message()), u"text");
 }
 
 // A link that holds another exception as a member: that one is copied with its own cause.

@@ -45,6 +45,9 @@ TEST(Tracer, SlotsFollowTheThreeOfTheRoot) {
   EXPECT_EQ(tests::VtableSlot(&oru::ITracer::QueryInterface), 2);
   EXPECT_EQ(tests::VtableSlot(&oru::ITracer::ReserveRecord), 3);
   EXPECT_EQ(tests::VtableSlot(&oru::ITracer::CommitRecord), 4);
+  EXPECT_EQ(tests::VtableSlot(&oru::tracer::IChannel::AddRef), 0);
+  EXPECT_EQ(tests::VtableSlot(&oru::tracer::IChannel::Release), 1);
+  EXPECT_EQ(tests::VtableSlot(&oru::tracer::IChannel::QueryInterface), 2);
   EXPECT_EQ(tests::VtableSlot(&oru::tracer::IChannel::WriteRecord), 3);
   EXPECT_EQ(tests::VtableSlot(&oru::IServiceLocator::GetInterface), 3);
 }

@@ -12,7 +12,8 @@ using winapi::host::SystemErrorText;
 
 constexpr winapi::Dword kFlags = 0x1300;
 
-// Typed from the published list of system error codes.
+// Up to 83, and those of the installer, from the published list of system error codes; the others
+// as Windows 7 shows them.
 TEST(HostErrorTexts, AreWindowsOwn) {
   struct Case {
     winapi::Dword number;

@@ -36,6 +36,24 @@ TEST(HostModules, CountsTheReferencesThatWereTaken) {
   EXPECT_EQ(0u, winapi::host::Live().moduleReferences);
 }
 
+// Those that the product loads itself aren't there before.
+TEST(HostModules, ModuleIsThereWhileItIsReferenced) {
+  for (const char16_t* name : {u"wintrust.dll", u"crypt32.dll", u"ktmw32.dll"}) {
+    winapi::Module module = nullptr;
+    EXPECT_EQ(nullptr, winapi::GetModuleHandleW(name));
+    EXPECT_EQ(126u, winapi::GetLastError());
+    EXPECT_EQ(0, winapi::GetModuleHandleExW(2, name, &module));
+    module = winapi::LoadLibraryW(name);
+    ASSERT_NE(nullptr, module);
+    EXPECT_EQ(module, winapi::GetModuleHandleW(name));
+    EXPECT_EQ(1u, winapi::host::Live().moduleReferences);
+    EXPECT_NE(0, winapi::FreeLibrary(module));
+    EXPECT_EQ(nullptr, winapi::GetModuleHandleW(name));
+    EXPECT_EQ(nullptr, winapi::GetProcAddress(module, "CreateTransaction"));
+    EXPECT_EQ(126u, winapi::GetLastError());
+  }
+}
+
 TEST(HostModules, ReferenceIsGivenBackThoughThatFailsWhenToldTo) {
   const winapi::Module module = winapi::LoadLibraryW(u"kernel32.dll");
   winapi::host::FailCall("FreeLibrary", 1, 5);

@@ -1,14 +1,14 @@
 // The registry's file over the lives of processes.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -159,32 +159,39 @@ TEST_F(HostRegistryStore, AReloadLetsAnotherProcessIn) {
 
 // A kill at any moment of the writing leaves the old file or the new one.
 TEST_F(HostRegistryStore, AKillLeavesOneWholeFile) {
-  EXPECT_EQ(Run({"set", "a", "old"}), "");
+  constexpr int kKills = 60;
+  const auto start = [this](int number) {
+    const std::string text = "text " + std::to_string(number);
+    auto child = std::make_unique<ChildProcess>(
+        Variables(), std::vector<std::string>{"fill", "2000", "set", "a", text, "wait"});
+    EXPECT_EQ(child->ReadLine(), "ready");
+    return child;
+  };
+  // How long the writing takes here, so that the kills spread over twice that.
+  const auto unharmed = start(-1);
+  const auto closed = std::chrono::steady_clock::now();
+  ASSERT_EQ(unharmed->Finish(), 0);
+  const auto taken = std::chrono::steady_clock::now() - closed;
+
   int kept = 0;
   int replaced = 0;
-  for (int i = 0; i < 60; ++i) {
+  for (int i = 0; i < kKills; ++i) {
     const std::string before = Content(File());
-    ChildProcess child(Variables(),
-                       {"fill", "2000", "set", "a", "new " + std::to_string(i), "wait"});
-    ASSERT_EQ(child.ReadLine(), "ready");
-    child.CloseInput();  // now it exits, and writes
-    std::this_thread::sleep_for(std::chrono::microseconds(i * 400));
-    child.Kill();
-    (void)child.Finish();  // killed or done, that's the point
+    const auto child = start(i);
+    child->CloseInput();  // now it exits, and writes
+    std::this_thread::sleep_for(taken * 2 * i / kKills);
+    child->Kill();
+    (void)child->Finish();  // killed or done, that is the point
     const std::string after = Content(File());
     winapi::host::RegistryTree tree;
     winapi::host::RegFileError error;
     ASSERT_TRUE(winapi::host::ParseRegFile(after, tree, error)) << error.line << error.reason;
-    const bool isNew = after != before;
-    (isNew ? replaced : kept) += 1;
-    if (isNew) {
-      const auto key = tree.Find(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Child");
-      ASSERT_NE(key, nullptr);
-      EXPECT_EQ(key->Values().size(), 2001U);
-    }
+    ASSERT_EQ(tree.Find(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Child")->Values().size(), 2001U) << i;
+    (after == before ? kept : replaced) += 1;
   }
-  std::printf("killed before the change: %d, after it: %d\n", kept, replaced);
+  std::printf("the old file stayed %d times, the new one came %d times\n", kept, replaced);
   EXPECT_GT(kept, 0);
+  EXPECT_GT(replaced, 0);
 }
 
 TEST_F(HostRegistryStore, AFailedWriteKeepsTheOldFile) {

@@ -7,7 +7,9 @@
 
 #include "platform/winapi/host/control.h"
 #include "platform/winapi/host/transacted_registry.h"
+#include "platform/winapi/host/transactions.h"
 #include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/handles.h"
 #include "platform/winapi/winapi/registry.h"
 
 namespace winapi {
@@ -24,6 +26,8 @@ class HostRegistry : public ::testing::Test {
   ~HostRegistry() override {
     host::ClearFaults();
     host::SetQueryScript(nullptr);
+    host::DenyRegistryRights(kPath, 0);
+    (void)host::DeleteRegistryTree(kPath);  // a test may have done it
   }
 
   static Key Open(Dword rights = 0x2011F) {
@@ -198,14 +202,13 @@ TEST_F(HostRegistry, ACloseThatFailsLetsGoAllTheSame) {
 }
 
 TEST_F(HostRegistry, TheTransactedOpenOpens) {
-  const Handle transaction = reinterpret_cast<Handle>(std::uintptr_t{1});
+  const Handle transaction = host::CreateTransaction(nullptr, nullptr, 0, 0, 0, kInfinite, nullptr);
   Key key = nullptr;
   ASSERT_EQ(host::RegOpenKeyTransactedW(HkeyLocalMachine(), u"SOFTWARE\\k", 0, 0x2011F, &key,
                                         transaction, nullptr),
             0U);
   EXPECT_EQ(RegSetValueExW(key, u"v", 0, 3, nullptr, 0), 0U);
   EXPECT_EQ(RegCloseKey(key), 0U);
-  EXPECT_EQ(host::RegistryValues(kPath)->size(), 1U);
   EXPECT_EQ(host::RegOpenKeyTransactedW(HkeyLocalMachine(), u"SOFTWARE\\k", 0, 0x20019, &key,
                                         transaction, nullptr),
             2U)
@@ -216,6 +219,9 @@ TEST_F(HostRegistry, TheTransactedOpenOpens) {
                                         transaction, &reserved),
             87U);
   EXPECT_EQ(key, nullptr);
+  EXPECT_NE(host::CommitTransaction(transaction), 0);
+  EXPECT_EQ(host::RegistryValues(kPath)->size(), 1U);
+  EXPECT_NE(CloseHandle(transaction), 0);
 }
 
 TEST_F(HostRegistry, AQueryScriptAnswersInTheStoresPlace) {

@@ -72,7 +72,7 @@ class DirectoryWalker {
         DescendAll();
         return oru::sOk;
       }
-      const std::u16string directory = m_findStack.back().directory;
+      const std::u16string directory = std::move(m_findStack.back().directory);
       m_findStack.pop_back();
       m_policy.Leave(directory);
     }

@@ -6,6 +6,7 @@
 
 #include "oru/rtl/check.h"
 #include "oru/rtl/error_mapping.h"
+#include "oru/rtl/last_error_keeper.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "platform/winapi/winapi/errors.h"
 
@@ -16,16 +17,18 @@ namespace {
 // form it stays within the limit of paths without the prefix.
 constexpr std::size_t kLongPathFrom = 247;
 
+// The result code of a call that has failed. Some calls fail without setting the last error, and an
+// old 0 must not pass for a success.
+oru::ResultCode FailureOf(winapi::Error error) noexcept {
+  const oru::ResultCode rc = oru::Win32ErrorToResult(error);
+  return ORU_FAILED(rc) ? rc : oru::errUnspecified;
+}
+
 // The absolute form of a path, with the long-path prefix unless it is rooted by itself.
 oru::ResultCode GetAbsolutePath(std::u16string_view path, std::u16string& absolute) {
   const std::u16string source(path);
-  // An empty path fails without setting the last error, and an old 0 must not pass for a success.
-  winapi::SetLastError(winapi::kErrorSuccess);
   const winapi::Dword size = winapi::GetFullPathNameW(source.c_str(), 0, nullptr, nullptr);
-  if (size == 0) {
-    const oru::ResultCode rc = oru::Win32ErrorToResult(winapi::GetLastError());
-    return ORU_FAILED(rc) ? rc : oru::errUnspecified;
-  }
+  if (size == 0) return FailureOf(winapi::GetLastError());
   std::u16string text(size, u'\0');
   const winapi::Dword length = winapi::GetFullPathNameW(source.c_str(), size, text.data(), nullptr);
   if (length == 0 || length >= size) return oru::errUnspecified;
@@ -56,6 +59,7 @@ oru::ResultCode FindHandleTraits::Close(winapi::Handle h) noexcept {
 
 FindContext::~FindContext() {
   if (!IsValid()) return;
+  const oru::LastErrorKeeper keeper;
   ORU_CHECK_TEXT(oru::sOk == FindHandleTraits::Close(m_handle),
                  "oru::sOk == Traits::Close(m_handle)");
 }
@@ -79,7 +83,7 @@ oru::ResultCode FindContext::SearchDirectly(std::u16string_view directory) {
                                winapi::kFindExSearchNameMatch, /*filter=*/nullptr, /*flags=*/0);
   const winapi::Error error = winapi::GetLastError();
   ORU_CHECK(oru::sOk == Close());
-  if (!FindHandleTraits::IsValid(handle)) return oru::Win32ErrorToResult(error);
+  if (!FindHandleTraits::IsValid(handle)) return FailureOf(error);
   m_handle = handle;
   m_data = data;
   return oru::sOk;
@@ -87,7 +91,7 @@ oru::ResultCode FindContext::SearchDirectly(std::u16string_view directory) {
 
 oru::ResultCode FindContext::OpenFind(std::u16string_view directory) {
   if (IsRootedPath(directory) ||
-      (IsDriveAbsolutePath(directory) && directory.size() < kLongPathFrom)) {
+      (IsDriveAbsolutePath(directory) && directory.size() <= kLongPathFrom)) {
     return SearchDirectly(directory);
   }
   std::u16string absolute;
@@ -98,7 +102,7 @@ oru::ResultCode FindContext::OpenFind(std::u16string_view directory) {
 oru::ResultCode FindContext::FindNext() noexcept {
   if (winapi::FindNextFileW(m_handle, &m_data) != 0) return oru::sOk;
   const winapi::Error error = winapi::GetLastError();
-  return error == winapi::kErrorNoMoreFiles ? oru::sFalse : oru::Win32ErrorToResult(error);
+  return error == winapi::kErrorNoMoreFiles ? oru::sFalse : FailureOf(error);
 }
 
 }  // namespace product_platform::filesystem

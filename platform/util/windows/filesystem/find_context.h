@@ -23,7 +23,8 @@ struct FindHandleTraits {
   [[nodiscard]] static oru::ResultCode Close(winapi::Handle h) noexcept;
 };
 
-// A search and the entry at which it stands. A search that can't be closed is reported.
+// A search and the entry at which it stands. A search that can't be closed is reported; the end of
+// one leaves the thread's last error as it was.
 class FindContext {
  public:
   FindContext() noexcept = default;

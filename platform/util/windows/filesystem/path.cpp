@@ -1,6 +1,5 @@
 #include "platform/util/windows/filesystem/path.h"
 
-#include <cstddef>
 #include <vector>
 
 #include "oru/rtl/exception.h"
@@ -12,13 +11,6 @@ namespace {
 
 constexpr char kSourceFile[] = "platform/util/windows/filesystem/path";
 constexpr std::u16string_view kLongPathPrefix = u"\\\\?\\";
-
-// Where the last component begins.
-std::size_t FileNameStart(std::u16string_view path) noexcept {
-  const std::size_t separator = path.find_last_of(u"\\/");
-  if (separator != std::u16string_view::npos) return separator + 1;
-  return path.size() >= 2 && path[1] == u':' ? 2 : 0;
-}
 
 std::size_t SkipComponent(std::u16string_view path, std::size_t position) noexcept {
   while (position < path.size() && !IsPathSeparator(path[position])) ++position;
@@ -123,6 +115,12 @@ bool IsDriveAbsolutePath(std::u16string_view path) noexcept {
 bool HasLongPathPrefix(std::u16string_view path) noexcept {
   return path.size() >= 4 && IsRootedPath(path) && (path[2] == u'?' || path[2] == u'.') &&
          path[3] == u'\\';
+}
+
+std::size_t FileNameStart(std::u16string_view path) noexcept {
+  const std::size_t separator = path.find_last_of(u"\\/");
+  if (separator != std::u16string_view::npos) return separator + 1;
+  return path.size() >= 2 && path[1] == u':' ? 2 : 0;
 }
 
 std::u16string GetFileNamePart(std::u16string_view path) {

@@ -6,6 +6,7 @@
 #ifndef PLATFORM_UTIL_WINDOWS_FILESYSTEM_PATH_H_
 #define PLATFORM_UTIL_WINDOWS_FILESYSTEM_PATH_H_
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,9 @@ namespace product_platform::filesystem {
 
 // Begins with "\\?\" or "\\.\".
 [[nodiscard]] bool HasLongPathPrefix(std::u16string_view path) noexcept;
+
+// Where the last component of a path begins; the path's length where that is empty.
+[[nodiscard]] std::size_t FileNameStart(std::u16string_view path) noexcept;
 
 // The last component: what stands behind the last separator, else behind a colon in second place,
 // else the whole. Empty for a path that ends in a separator.

@@ -15,10 +15,7 @@ struct Halves {
 };
 
 Halves Split(std::u16string_view path) noexcept {
-  std::size_t start = path.find_last_of(u"\\/");
-  start = start != std::u16string_view::npos    ? start + 1
-          : path.size() >= 2 && path[1] == u':' ? 2
-                                                : 0;
+  const std::size_t start = FileNameStart(path);
   return {path.substr(0, start), path.substr(start)};
 }
 

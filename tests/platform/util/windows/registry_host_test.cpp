@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "platform/util/windows/registry.h"
+#include "platform/util/windows/transactions.h"
 #include "platform/winapi/host/control.h"
 #include "tests/platform/util/windows/registry_fixture.h"
 #include "tests/support/allocation_faults.h"
@@ -72,7 +73,7 @@ TEST_F(RegistryOnHost, OpenKeyGivesTheErrorAndLeavesTheTargetEmpty) {
 
 TEST_F(RegistryOnHost, TransactedOpenPassesTheTransaction) {
   KernelHandle transaction;
-  transaction.Attach(host::MakeWaitable(true));
+  transaction.Attach(windows_helpers::CreateTransaction(u"test"));
   StartLog();
   RegKey key;
   ASSERT_EQ(
@@ -91,7 +92,7 @@ TEST_F(RegistryOnHost, TransactedOpenPassesTheTransaction) {
 // A full target is reported by the assignment alone: the open has no checks of its own here.
 TEST_F(RegistryOnHost, TransactedOpenIntoAFullTargetReportsTheAssignmentOnly) {
   KernelHandle transaction;
-  transaction.Attach(host::MakeWaitable(true));
+  transaction.Attach(windows_helpers::CreateTransaction(u"test"));
   RegKey key;
   Open(key);
   const winapi::Key first = key.GetValue();

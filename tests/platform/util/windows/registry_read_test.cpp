@@ -164,8 +164,7 @@ TEST_F(ReadTest, BinaryLosesNothingInTheLoop) {
   EXPECT_EQ(value.view(), std::u16string_view(u"ab\0", 3));
 }
 
-// 66 characters need 131 bytes at the registry's count and 65 characters at the loop's, which lacks
-// half a character until the capacity is doubled.
+// 131 bytes count as 65 characters, for which the loop asks in vain until it doubles the capacity.
 TEST_F(ReadTest, OddByteCountBeyondTheLocalBufferIsReadByDoubling) {
   std::vector<std::uint8_t> data = Utf16Bytes(Text(66), 0);
   data.pop_back();

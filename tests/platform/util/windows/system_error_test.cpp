@@ -31,6 +31,31 @@ TEST(FormatSystemMessage, KnownErrorHasATextWithoutLineEndAndFullStop) {
   }
 }
 
+struct TrimCase {
+  const char* name;
+  const char16_t* text;
+  const char16_t* expected;
+};
+
+void PrintTo(const TrimCase& trimCase, std::ostream* out) { *out << trimCase.name; }
+
+class TrimTable : public ::testing::TestWithParam<TrimCase> {};
+
+TEST_P(TrimTable, TakesLineEndsAndFullStopsOffTheEnd) {
+  std::u16string text = GetParam().text;
+  windows_helpers::detail::TrimSystemMessage(text);
+  EXPECT_EQ(text, GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(FormatSystemMessage, TrimTable,
+                         ::testing::Values(TrimCase{"ManyFullStops", u"a...\r\n", u"a"},
+                                           TrimCase{"MixedOrder", u"a.\r\n.\r\n", u"a"},
+                                           TrimCase{"NothingElse", u"\r\n.", u""},
+                                           TrimCase{"FullStopInside", u"a.b", u"a.b"},
+                                           TrimCase{"BlankAtTheEnd", u"a. ", u"a. "},
+                                           TrimCase{"Empty", u"", u""}),
+                         [](const auto& test) { return test.param.name; });
+
 TEST(WindowsErrorException, UnknownStatusLeavesNothingBetweenTheLiterals) {
   const WindowsErrorException exception(kWithoutText, "F(x)");
   EXPECT_EQ(MessageOf(exception), u"System error: 0x2000beef. . Expression: 'F(x)'");

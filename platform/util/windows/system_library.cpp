@@ -1,0 +1,53 @@
+#include "platform/util/windows/system_library.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+#include "platform/util/windows/modules.h"
+#include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/files.h"
+#include "platform/winapi/winapi/modules.h"
+
+namespace windows_helpers {
+namespace {
+
+// MAX_PATH: the system directory is never longer, and neither is a path that LoadLibraryW takes.
+constexpr winapi::Dword kPathCapacity = 260;
+
+// Writes the full path of `fileName` in the system directory.
+winapi::Error ComposePath(std::u16string_view fileName, char16_t (&path)[kPathCapacity]) noexcept {
+  const winapi::Dword length = winapi::GetSystemDirectoryW(path, kPathCapacity);
+  if (length == 0) return LastErrorOr(winapi::kErrorModuleNotFound);
+  // Separator and terminator take a place each; what doesn't fit can't be loaded.
+  if (std::size_t{length} + fileName.size() + 2 > kPathCapacity) {
+    return winapi::kErrorModuleNotFound;
+  }
+  char16_t* end = path + length;
+  *end++ = u'\\';
+  *std::copy(fileName.begin(), fileName.end(), end) = u'\0';
+  return winapi::kErrorSuccess;
+}
+
+}  // namespace
+
+winapi::Error SystemLibrary::Load() noexcept {
+  if (m_module.load() != nullptr) return winapi::kErrorSuccess;
+  char16_t path[kPathCapacity];
+  if (const winapi::Error error = ComposePath(m_fileName, path)) return error;
+  const winapi::Module loaded = winapi::LoadLibraryW(path);
+  if (loaded == nullptr) return LastErrorOr(winapi::kErrorModuleNotFound);
+  // Two threads that come here at once take a reference each, which does no harm.
+  m_module.store(loaded);
+  return winapi::kErrorSuccess;
+}
+
+winapi::Error SystemLibrary::Find(const char* name, winapi::Procedure& procedure) noexcept {
+  procedure = nullptr;
+  if (const winapi::Error error = Load()) return error;
+  procedure = winapi::GetProcAddress(m_module.load(), name);
+  return procedure != nullptr ? winapi::kErrorSuccess
+                              : LastErrorOr(winapi::kErrorProcedureNotFound);
+}
+
+}  // namespace windows_helpers

@@ -1,0 +1,112 @@
+#include <string>
+
+#include "platform/winapi/winapi/files.h"
+#include "platform/winapi/winapi/strings.h"
+#include "tests/contract/difference.h"
+#include "tests/contract/file_fixture.h"
+
+namespace {
+
+using tests::Expected;
+
+class DirectoryContract : public tests::FileFixture {
+ protected:
+  static winapi::Error Create(const std::u16string& path) {
+    return ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), nullptr); });
+  }
+  static winapi::Error Remove(const std::u16string& path) {
+    return ErrorOf([&] { return winapi::RemoveDirectoryW(path.c_str()); });
+  }
+};
+
+struct NamedPath {
+  const char* name;
+  std::u16string path;
+  winapi::Error error;
+};
+
+TEST_F(DirectoryContract, CreateMakesOneDirectory) {
+  EXPECT_EQ(0u, Create(Windows(u"a")));
+  EXPECT_EQ(0u, Create(Windows(u"A\\b\\")));
+  EXPECT_TRUE(std::filesystem::is_directory(Native("a/b")));
+}
+
+TEST_F(DirectoryContract, CreateRefusals) {
+  MakeFolder("folder");
+  Write("file", "");
+  const NamedPath cases[] = {
+      {"existing", Windows(u"folder"), 183},
+      {"existing in other letters", Windows(u"Folder"), 183},
+      {"existing file", Windows(u"file"), 183},
+      {"missing parent", Windows(u"none\\x"), 3},
+      {"below a file", Windows(u"file\\x"), 3},
+      {"empty", u"", 3},
+      {"wildcard", Windows(u"a*b"), 123},
+      {"root", u"C:\\", Expected(5u, 183u, "says that the root exists, not that it is refused")},
+      {"missing drive", u"q:\\x", Expected(3u, 2u, "says that a file is missing, not its drive")},
+  };
+  for (const NamedPath& one : cases) EXPECT_EQ(one.error, Create(one.path)) << one.name;
+}
+
+// Of a directory's path 247 characters are the most without the prefix.
+TEST_F(DirectoryContract, TheLimitOfPaths) {
+  const std::size_t room = 247 - Windows(u"").size();
+  ASSERT_LT(room, 240u);
+  const std::u16string longest = Windows(std::u16string(room, u'n'));
+  const std::u16string longer = Windows(std::u16string(room + 1, u'n'));
+  EXPECT_EQ(0u, Create(longest));
+  EXPECT_EQ(Expected(206u, 0u, "has no limit of 248 characters for directories"), Create(longer));
+  EXPECT_EQ(Expected(206u, 0u, "has no limit of 260 characters for paths"),
+            Create(Windows(std::u16string(room + 13, u'n'))));
+  EXPECT_EQ(Expected(0u, 183u, "made it above"), Create(u"\\\\?\\" + longer));
+  EXPECT_EQ(0u, Remove(longest));
+  EXPECT_EQ(0u, Remove(longer));
+}
+
+TEST_F(DirectoryContract, RemoveTakesAnEmptyDirectory) {
+  MakeFolder("folder");
+  EXPECT_EQ(0u, Remove(Windows(u"FOLDER\\")));
+  EXPECT_FALSE(Exists("folder"));
+}
+
+TEST_F(DirectoryContract, RemoveRefusals) {
+  MakeFolder("full");
+  Write("full/x", "");
+  Write("file", "");
+  const NamedPath cases[] = {
+      {"not empty", Windows(u"full"), 145},
+      {"missing", Windows(u"none"), 2},
+      {"missing parent", Windows(u"none\\x"), 3},
+      {"file", Windows(u"file"), 267},
+      {"empty", u"", Expected(3u, 123u, "calls an empty name of a directory a bad one")},
+  };
+  for (const NamedPath& one : cases) EXPECT_EQ(one.error, Remove(one.path)) << one.name;
+  EXPECT_TRUE(Exists("full/x"));
+}
+
+// The current directory of a process is held open without sharing for deletion.
+TEST_F(DirectoryContract, RemoveRefusesTheCurrentDirectory) {
+  MakeFolder("folder");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(Native("folder"));
+  EXPECT_EQ(32u, Remove(Windows(u"folder")));
+  std::filesystem::current_path(before);
+  EXPECT_EQ(0u, Remove(Windows(u"folder")));
+}
+
+TEST_F(DirectoryContract, LongPathsWithThePrefix) {
+  std::u16string path = u"\\\\?\\" + Folder();
+  std::vector<std::u16string> made;
+  for (int level = 0; level < 60; ++level) {
+    path += u"\\a level";
+    ASSERT_EQ(0u, Create(path)) << level;
+    made.push_back(path);
+  }
+  EXPECT_EQ(0u, CreateNew(path + u"\\file"));
+  EXPECT_EQ(145u, Remove(path));
+  EXPECT_EQ(0u, ErrorOf([&] { return winapi::DeleteFileW((path + u"\\FILE").c_str()); }));
+  for (; !made.empty(); made.pop_back()) ASSERT_EQ(0u, Remove(made.back())) << made.size();
+  EXPECT_FALSE(Exists("a level"));
+}
+
+}  // namespace

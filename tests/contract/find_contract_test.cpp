@@ -1,0 +1,196 @@
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/winapi/winapi/files.h"
+#include "tests/contract/difference.h"
+#include "tests/contract/file_fixture.h"
+
+namespace {
+
+using tests::Expected;
+
+struct Found {
+  winapi::Dword attributes = 0;
+  std::uint64_t size = 0;
+  bool operator==(const Found&) const = default;
+};
+
+class FindContract : public tests::FileFixture {
+ protected:
+  static winapi::Handle First(const std::u16string& pattern, winapi::FindData& data) {
+    winapi::SetLastError(kUntouched);
+    return winapi::FindFirstFileExW(pattern.c_str(), winapi::kFindExInfoStandard, &data,
+                                    winapi::kFindExSearchNameMatch, nullptr, 0);
+  }
+
+  // What a search gives, in its order.
+  static std::vector<winapi::FindData> All(const std::u16string& pattern) {
+    std::vector<winapi::FindData> all;
+    winapi::FindData data{};
+    const winapi::Handle search = First(pattern, data);
+    if (search == winapi::InvalidHandleValue()) return all;
+    do all.push_back(data);
+    while (winapi::FindNextFileW(search, &data) != 0);
+    EXPECT_EQ(18u, winapi::GetLastError());
+    EXPECT_NE(0, winapi::FindClose(search));
+    return all;
+  }
+
+  static std::map<std::u16string, Found> Map(const std::vector<winapi::FindData>& all) {
+    std::map<std::u16string, Found> map;
+    for (const winapi::FindData& data : all) {
+      const std::uint64_t size = (std::uint64_t{data.nFileSizeHigh} << 32) | data.nFileSizeLow;
+      EXPECT_TRUE(map.emplace(data.cFileName, Found{data.dwFileAttributes, size}).second);
+    }
+    return map;
+  }
+
+  static std::vector<std::u16string> Names(const std::u16string& pattern) {
+    std::vector<std::u16string> names;
+    for (const winapi::FindData& data : All(pattern)) names.emplace_back(data.cFileName);
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  static winapi::Error ErrorOfFirst(const std::u16string& pattern) {
+    winapi::FindData data{};
+    const winapi::Handle search = First(pattern, data);
+    if (search == winapi::InvalidHandleValue()) return winapi::GetLastError();
+    EXPECT_NE(0, winapi::FindClose(search));
+    return 0;
+  }
+};
+
+TEST_F(FindContract, GivesEachEntryOnceWithTheDotsAhead) {
+  Write("file.txt", "12345");
+  Write("fixed", "");
+  SetReadOnly("fixed", true);
+  MakeFolder("folder");
+  Write("folder/not here", "");
+  const auto all = All(Windows(u"*"));
+  ASSERT_EQ(5u, all.size());
+  EXPECT_EQ(std::u16string(u"."), all[0].cFileName);
+  EXPECT_EQ(std::u16string(u".."), all[1].cFileName);
+  const std::map<std::u16string, Found> expected = {{u".", {0x10, 0}},
+                                                    {u"..", {0x10, 0}},
+                                                    {u"file.txt", {0x20, 5}},
+                                                    {u"fixed", {0x21, 0}},
+                                                    {u"folder", {0x10, 0}}};
+  EXPECT_EQ(expected, Map(all));
+  SetReadOnly("fixed", false);
+}
+
+TEST_F(FindContract, AnEmptyDirectoryHasTheDotsOnly) {
+  const std::vector<std::u16string> dots = {u".", u".."};
+  EXPECT_EQ(dots, Names(Windows(u"*")));
+  EXPECT_EQ(dots, Names(Windows(u"*.*")));
+  EXPECT_EQ(dots, Names(u"\\\\?\\" + Windows(u"*")));
+}
+
+TEST_F(FindContract, NamesAndMasks) {
+  Write("one.txt", "");
+  Write("two.TXT", "");
+  Write("three", "");
+  struct Case {
+    const char* name;
+    std::u16string mask;
+    std::vector<std::u16string> found;
+  };
+  const Case cases[] = {
+      {"extension", u"*.txt", {u"one.txt", u"two.TXT"}},
+      {"beginning", u"t*", {u"three", u"two.TXT"}},
+      {"one character", u"?ne.txt", {u"one.txt"}},
+      {"in the middle", u"*e*", {u"one.txt", u"three"}},
+      {"no wildcard", u"ONE.TXT", {u"one.txt"}},
+      {"nothing", u"*.doc", {}},
+      {"all", u"*.*", {u".", u"..", u"one.txt", u"three", u"two.TXT"}},
+  };
+  for (const Case& one : cases) EXPECT_EQ(one.found, Names(Windows(one.mask))) << one.name;
+}
+
+TEST_F(FindContract, ManyEntries) {
+  for (int i = 0; i < 700; ++i) Write("file " + std::to_string(i), "x");
+  const auto map = Map(All(Windows(u"*")));
+  EXPECT_EQ(702u, map.size());
+  for (int i = 0; i < 700; ++i) {
+    const std::string name = "file " + std::to_string(i);
+    const auto found = map.find(std::u16string(name.begin(), name.end()));
+    ASSERT_NE(map.end(), found) << name;
+    EXPECT_EQ((Found{0x20, 1}), found->second) << name;
+  }
+}
+
+TEST_F(FindContract, EntriesCanBeDeletedOnTheWay) {
+  for (int i = 0; i < 600; ++i) Write("file " + std::to_string(i), "");
+  winapi::FindData data{};
+  const winapi::Handle search = First(Windows(u"*"), data);
+  ASSERT_NE(winapi::InvalidHandleValue(), search);
+  int deleted = 0;
+  do {
+    if (data.dwFileAttributes == 0x10) continue;
+    EXPECT_NE(0, winapi::DeleteFileW(Windows(data.cFileName).c_str()));
+    ++deleted;
+  } while (winapi::FindNextFileW(search, &data) != 0);
+  EXPECT_NE(0, winapi::FindClose(search));
+  EXPECT_EQ(600, deleted);
+  EXPECT_TRUE(std::filesystem::is_empty(Native("")));
+}
+
+TEST_F(FindContract, TheEndStaysTheEnd) {
+  winapi::FindData data{};
+  const winapi::Handle search = First(Windows(u"*"), data);
+  ASSERT_NE(winapi::InvalidHandleValue(), search);
+  EXPECT_NE(0, winapi::FindNextFileW(search, &data));
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(18u, ErrorOf([&] { return winapi::FindNextFileW(search, &data); }));
+  }
+  EXPECT_NE(0, winapi::FindClose(search));
+}
+
+TEST_F(FindContract, Refusals) {
+  Write("file", "");
+  MakeFolder("folder");
+  struct Case {
+    const char* name;
+    std::u16string pattern;
+    winapi::Error error;
+  };
+  const Case cases[] = {
+      {"missing directory", Windows(u"none\\*"), 3},
+      {"missing parent", Windows(u"none\\x\\*"), 3},
+      {"missing name", Windows(u"none"), 2},
+      {"no match", Windows(u"folder\\*.txt"), 2},
+      {"separator at the end", Windows(u"folder\\"), 2},
+      {"root", u"C:\\", 2},
+      {"empty", u"", 3},
+      {"below a file", Windows(u"file\\*"),
+       Expected(267u, 123u, "calls a file in the place of a directory a bad name")},
+      {"missing drive", u"q:\\*", 3},
+      {"bad character", Windows(u"a|*"), Expected(123u, 2u, "takes a bar in a mask")},
+  };
+  for (const Case& one : cases) EXPECT_EQ(one.error, ErrorOfFirst(one.pattern)) << one.name;
+}
+
+TEST_F(FindContract, TheLimitOfPaths) {
+  const std::size_t room = 258 - Windows(u"\\*").size();
+  ASSERT_LT(room, 240u);
+  const std::string name(room, 'n');
+  MakeFolder(name);
+  const std::u16string folder = Windows(std::u16string(room, u'n'));
+  EXPECT_EQ(0u, ErrorOfFirst(folder + u"\\*"));
+  const std::u16string longer = folder + u"\\??*";
+  EXPECT_EQ(Expected(3u, 0u, "has no limit of 260 characters for paths"), ErrorOfFirst(longer));
+  EXPECT_EQ(0u, ErrorOfFirst(u"\\\\?\\" + folder + u"\\*"));
+}
+
+TEST_F(FindContract, WhatIsNoSearch) {
+  winapi::FindData data{};
+  const auto wrong = reinterpret_cast<winapi::Handle>(std::intptr_t{-1});
+  EXPECT_EQ(6u, ErrorOf([&] { return winapi::FindNextFileW(wrong, &data); }));
+  EXPECT_EQ(6u, ErrorOf([&] { return winapi::FindClose(wrong); }));
+  EXPECT_EQ(6u, ErrorOf([] { return winapi::FindClose(nullptr); }));
+}
+
+}  // namespace

@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/files.h"
+#include "platform/winapi/winapi/strings.h"
+#include "tests/contract/difference.h"
+#include "tests/support/temporary_folder.h"
+
+namespace {
+
+constexpr winapi::Error kUntouched = 0xABCD;
+
+using Operation = std::function<winapi::Dword(winapi::Dword size, char16_t* buffer)>;
+
+std::u16string Ask(const Operation& operation) {
+  std::u16string text(40000, u'?');
+  const winapi::Dword length = operation(40000, text.data());
+  EXPECT_LT(length, 40000u);
+  EXPECT_EQ(u'\0', text[length]);
+  text.resize(length);
+  return text;
+}
+
+std::u16string FullPath(const std::u16string& path) {
+  return Ask([&](winapi::Dword size, char16_t* buffer) {
+    return winapi::GetFullPathNameW(path.c_str(), size, buffer, nullptr);
+  });
+}
+
+std::u16string CurrentDirectory() { return Ask(winapi::GetCurrentDirectoryW); }
+std::u16string TempPath() { return Ask(winapi::GetTempPathW); }
+std::u16string SystemDirectory() {
+  return Ask([](winapi::Dword size, char16_t* buffer) {
+    return winapi::GetSystemDirectoryW(buffer, size);
+  });
+}
+
+// Length and text where there is room, the size needed where there is not, and nothing written.
+// `behind` is what room behind the text then holds.
+void ExpectSizes(const char* name, const Operation& operation, char16_t behind = u'?') {
+  const std::u16string whole = Ask(operation);
+  const auto length = static_cast<winapi::Dword>(whole.size());
+  EXPECT_EQ(length + 1, operation(0, nullptr)) << name;
+  for (const winapi::Dword size : {length - 1, length, length + 1, length + 2}) {
+    std::u16string text(length + 2, u'?');
+    const winapi::Dword given = operation(size, text.data());
+    EXPECT_EQ(size > length ? length : length + 1, given) << name << ' ' << size;
+    if (size <= length) continue;
+    EXPECT_EQ(whole, text.substr(0, length)) << name << ' ' << size;
+    EXPECT_EQ(u'\0', text[length]) << name << ' ' << size;
+    EXPECT_EQ(size == length + 2 ? behind : u'?', text[length + 1]) << name << ' ' << size;
+  }
+}
+
+TEST(PathContract, FullPaths) {
+  const tests::TemporaryFolder folder;
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::create_directories(folder.Path() / "one" / "two");
+  std::filesystem::current_path(folder.Path() / "one" / "two");
+  const std::u16string one = folder.WindowsPath() + u"\\one";
+  const std::u16string drive = one.substr(0, 2);
+  const std::u16string longName(300, u'n');
+  struct Case {
+    const char* name;
+    std::u16string path;
+    std::u16string full;
+  };
+  const Case cases[] = {
+      {"name", u"a", one + u"\\two\\a"},
+      {"name and separator", u"a\\", one + u"\\two\\a\\"},
+      {"long name", longName, one + u"\\two\\" + longName},
+      {"dot", u".", one + u"\\two"},
+      {"two dots", u"..", one},
+      {"two dots and a name", u"..\\x", one + u"\\x"},
+      {"dots past the root", u"..\\..\\..\\..\\..\\..\\..\\..\\..\\..\\..\\..\\x", drive + u"\\x"},
+      {"rooted", u"\\x", drive + u"\\x"},
+      {"slash", u"/x",
+       tests::Expected<std::u16string>(drive, u"Z:",
+                                       "takes a path with a slash as the host's own") +
+           u"\\x"},
+      {"drive", u"D:\\a\\b", u"D:\\a\\b"},
+      {"slashes", u"D:/a//b", u"D:\\a\\b"},
+      {"dots inside", u"D:\\a\\.\\b\\..\\c", u"D:\\a\\c"},
+      {"two dots at the end", u"D:\\a\\b\\..", u"D:\\a"},
+      {"dot at the end", u"D:\\a\\.", u"D:\\a"},
+      {"two dots and a separator", u"D:\\a\\b\\..\\", u"D:\\a\\"},
+      {"root", u"D:\\", u"D:\\"},
+      {"above the root", u"D:\\..\\a", u"D:\\a"},
+      {"current directory of another drive", u"Q:x", u"Q:\\x"},
+      {"only another drive", u"Q:", u"Q:\\"},
+      {"full stops and blanks at the end", u"D:\\a. .", u"D:\\a"},
+      {"full stop inside", u"D:\\a.\\b", u"D:\\a\\b"},
+      {"blank behind a separator", u"D:\\a\\ ", u"D:\\a\\"},
+      {"wildcards", u"D:\\a*\\?", u"D:\\a*\\?"},
+      {"share", u"\\\\server\\share\\a\\..\\b", u"\\\\server\\share\\b"},
+      {"share's root", u"\\\\server\\share\\..\\a", u"\\\\server\\share\\a"},
+      {"prefix", u"\\\\?\\D:\\a\\..\\b", u"\\\\?\\D:\\b"},
+  };
+  for (const Case& c : cases) {
+    const std::u16string full = FullPath(c.path);
+    EXPECT_TRUE(full == c.full) << c.name << ": " << std::filesystem::path(full);
+  }
+  ExpectSizes("full path", [](winapi::Dword size, char16_t* buffer) {
+    return winapi::GetFullPathNameW(u"a\\b", size, buffer, nullptr);
+  });
+  std::filesystem::current_path(before);
+}
+
+TEST(PathContract, FullPathOfNothingSetsNoLastError) {
+  for (const char16_t* path : {u"", u" "}) {
+    char16_t buffer[300] = {u'?'};
+    winapi::SetLastError(kUntouched);
+    EXPECT_EQ(0u, winapi::GetFullPathNameW(path, 0, nullptr, nullptr));
+    EXPECT_EQ(0u, winapi::GetFullPathNameW(path, 300, buffer, nullptr));
+    EXPECT_EQ(kUntouched, winapi::GetLastError());
+    EXPECT_EQ(u'?', buffer[0]);
+  }
+}
+
+TEST(PathContract, FilePartOfAFullPath) {
+  char16_t buffer[100];
+  char16_t* filePart = nullptr;
+  EXPECT_EQ(6u, winapi::GetFullPathNameW(u"D:\\a\\b", 100, buffer, &filePart));
+  EXPECT_EQ(buffer + 5, filePart);
+  EXPECT_EQ(7u, winapi::GetFullPathNameW(u"D:\\a\\b\\", 100, buffer, &filePart));
+  EXPECT_EQ(nullptr, filePart);
+}
+
+TEST(PathContract, CurrentDirectory) {
+  const tests::TemporaryFolder folder;
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.Path());
+  EXPECT_EQ(folder.WindowsPath(), CurrentDirectory());
+  ExpectSizes("current directory", winapi::GetCurrentDirectoryW);
+  std::filesystem::current_path(folder.Path().root_path());
+  EXPECT_EQ(folder.WindowsPath().substr(0, 3), CurrentDirectory());
+  std::filesystem::current_path(before);
+}
+
+TEST(PathContract, TemporaryDirectory) {
+  const std::u16string path = TempPath();
+  EXPECT_TRUE(path.starts_with(u"C:\\"));
+  EXPECT_TRUE(path.ends_with(u'\\'));
+  EXPECT_EQ(0x10u, winapi::GetFileAttributesW(path.c_str()));
+  ExpectSizes("temporary directory", winapi::GetTempPathW, /*behind=*/u'\0');
+}
+
+TEST(PathContract, SystemDirectory) {
+  const std::u16string path = SystemDirectory();
+  EXPECT_EQ(19u, path.size());
+  EXPECT_EQ(0, winapi::lstrcmpiW(u"C:\\Windows\\System32", path.c_str()));
+  EXPECT_EQ(0x10u, winapi::GetFileAttributesW(path.c_str()));
+  ExpectSizes("system directory", [](winapi::Dword size, char16_t* buffer) {
+    return winapi::GetSystemDirectoryW(buffer, size);
+  });
+}
+
+}  // namespace

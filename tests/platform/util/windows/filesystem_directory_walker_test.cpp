@@ -1,0 +1,162 @@
+#include "platform/util/windows/filesystem/directory_walker.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/platform/util/windows/filesystem_tree.h"
+#include "tests/support/checks.h"
+
+namespace {
+
+using product_platform::filesystem::DirectoryWalker;
+using product_platform::filesystem::FlatPolicy;
+using product_platform::filesystem::IsDotName;
+using product_platform::filesystem::RemovalPolicy;
+using tests::ReportedChecks;
+using tests::Tree;
+
+using Paths = std::multiset<std::u16string>;
+using Reports = std::vector<std::string>;
+
+std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
+
+// The paths where the walker stops, but for "." and "..", from where it stands.
+template <typename Policy>
+Paths Stops(DirectoryWalker<Policy>& walker) {
+  Paths paths;
+  oru::ResultCode rc = oru::sOk;
+  for (; rc == oru::sOk; rc = walker.Next()) {
+    EXPECT_TRUE(walker.IsValid());
+    if (!IsDotName(walker.Current()->Name())) paths.insert(walker.CurrentPath());
+  }
+  EXPECT_EQ(rc, oru::sFalse);
+  return paths;
+}
+
+template <typename Policy>
+Paths Walk(const std::u16string& path) {
+  DirectoryWalker<Policy> walker;
+  const oru::ResultCode rc = walker.Open(path);
+  EXPECT_EQ(rc, oru::sOk);
+  return rc == oru::sOk ? Stops(walker) : Paths{};
+}
+
+TEST(DirectoryWalker, FlatPolicyStaysInTheDirectory) {
+  const Tree tree;
+  tree.Write(u"a");
+  tree.MakeDirectory(u"sub/deeper");
+  tree.Write(u"sub/b");
+  EXPECT_EQ(Walk<FlatPolicy>(tree.Windows()), (Paths{tree.Windows(u"a"), tree.Windows(u"sub")}));
+  EXPECT_TRUE(tree.Has(u"sub/deeper"));
+}
+
+// It stops at the first entry of a directory that it enters, and not at the directory.
+TEST(DirectoryWalker, RemovalPolicyEntersAndRemovesOnTheWayOut) {
+  const Tree tree;
+  tree.Write(u"a");
+  tree.MakeDirectory(u"empty/deeper");
+  tree.MakeDirectory(u"full");
+  tree.Write(u"full/b");
+  EXPECT_EQ(Walk<RemovalPolicy>(tree.Windows()),
+            (Paths{tree.Windows(u"a"), tree.Windows(u"full/b")}));
+  EXPECT_FALSE(tree.Has(u"empty"));
+  EXPECT_TRUE(tree.Has(u"full/b"));  // the files are the caller's
+  EXPECT_TRUE(tree.Has(u""));        // and the first directory too
+}
+
+TEST(DirectoryWalker, IsEmptyBeforeAndAfterAWalk) {
+  const Tree tree;
+  DirectoryWalker<FlatPolicy> walker;
+  EXPECT_EQ(walker.Current(), nullptr);
+  EXPECT_FALSE(walker.IsValid());
+  EXPECT_EQ(walker.Next(), oru::sFalse);
+  ASSERT_EQ(walker.Open(tree.Windows()), oru::sOk);
+  EXPECT_TRUE(walker.IsValid());
+  EXPECT_NE(walker.Current(), nullptr);
+  (void)Stops(walker);
+  EXPECT_EQ(walker.Current(), nullptr);
+  EXPECT_FALSE(walker.IsValid());
+  EXPECT_EQ(walker.Next(), oru::sFalse);
+  EXPECT_EQ(ReportedChecks(), Reports{});
+}
+
+TEST(DirectoryWalker, CanWalkAgainBehindItsEnd) {
+  const Tree tree;
+  tree.Write(u"a");
+  DirectoryWalker<FlatPolicy> walker;
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(walker.Open(tree.Windows()), oru::sOk);
+    EXPECT_EQ(Stops(walker), Paths{tree.Windows(u"a")});
+  }
+  EXPECT_EQ(ReportedChecks(), Reports{});
+}
+
+TEST(DirectoryWalker, FailedOpenLeavesNothingOpen) {
+  const Tree tree;
+  DirectoryWalker<RemovalPolicy> walker;
+  EXPECT_EQ(Code(walker.Open(tree.Windows(u"missing"))), 0x80010103u);
+  EXPECT_EQ(walker.Current(), nullptr);
+  EXPECT_EQ(walker.Next(), oru::sFalse);
+}
+
+TEST(DirectoryWalker, OpenDuringAWalkIsReportedAndGoesOn) {
+  const Tree tree;
+  tree.Write(u"a");
+  DirectoryWalker<FlatPolicy> walker;
+  ASSERT_EQ(walker.Open(tree.Windows()), oru::sOk);
+  EXPECT_EQ(ReportedChecks(), Reports{});
+  ASSERT_EQ(walker.Open(tree.Windows()), oru::sOk);
+  EXPECT_EQ(ReportedChecks(), Reports{"m_findStack.IsEmpty()"});
+}
+
+TEST(DirectoryWalker, LeavingMoreThanWasEnteredIsReported) {
+  const Tree tree;
+  tree.MakeDirectory(u"one");
+  tree.MakeDirectory(u"two");
+  DirectoryWalker<RemovalPolicy> walker;
+  ASSERT_EQ(walker.Open(tree.Windows(u"one")), oru::sOk);
+  ASSERT_EQ(walker.Open(tree.Windows(u"two")), oru::sOk);
+  while (walker.Next() == oru::sOk) {
+  }
+  EXPECT_EQ(ReportedChecks(), (Reports{"m_findStack.IsEmpty()", "m_depth>=0"}));
+  EXPECT_TRUE(tree.Has(u"one"));
+  EXPECT_TRUE(tree.Has(u"two"));
+}
+
+TEST(DirectoryWalker, ReadingAnEmptyStackIsReported) {
+  const DirectoryWalker<FlatPolicy> walker;
+  EXPECT_EQ(walker.CurrentPath(), u"");
+  EXPECT_EQ(ReportedChecks(), Reports{"!IsEmpty()"});
+}
+
+TEST(RemovalPolicy, CountsDirectoriesEntered) {
+  const Tree tree;
+  tree.MakeDirectory(u"gone");
+  tree.MakeDirectory(u"kept");
+  RemovalPolicy policy;
+  policy.Start();
+  EXPECT_EQ(policy.m_depth, 1);
+  policy.Enter();
+  EXPECT_EQ(policy.m_depth, 2);
+  policy.Leave(tree.Windows(u"gone"));
+  EXPECT_EQ(policy.m_depth, 1);
+  EXPECT_FALSE(tree.Has(u"gone"));
+  policy.Leave(tree.Windows(u"kept"));
+  EXPECT_EQ(policy.m_depth, 0);
+  EXPECT_TRUE(tree.Has(u"kept"));
+}
+
+TEST(RemovalPolicy, DirectoryThatStaysIsNoFailure) {
+  const Tree tree;
+  tree.Write(u"a");
+  RemovalPolicy policy;
+  policy.Start();
+  policy.Enter();
+  policy.Leave(tree.Windows());
+  EXPECT_TRUE(tree.Has(u"a"));
+}
+
+}  // namespace

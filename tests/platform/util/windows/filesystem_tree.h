@@ -1,0 +1,85 @@
+// Trees of directories for the tests of walking and removing, made past the seam.
+#ifndef TESTS_PLATFORM_UTIL_WINDOWS_FILESYSTEM_TREE_H_
+#define TESTS_PLATFORM_UTIL_WINDOWS_FILESYSTEM_TREE_H_
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/support/temporary_folder.h"
+#ifndef _WIN32
+#include "platform/winapi/host/control.h"
+#endif
+
+namespace tests {
+
+// A folder of the test's own. Names are relative to it, with slashes between their parts.
+class Tree {
+ public:
+  [[nodiscard]] std::filesystem::path File(const std::u16string& name) const {
+    return name.empty() ? m_folder.Path() : m_folder.Path() / std::filesystem::path(name);
+  }
+  // As the seam sees it.
+  [[nodiscard]] std::u16string Windows(const std::u16string& name = {}) const {
+    std::u16string path = m_folder.WindowsPath();
+    if (!name.empty()) path += u"\\" + name;
+    std::replace(path.begin(), path.end(), u'/', u'\\');
+    return path;
+  }
+  void Write(const std::u16string& name) const {
+    std::ofstream(File(name), std::ios::binary) << "content";
+  }
+  void MakeDirectory(const std::u16string& name) const {
+    std::filesystem::create_directories(File(name));
+  }
+  [[nodiscard]] bool Has(const std::u16string& name) const {
+    return std::filesystem::exists(std::filesystem::symlink_status(File(name)));
+  }
+
+  // Directories "top/d/d/d...", so many of them, with a file in each. Each is made in the one above
+  // it.
+  void MakeDeep(int levels) const {
+    std::u16string name = u"top";
+    for (int i = 0; i < levels; ++i, name += u"/d") {
+      std::filesystem::create_directory(File(name));
+      Write(name + u"/f");
+    }
+  }
+  void MakeWide(const std::u16string& name, int files) const {
+    MakeDirectory(name);
+    for (int i = 0; i < files; ++i) {
+      const std::string number = std::to_string(i);
+      Write(name + u"/file" + std::u16string(number.begin(), number.end()));
+    }
+  }
+
+ private:
+  TemporaryFolder m_folder;
+};
+
+// While it lives, somebody holds the file open and shares it with nobody who deletes.
+class HeldFile {
+ public:
+#ifdef _WIN32
+  // The C runtime opens without sharing for deletion.
+  HeldFile(const Tree& tree, const std::u16string& name) : m_stream(tree.File(name)) {}
+
+ private:
+  std::ifstream m_stream;
+#else
+  HeldFile(const Tree& tree, const std::u16string& name) : m_path(tree.Windows(name)) {
+    winapi::host::LockFile(m_path);
+  }
+  HeldFile(const HeldFile&) = delete;
+  HeldFile& operator=(const HeldFile&) = delete;
+  ~HeldFile() { winapi::host::UnlockFile(m_path); }
+
+ private:
+  std::u16string m_path;
+#endif
+};
+
+}  // namespace tests
+
+#endif  // TESTS_PLATFORM_UTIL_WINDOWS_FILESYSTEM_TREE_H_

@@ -1,0 +1,259 @@
+#include "zum_setup_util_lib/drop_files.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "oru/rtl/exception.h"
+#include "tests/zum_setup_util_lib/command_line_forms.h"
+#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/zum_setup_util_lib/installed_tracer.h"
+#include "zum_setup_util_lib/temporary_directory.h"
+
+namespace {
+
+using correct_setup::ICommandMsi;
+using correct_setup::ScopedRemoveDirectory;
+using correct_setup::detail::DropFiles;
+using tests::DirectoryTree;
+using tests::InstalledTracer;
+using tests::Narrow;
+using tests::ToLocal;
+
+using Names = std::set<std::u16string>;
+
+std::unique_ptr<ICommandMsi> CommandFor(const std::u16string& package) {
+  return tests::MakeCommand({u"/installmsi", package, u"/q"}).command;
+}
+
+std::u16string ParentOf(const std::u16string& path) { return path.substr(0, path.rfind(u'\\')); }
+
+// The temporary directory and a braced name of upper-case digits in the form 8-4-4-4-12.
+void ExpectDropDirectory(const std::u16string& directory) {
+  const std::u16string temporary = correct_setup::helpers::GetTempDirectory();
+  ASSERT_TRUE(directory.starts_with(temporary)) << Narrow(directory);
+  const std::string name = Narrow(directory.substr(temporary.size()));
+  EXPECT_EQ(name.find_first_not_of("{}-0123456789ABCDEF"), std::string::npos) << name;
+  ASSERT_EQ(name.size(), 38u);
+  EXPECT_EQ((std::string{name[0], name[9], name[14], name[19], name[24], name[37]}), "{----}");
+}
+
+void ExpectDropFailure(const std::unique_ptr<ICommandMsi>& command) {
+  try {
+    const ScopedRemoveDirectory directory = DropFiles(command);
+    FAIL() << "it returned";
+  } catch (const oru::CheckResultFailedException& exception) {
+    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), 0xA1780008u);
+    EXPECT_TRUE(exception.Message().view().empty());
+    EXPECT_STREQ(exception.File(), "zum_setup_util_lib/correct_setup");
+    EXPECT_GT(exception.Line(), 0u);
+  }
+}
+
+TEST(DropFiles, MovesTheCommandOntoAPrivateCopy) {
+  const DirectoryTree tree;
+  tree.Write(u"zum_win.msi", "package");
+  tree.Write(u"zum_win.cab", "beside it");
+  const auto command = CommandFor(tree.Windows(u"zum_win.msi"));
+  std::u16string directory;
+  {
+    const ScopedRemoveDirectory owner = DropFiles(command);
+    const std::u16string copy = command->GetFullPathToPackage();
+    directory = ParentOf(copy);
+    ExpectDropDirectory(directory);
+    EXPECT_EQ(copy, directory + u"\\zum_win.msi");
+    EXPECT_EQ(tests::NamesIn(ToLocal(directory)), Names{u"zum_win.msi"});
+    EXPECT_EQ(tests::ReadAll(ToLocal(copy)), "package");
+    EXPECT_EQ(Narrow(command->GetMsiCommandLine()),
+              "/norestart /i " + Narrow(copy) + " /q SKIPREBOOTPENDING=1");
+  }
+  EXPECT_FALSE(std::filesystem::exists(ToLocal(directory)));
+  EXPECT_EQ(tree.Read(u"zum_win.msi"), "package");
+}
+
+TEST(DropFiles, WritesNoRecordOfItsOwnOnSuccess) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  const auto command = CommandFor(tree.Windows(u"a.msi"));
+  const InstalledTracer tracer;
+  { const ScopedRemoveDirectory owner = DropFiles(command); }
+  ASSERT_EQ(tracer.Records().size(), 7u);
+  for (const auto& [level, text] : tracer.Records()) EXPECT_EQ(level, 700u) << text;
+  EXPECT_EQ(tracer.Records()[0].second, "setup\t[correct_setup::DropFilesystemObjects]  begin");
+  EXPECT_EQ(tracer.Records()[6].second, "setup\t[correct_setup::DropFilesystemObjects]  end");
+}
+
+TEST(DropFiles, MissingPackageLeavesAnEmptyDirectory) {
+  const DirectoryTree tree;
+  tree.Write(u"other.msi");
+  const auto command = CommandFor(tree.Windows(u"a.msi"));
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  const std::u16string copy = command->GetFullPathToPackage();
+  EXPECT_TRUE(std::filesystem::is_directory(ToLocal(ParentOf(copy))));
+  EXPECT_TRUE(tests::NamesIn(ToLocal(ParentOf(copy))).empty());
+  EXPECT_TRUE(copy.ends_with(u"}\\a.msi"));
+}
+
+TEST(DropFiles, MissingDirectoryLeavesAnEmptyDirectoryToo) {
+  const DirectoryTree tree;
+  const auto command = CommandFor(tree.Windows(u"missing/a.msi"));
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  EXPECT_TRUE(tests::NamesIn(ToLocal(ParentOf(command->GetFullPathToPackage()))).empty());
+}
+
+// Makes a directory the current one for a while.
+class CurrentDirectory {
+ public:
+  explicit CurrentDirectory(const std::filesystem::path& directory)
+      : m_before(std::filesystem::current_path()) {
+    std::filesystem::current_path(directory);
+  }
+  CurrentDirectory(const CurrentDirectory&) = delete;
+  CurrentDirectory& operator=(const CurrentDirectory&) = delete;
+  ~CurrentDirectory() { std::filesystem::current_path(m_before); }
+
+ private:
+  std::filesystem::path m_before;
+};
+
+// No directory is no current directory: nothing is found, even where the file is at hand.
+TEST(DropFiles, BareNameFindsNothing) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  const CurrentDirectory inTree(tree.File(u""));
+  const auto command = CommandFor(u"a.msi");
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  const std::u16string copy = command->GetFullPathToPackage();
+  ExpectDropDirectory(ParentOf(copy));
+  EXPECT_TRUE(copy.ends_with(u"\\a.msi"));
+  EXPECT_TRUE(tests::NamesIn(ToLocal(ParentOf(copy))).empty());
+}
+
+TEST(DropFiles, RelativePathIsTakenFromTheCurrentDirectory) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"sub");
+  tree.Write(u"sub/a.msi", "package");
+  const CurrentDirectory inTree(tree.File(u""));
+  for (const char16_t* path : {u"sub\\a.msi", u".\\sub\\a.msi", u"sub/a.msi"}) {
+    const auto command = CommandFor(path);
+    const ScopedRemoveDirectory owner = DropFiles(command);
+    const std::u16string copy = command->GetFullPathToPackage();
+    ExpectDropDirectory(ParentOf(copy));
+    EXPECT_EQ(tests::ReadAll(ToLocal(copy)), "package") << Narrow(path);
+  }
+}
+
+TEST(DropFiles, PathWithATrailingSeparatorTakesAllFiles) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"setup/sub");
+  tree.Write(u"setup/a.msi");
+  tree.Write(u"setup/b");
+  const auto command = CommandFor(tree.Windows(u"setup") + u"\\");
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  const std::u16string directory = command->GetFullPathToPackage();
+  ExpectDropDirectory(directory);
+  EXPECT_EQ(tests::NamesIn(ToLocal(directory)), (Names{u"a.msi", u"b"}));
+}
+
+TEST(DropFiles, NameIsAMask) {
+  const DirectoryTree tree;
+  tree.Write(u"a1.msi");
+  tree.Write(u"a2.msi");
+  tree.Write(u"b1.msi");
+  const auto command = CommandFor(tree.Windows(u"a?.msi"));
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  const std::u16string copy = command->GetFullPathToPackage();
+  EXPECT_TRUE(copy.ends_with(u"\\a?.msi"));
+  EXPECT_EQ(tests::NamesIn(ToLocal(ParentOf(copy))), (Names{u"a1.msi", u"a2.msi"}));
+}
+
+// The copy is named as on the disk, the command's path as typed; both mean the same file.
+TEST(DropFiles, NameInAnotherCaseMatches) {
+  const DirectoryTree tree;
+  tree.Write(u"Zum_Win.msi", "package");
+  const auto command = CommandFor(tree.Windows(u"zum_win.MSI"));
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  const std::u16string copy = command->GetFullPathToPackage();
+  EXPECT_TRUE(copy.ends_with(u"\\zum_win.MSI"));
+  EXPECT_EQ(tests::NamesIn(ToLocal(ParentOf(copy))), Names{u"Zum_Win.msi"});
+  EXPECT_EQ(tests::ReadAll(ToLocal(copy)), "package");
+}
+
+TEST(DropFiles, TwoRunsHaveTwoDirectories) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  const auto one = CommandFor(tree.Windows(u"a.msi"));
+  const auto other = CommandFor(tree.Windows(u"a.msi"));
+  const ScopedRemoveDirectory ownerOfOne = DropFiles(one);
+  { const ScopedRemoveDirectory ownerOfOther = DropFiles(other); }
+  EXPECT_NE(one->GetFullPathToPackage(), other->GetFullPathToPackage());
+  EXPECT_TRUE(std::filesystem::exists(ToLocal(one->GetFullPathToPackage())));
+  EXPECT_FALSE(std::filesystem::exists(ToLocal(ParentOf(other->GetFullPathToPackage()))));
+}
+
+TEST(DropFiles, DirectoryNameBeyond255BesideThePackageFails) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"\u041F\u0430\u043F\u043A\u0430");
+  const std::u16string package = tree.Windows(u"a.msi");
+  const auto command = CommandFor(package);
+  const InstalledTracer tracer;
+  ExpectDropFailure(command);
+  EXPECT_EQ(command->GetFullPathToPackage(), package);
+  ASSERT_FALSE(tracer.Records().empty());
+  EXPECT_EQ(tracer.Records().back().first, 300u);
+  EXPECT_TRUE(
+      tracer.Records().back().second.starts_with("setup\t[correct_setup::detail::DropFiles] "));
+  // The second record ends in the drop directory's path, which is ASCII.
+  const std::string dropped = tracer.Records()[1].second;
+  const std::string directory = dropped.substr(dropped.rfind(" -> ") + 4);
+  ExpectDropDirectory(std::u16string(directory.begin(), directory.end()));
+  EXPECT_FALSE(
+      std::filesystem::exists(ToLocal(std::u16string(directory.begin(), directory.end()))));
+}
+
+// Keeps the path that it is given and refuses it.
+class RefusingCommand final : public ICommandMsi {
+ public:
+  RefusingCommand(const std::u16string& package, std::u16string* refused)
+      : m_package(package), m_refused(refused) {}
+  std::u16string GetMsiCommandLine() const override { return {}; }
+  std::u16string GetFullPathToPackage() const override { return m_package; }
+  void SetFullPathToPackage(const std::u16string& path) override {
+    *m_refused = path;
+    throw std::runtime_error("refused");
+  }
+
+ private:
+  std::u16string m_package;
+  std::u16string* m_refused;
+};
+
+// The directory has gone by the time the failure is traced.
+TEST(DropFiles, DirectoryIsRemovedBeforeTheFailureIsTraced) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  std::u16string refused;
+  const std::unique_ptr<ICommandMsi> command =
+      std::make_unique<RefusingCommand>(tree.Windows(u"a.msi"), &refused);
+  InstalledTracer tracer;
+  std::optional<bool> wasThere;
+  const auto look = [&](char**) {
+    if (!refused.empty()) wasThere = std::filesystem::exists(ToLocal(ParentOf(refused)));
+    return oru::sOk;
+  };
+  tracer->Script(tests::RecordingTracer::Call::kCommit, look, 20);
+  ExpectDropFailure(command);
+  EXPECT_EQ(wasThere, std::optional(false));
+  EXPECT_EQ(tracer.Records().back(),
+            (std::pair<std::uint32_t, std::string>{
+                300, "setup\t[correct_setup::detail::DropFiles] refused"}));
+  ExpectDropDirectory(ParentOf(refused));
+}
+
+}  // namespace

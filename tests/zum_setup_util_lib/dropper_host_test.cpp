@@ -1,0 +1,203 @@
+// Directories that resist their removal, and each call that fails while the package is dropped.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "oru/rtl/exception.h"
+#include "platform/winapi/host/control.h"
+#include "tests/support/allocation_faults.h"
+#include "tests/zum_setup_util_lib/command_line_forms.h"
+#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/zum_setup_util_lib/installed_tracer.h"
+#include "zum_setup_util_lib/drop_files.h"
+#include "zum_setup_util_lib/dropper.h"
+#include "zum_setup_util_lib/temporary_directory.h"
+
+namespace host = winapi::host;
+
+namespace {
+
+using correct_setup::ScopedRemoveDirectory;
+using correct_setup::detail::DropFiles;
+using tests::DirectoryTree;
+using tests::InstalledTracer;
+using tests::ToLocal;
+
+constexpr char kOwnPrefix[] =
+    "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] ";
+
+// On a clock that stands still, so that no delay is waited for.
+class ResistingDirectory : public testing::Test {
+ protected:
+  ResistingDirectory() {
+    host::SetClock(133'000'000'000'000'000);
+    m_tree.MakeDirectory(u"drop/a");
+    m_tree.Write(u"drop/a/held");
+    m_tree.Write(u"drop/free");
+    EXPECT_TRUE(host::LockFile(m_tree.Windows(u"drop/a/held")));
+    m_sleepsBefore = host::Sleeps().size();
+  }
+  ~ResistingDirectory() override { host::SetClock(std::nullopt); }
+
+  void Remove() const { const ScopedRemoveDirectory directory(m_tree.Windows(u"drop")); }
+  [[nodiscard]] std::vector<winapi::Dword> Sleeps() const {
+    return {host::Sleeps().begin() + static_cast<std::ptrdiff_t>(m_sleepsBefore),
+            host::Sleeps().end()};
+  }
+
+  DirectoryTree m_tree;
+  std::size_t m_sleepsBefore = 0;
+};
+
+TEST_F(ResistingDirectory, StaysAfterElevenTriesWithOneLine) {
+  const InstalledTracer tracer;
+  host::StartCallLog();
+  host::ClearCallLog();
+  Remove();
+  EXPECT_EQ(Sleeps(), std::vector<winapi::Dword>(10, 100));
+  std::size_t triesOfTheRoot = 0;
+  for (const auto& call : host::CallsOf("RemoveDirectoryW")) {
+    triesOfTheRoot += call.Argument("path").ends_with("drop") ? 1u : 0u;
+  }
+  EXPECT_EQ(triesOfTheRoot, 11u);
+  EXPECT_TRUE(m_tree.Has(u"drop/a/held"));
+  EXPECT_FALSE(m_tree.Has(u"drop/free"));
+  std::size_t ownLines = 0;
+  for (const auto& [level, text] : tracer.Records()) {
+    if (!text.starts_with(kOwnPrefix)) continue;
+    ++ownLines;
+    EXPECT_EQ(level, 300u);
+  }
+  EXPECT_EQ(ownLines, 1u);
+  EXPECT_TRUE(tracer.Records().back().second.starts_with(kOwnPrefix));
+}
+
+// Each failed try writes two records; the fourth try finds the file free.
+TEST_F(ResistingDirectory, GoesWhenItIsFreeInTime) {
+  InstalledTracer tracer;
+  const auto nothing = [](char**) { return oru::sOk; };
+  tracer->Script(tests::RecordingTracer::Call::kCommit, nothing, 5);
+  tracer->Script(tests::RecordingTracer::Call::kCommit, [this](char**) {
+    EXPECT_TRUE(host::UnlockFile(m_tree.Windows(u"drop/a/held")));
+    return oru::sOk;
+  });
+  Remove();
+  EXPECT_EQ(Sleeps(), std::vector<winapi::Dword>(3, 100));
+  EXPECT_FALSE(m_tree.Has(u"drop"));
+  EXPECT_EQ(tracer.Records().size(), 6u);
+}
+
+TEST_F(ResistingDirectory, DestructorSurvivesWithoutMemory) {
+  for (std::size_t nth = 1; nth <= 40; ++nth) {
+    std::optional<ScopedRemoveDirectory> directory(m_tree.Windows(u"drop"));
+    const tests::ScopedAllocationFault fault(nth, host::Repeat::kForever);
+    directory.reset();
+  }
+  EXPECT_TRUE(m_tree.Has(u"drop/a/held"));
+}
+
+TEST(ScopedRemoveDirectoryOnHost, LinksAreRemovedAndNeverFollowed) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"target");
+  tree.Write(u"target/keep");
+  tree.MakeDirectory(u"drop");
+  std::filesystem::create_directory_symlink(tree.File(u"target"), tree.File(u"drop/link"));
+  { const ScopedRemoveDirectory directory(tree.Windows(u"drop")); }
+  EXPECT_FALSE(tree.Has(u"drop"));
+  EXPECT_TRUE(tree.Has(u"target/keep"));
+}
+
+struct FailedCall {
+  const char* name;
+  const char* operation;
+  winapi::Error error;
+  const char* traced;  // how the traced cause begins
+};
+
+class DropFilesFailures : public testing::TestWithParam<FailedCall> {};
+
+TEST_P(DropFilesFailures, EndInTheOneCodeWithoutADirectory) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  const std::u16string package = tree.Windows(u"a.msi");
+  const auto command = tests::MakeCommand({u"/installmsi", package, u"/q"}).command;
+  const std::u16string temporary = correct_setup::helpers::GetTempDirectory();
+  const InstalledTracer tracer;
+  host::ClearFaults();
+  host::FailCall(GetParam().operation, 1, GetParam().error);
+  try {
+    const ScopedRemoveDirectory directory = DropFiles(command);
+    FAIL() << "it returned";
+  } catch (const oru::CheckResultFailedException& exception) {
+    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), 0xA1780008u);
+    EXPECT_TRUE(exception.Message().view().empty());
+  }
+  EXPECT_EQ(host::InjectedFaultCount(), 1u);
+  EXPECT_TRUE(tests::NamesIn(ToLocal(temporary)).empty());
+  EXPECT_EQ(command->GetFullPathToPackage(), package);
+  const auto [level, text] = tracer.Records().back();
+  EXPECT_EQ(level, 300u);
+  EXPECT_TRUE(text.starts_with(std::string("setup\t[correct_setup::detail::DropFiles] ") +
+                               GetParam().traced))
+      << text;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EachStep, DropFilesFailures,
+    testing::Values(
+        FailedCall{"TemporaryDirectory", "GetTempPathW", 5,
+                   "CheckResultFailedException - 0x80000045 (Access denied). At "
+                   "zum_setup_util_lib/helpers("},
+        FailedCall{
+            "Token", "OpenProcessToken", 5,
+            "ResultCodeException - System error: 0x00000005. Access is denied. Expression: '"},
+        FailedCall{
+            "Directory", "CreateDirectoryW", 5,
+            "ResultCodeException - System error: 0x00000005. Access is denied. Expression: '"},
+        FailedCall{"Copy", "CopyFileW", 112,
+                   "CheckResultFailedException - 0x80000062 (Out of space). At "
+                   "zum_setup_util_lib/filesystem_actions("}),
+    [](const auto& tested) { return tested.param.name; });
+
+// The status of the call is dropped, and the name is made of zeros.
+TEST(DropFilesOnHost, FailedIdentifierIsAllZeros) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  const auto command = tests::MakeCommand({u"/installmsi", tree.Windows(u"a.msi"), u"/q"}).command;
+  host::FailCall("CoCreateGuid", 1, 5);
+  const ScopedRemoveDirectory directory = DropFiles(command);
+  EXPECT_TRUE(command->GetFullPathToPackage().ends_with(
+      u"\\{00000000-0000-0000-0000-000000000000}\\a.msi"));
+}
+
+TEST(DropFilesOnHost, DirectoryIsNamedByTheIdentifiersBytes) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  const auto command = tests::MakeCommand({u"/installmsi", tree.Windows(u"a.msi"), u"/q"}).command;
+  host::SetGuidSource([](winapi::Guid& guid) {
+    guid = {0x1B4E28BA, 0x2FA1, 0x4D3B, {0xA3, 0xF5, 0x5E, 0xF8, 0xD0, 0x6B, 0x9E, 0x10}};
+    return 0;
+  });
+  const ScopedRemoveDirectory directory = DropFiles(command);
+  host::SetGuidSource(nullptr);
+  EXPECT_TRUE(command->GetFullPathToPackage().ends_with(
+      u"\\{BA284E1B-A12F-3B4D-A3F5-5EF8D06B9E10}\\a.msi"));
+  EXPECT_TRUE(host::DescriptorOf(correct_setup::helpers::GetTempDirectory() +
+                                 u"{BA284E1B-A12F-3B4D-A3F5-5EF8D06B9E10}")
+                  .has_value());
+}
+
+TEST(DropFilesOnHost, NothingStaysOpen) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  const auto command = tests::MakeCommand({u"/installmsi", tree.Windows(u"a.msi"), u"/q"}).command;
+  const std::size_t handles = host::Live().handles;
+  { const ScopedRemoveDirectory directory = DropFiles(command); }
+  EXPECT_EQ(host::Live().handles, handles);
+}
+
+}  // namespace

@@ -1,0 +1,248 @@
+#include "zum_setup_util_lib/filesystem_actions.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <set>
+#include <string>
+
+#include "oru/rtl/exception.h"
+#include "platform/util/windows/system_error.h"
+#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/zum_setup_util_lib/installed_tracer.h"
+
+namespace actions = correct_setup::FileSystemActions;
+
+namespace {
+
+using tests::DirectoryTree;
+using tests::InstalledTracer;
+
+constexpr std::uint32_t kInvalidArgument = 0x80000046;
+constexpr std::uint32_t kFileNotFound = 0x80010102;
+constexpr std::uint32_t kPathNotFound = 0x80010103;
+constexpr std::uint32_t kAlreadyExists = 0x80010105;
+constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
+
+// Expects this very failure, with no message unless one is named.
+void ExpectFailure(std::uint32_t code, const std::function<void()>& action,
+                   std::u16string_view message = {}) {
+  try {
+    action();
+    FAIL() << "it returned";
+  } catch (const oru::CheckResultFailedException& exception) {
+    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), code);
+    EXPECT_EQ(exception.Message().view(), message);
+    EXPECT_STREQ(exception.File(), kSourceFile);
+    EXPECT_GT(exception.Line(), 0u);
+  }
+}
+
+std::string Narrow(const std::u16string& text) { return {text.begin(), text.end()}; }
+
+TEST(CopyFileT, Copies) {
+  const InstalledTracer tracer;
+  const DirectoryTree tree;
+  const std::string content("a\r\n\0\x1A\xFF", 6);
+  tree.Write(u"a.msi", content);
+  actions::CopyFileT(tree.Windows(u"a.msi"), tree.Windows(u"b.msi"));
+  EXPECT_EQ(tree.Read(u"b.msi"), content);
+  EXPECT_EQ(tree.Read(u"a.msi"), content);
+  EXPECT_EQ(tracer.Records(),
+            (tests::TraceRecords{
+                {700, "setup\t[correct_setup::FileSystemActions::CopyFileT] " +
+                          Narrow(tree.Windows(u"a.msi") + u" -> " + tree.Windows(u"b.msi"))}}));
+}
+
+TEST(CopyFileT, OverwritesAFileThatIsThere) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi", "new");
+  tree.Write(u"b.msi", "something longer");
+  actions::CopyFileT(tree.Windows(u"a.msi"), tree.Windows(u"b.msi"));
+  EXPECT_EQ(tree.Read(u"b.msi"), "new");
+}
+
+TEST(CopyFileT, MissingSourceFails) {
+  const DirectoryTree tree;
+  ExpectFailure(kFileNotFound,
+                [&] { actions::CopyFileT(tree.Windows(u"missing"), tree.Windows(u"b.msi")); });
+  EXPECT_FALSE(tree.Has(u"b.msi"));
+}
+
+TEST(CopyFileT, MissingTargetDirectoryFails) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  ExpectFailure(kPathNotFound, [&] {
+    actions::CopyFileT(tree.Windows(u"a.msi"), tree.Windows(u"missing/b.msi"));
+  });
+}
+
+TEST(CreateDirectoryT, MakesOneDirectory) {
+  const InstalledTracer tracer;
+  const DirectoryTree tree;
+  actions::CreateDirectoryT(tree.Windows(u"new"));
+  EXPECT_TRUE(std::filesystem::is_directory(tree.File(u"new")));
+  EXPECT_EQ(tracer.Records(),
+            (tests::TraceRecords{
+                {700, "setup\t[correct_setup::FileSystemActions::CreateDirectoryT] dir = " +
+                          Narrow(tree.Windows(u"new"))}}));
+}
+
+TEST(CreateDirectoryT, ExistingDirectoryFails) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"old");
+  ExpectFailure(kAlreadyExists, [&] { actions::CreateDirectoryT(tree.Windows(u"old")); });
+}
+
+TEST(CreateDirectoryT, ExistingFileFails) {
+  const DirectoryTree tree;
+  tree.Write(u"old", "content");
+  ExpectFailure(kAlreadyExists, [&] { actions::CreateDirectoryT(tree.Windows(u"old")); });
+  EXPECT_EQ(tree.Read(u"old"), "content");
+}
+
+TEST(CreateDirectoryT, MakesNoParents) {
+  const DirectoryTree tree;
+  ExpectFailure(kPathNotFound, [&] { actions::CreateDirectoryT(tree.Windows(u"a/b")); });
+  EXPECT_FALSE(tree.Has(u"a"));
+}
+
+TEST(ExistsT, FilesAndDirectoriesCount) {
+  const DirectoryTree tree;
+  tree.Write(u"file");
+  tree.MakeDirectory(u"directory");
+  EXPECT_TRUE(actions::ExistsT(tree.Windows(u"file")));
+  EXPECT_TRUE(actions::ExistsT(tree.Windows(u"directory")));
+}
+
+TEST(ExistsT, MissingFileIsFalse) {
+  const DirectoryTree tree;
+  EXPECT_FALSE(actions::ExistsT(tree.Windows(u"missing")));
+}
+
+TEST(ExistsT, MissingPathIsFalse) {
+  const DirectoryTree tree;
+  EXPECT_FALSE(actions::ExistsT(tree.Windows(u"missing/missing")));
+}
+
+TEST(IsDirectoryT, TellsFilesFromDirectories) {
+  const DirectoryTree tree;
+  tree.Write(u"file");
+  tree.MakeDirectory(u"directory");
+  EXPECT_FALSE(actions::IsDirectoryT(tree.Windows(u"file")));
+  EXPECT_TRUE(actions::IsDirectoryT(tree.Windows(u"directory")));
+}
+
+TEST(IsDirectoryT, MissingFails) {
+  const DirectoryTree tree;
+  ExpectFailure(kFileNotFound, [&] { (void)actions::IsDirectoryT(tree.Windows(u"missing")); });
+  ExpectFailure(kPathNotFound, [&] { (void)actions::IsDirectoryT(tree.Windows(u"missing/x")); });
+}
+
+TEST(CopyDirectoryT, CopiesATree) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"from/a/b");
+  tree.MakeDirectory(u"from/empty");
+  tree.Write(u"from/1.txt", "one");
+  tree.Write(u"from/a/2.txt", "two");
+  tree.Write(u"from/a/b/3.txt", "three");
+  actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to"));
+  EXPECT_EQ(tree.Names(u"to"), (std::set<std::u16string>{u"1.txt", u"a", u"empty"}));
+  EXPECT_EQ(tree.Names(u"to/a"), (std::set<std::u16string>{u"2.txt", u"b"}));
+  EXPECT_TRUE(tree.Names(u"to/empty").empty());
+  EXPECT_EQ(tree.Read(u"to/1.txt"), "one");
+  EXPECT_EQ(tree.Read(u"to/a/2.txt"), "two");
+  EXPECT_EQ(tree.Read(u"to/a/b/3.txt"), "three");
+  EXPECT_TRUE(tree.Has(u"from/a/b/3.txt"));
+}
+
+TEST(CopyDirectoryT, EmptySourceMakesAnEmptyDirectory) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"from");
+  actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to"));
+  EXPECT_TRUE(std::filesystem::is_directory(tree.File(u"to")));
+  EXPECT_TRUE(tree.Names(u"to").empty());
+}
+
+TEST(CopyDirectoryT, FileAsSourceFails) {
+  const DirectoryTree tree;
+  tree.Write(u"from");
+  ExpectFailure(
+      kInvalidArgument,
+      [&] { actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to")); },
+      u"arg 'from' not directory");
+  EXPECT_FALSE(tree.Has(u"to"));
+}
+
+TEST(CopyDirectoryT, MissingSourceFails) {
+  const DirectoryTree tree;
+  ExpectFailure(
+      kInvalidArgument,
+      [&] { actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to")); },
+      u"arg 'from' not directory");
+  EXPECT_FALSE(tree.Has(u"to"));
+}
+
+TEST(CopyDirectoryT, ExistingTargetFails) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"from");
+  tree.Write(u"from/a");
+  tree.MakeDirectory(u"to");
+  ExpectFailure(kAlreadyExists,
+                [&] { actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to")); });
+  EXPECT_TRUE(tree.Names(u"to").empty());
+}
+
+TEST(CreateSecureDirectory, MakesADirectoryOfTheProcess) {
+  const InstalledTracer tracer;
+  const DirectoryTree tree;
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  ASSERT_TRUE(std::filesystem::is_directory(tree.File(u"drop")));
+  tree.Write(u"drop/a", "mine");
+  EXPECT_EQ(tree.Read(u"drop/a"), "mine");
+  EXPECT_EQ(tracer.Records(),
+            (tests::TraceRecords{
+                {700, "setup\t[correct_setup::FileSystemActions::CreateSecureDirectory] dir = " +
+                          Narrow(tree.Windows(u"drop"))}}));
+}
+
+TEST(CreateSecureDirectory, EmptyPathFails) {
+  const InstalledTracer tracer;
+  ExpectFailure(
+      kInvalidArgument, [] { actions::CreateSecureDirectory(u""); }, u"directory path is empty");
+  EXPECT_EQ(tracer.Records(),
+            (tests::TraceRecords{
+                {700, "setup\t[correct_setup::FileSystemActions::CreateSecureDirectory] dir = "}}));
+}
+
+void ExpectCreationFailure(const std::u16string& path, std::uint32_t error, std::uint32_t code) {
+  try {
+    actions::CreateSecureDirectory(path);
+    FAIL() << "it returned";
+  } catch (const windows_helpers::WindowsErrorException& exception) {
+    EXPECT_EQ(exception.systemError, error);
+    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), code);
+    EXPECT_TRUE(exception.Message().view().ends_with(
+        u". Expression: 'CreateDirectoryW(directory.c_str(), &securityAttributes)'"))
+        << Narrow(std::u16string(exception.Message().view()));
+    EXPECT_STREQ(exception.File(), kSourceFile);
+    EXPECT_GT(exception.Line(), 0u);
+  }
+}
+
+TEST(CreateSecureDirectory, NeverAdoptsADirectory) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"drop");
+  tree.Write(u"drop/a");
+  ExpectCreationFailure(tree.Windows(u"drop"), 183, kAlreadyExists);
+  EXPECT_TRUE(tree.Has(u"drop/a"));
+}
+
+TEST(CreateSecureDirectory, MakesNoParents) {
+  const DirectoryTree tree;
+  ExpectCreationFailure(tree.Windows(u"a/b"), 3, kPathNotFound);
+  EXPECT_FALSE(tree.Has(u"a"));
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+// The stage on the machine's own registry, and a list that the system itself has written.
+#include "zum_setup_util_lib/pending_operations.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/util/windows/registry_multi_string.h"
+#include "platform/winapi/winapi/modules.h"
+#include "platform/winapi/winapi/registry.h"
+#include "tests/support/test_registry.h"
+#include "tests/zum_setup_util_lib/installed_tracer.h"
+
+using correct_setup::detail::RewritePendingList;
+using correct_setup::detail::TryCorrectPendingOperations;
+using tests::InstalledTracer;
+
+namespace {
+
+using List = std::vector<std::u16string>;
+
+constexpr char16_t kValue[] = u"PendingFileRenameOperations";
+
+// A fresh machine has no control set 001, Wine no transacted open either.
+TEST(PendingOperations, MissingKeyEndsTheStageSilently) {
+  ASSERT_FALSE(tests::KeyExists(u"SYSTEM\\ControlSet001\\Control\\Session Manager"));
+  const InstalledTracer tracer;
+  TryCorrectPendingOperations();
+  EXPECT_EQ(tracer.Records(),
+            (tests::TraceRecords{
+                {700, "setup\t[correct_setup::detail::TryCorrectPendingOperations]  begin"},
+                {700, "setup\t[correct_setup::detail::CorrectPendingOperations]  begin"},
+                {700, "setup\t[correct_setup::detail::CorrectPendingOperations]  end"},
+                {700, "setup\t[correct_setup::detail::TryCorrectPendingOperations]  end"}}));
+}
+
+// Five requests of MoveFileExW: a deletion, a rename, a replacing rename to the same target, a
+// plain one to it, and a deletion.
+const char16_t kWrittenBySystem[] =
+    u"\\??\\C:\\zum pending\\a\0\0"
+    u"\\??\\C:\\zum pending\\a\0\\??\\C:\\zum pending\\b\0"
+    u"\\??\\C:\\zum pending\\c\0!\\??\\C:\\zum pending\\b\0"
+    u"\\??\\C:\\zum pending\\d\0\\??\\C:\\zum pending\\b\0"
+    u"\\??\\C:\\zum pending\\e\0\0";  // and the literal's own zero
+
+std::vector<std::uint8_t> SystemBytes() {
+  return tests::Utf16Bytes(std::u16string_view(kWrittenBySystem, std::size(kWrittenBySystem)), 0);
+}
+
+List ListOf(const std::vector<std::uint8_t>& bytes) {
+  std::u16string text(bytes.size() / 2, u'\0');
+  std::memcpy(text.data(), bytes.data(), text.size() * 2);
+  return windows_helpers::ParseMultiString(text.data(), text.data() + text.size());
+}
+
+TEST(PendingOperations, ListOfTheSystemIsRewritten) {
+  const std::u16string folder = u"\\??\\C:\\zum pending\\";
+  const List list = ListOf(SystemBytes());
+  EXPECT_EQ(list, (List{folder + u"a", u"", folder + u"a", folder + u"b", folder + u"c",
+                        u"!" + folder + u"b", folder + u"d", folder + u"b", folder + u"e"}))
+      << "without the last empty string, whose zero is taken for the end mark's";
+  const List once = RewritePendingList(list);
+  EXPECT_EQ(once, (List{folder + u"a", u"", folder + u"b", u"", folder + u"a", folder + u"b",
+                        folder + u"c", u"!" + folder + u"b", folder + u"d", folder + u"b",
+                        folder + u"e"}));
+  EXPECT_EQ(RewritePendingList(once), once);
+}
+
+#ifdef _WIN32
+
+constexpr char16_t kSessionManager[] = u"SYSTEM\\CurrentControlSet\\Control\\Session Manager";
+
+// The value as it was before comes back: what stands in it is done at the system's next start.
+class ScopedPendingList {
+ public:
+  ScopedPendingList() : m_before(tests::GetValue(kSessionManager, kValue)) { Delete(); }
+  ScopedPendingList(const ScopedPendingList&) = delete;
+  ScopedPendingList& operator=(const ScopedPendingList&) = delete;
+  ~ScopedPendingList() {
+    Delete();
+    if (m_before) tests::SetValue(kSessionManager, *m_before);
+  }
+
+ private:
+  static void Delete() {
+    winapi::Key key = nullptr;
+    if (winapi::RegOpenKeyExW(winapi::HkeyLocalMachine(), kSessionManager, 0, 0x2011F, &key) != 0) {
+      return;
+    }
+    (void)winapi::RegDeleteValueW(key, kValue);
+    (void)winapi::RegCloseKey(key);
+  }
+  std::optional<tests::Value> m_before;
+};
+
+using MoveFileExWFunction = winapi::Bool(WINAPI_STDCALL*)(const char16_t*, const char16_t*,
+                                                          winapi::Dword);
+
+TEST(PendingOperations, SystemWritesTheListLikeThat) {
+  const auto move = reinterpret_cast<MoveFileExWFunction>(
+      winapi::GetProcAddress(winapi::GetModuleHandleW(u"kernel32.dll"), "MoveFileExW"));
+  ASSERT_NE(move, nullptr);
+  constexpr winapi::Dword kReplaceExisting = 1;
+  constexpr winapi::Dword kDelayUntilReboot = 4;
+  const ScopedPendingList cleanUp;
+  const char16_t* const b = u"C:\\zum pending\\b";
+  ASSERT_NE(move(u"C:\\zum pending\\a", nullptr, kDelayUntilReboot), 0);
+  ASSERT_NE(move(u"C:\\zum pending\\a", b, kDelayUntilReboot), 0);
+  ASSERT_NE(move(u"C:\\zum pending\\c", b, kDelayUntilReboot | kReplaceExisting), 0);
+  ASSERT_NE(move(u"C:\\zum pending\\d", b, kDelayUntilReboot), 0);
+  ASSERT_NE(move(u"C:\\zum pending\\e", nullptr, kDelayUntilReboot), 0);
+  const std::optional<tests::Value> value = tests::GetValue(kSessionManager, kValue);
+  ASSERT_TRUE(value.has_value());
+  EXPECT_EQ(value->type, 7u);
+  EXPECT_EQ(value->data, SystemBytes());
+}
+
+#endif
+
+}  // namespace

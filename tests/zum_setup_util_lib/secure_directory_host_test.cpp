@@ -1,0 +1,268 @@
+// The drop directory's security descriptor byte for byte, and each call that can fail on the way.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "oru/rtl/exception.h"
+#include "platform/util/windows/system_error.h"
+#include "platform/winapi/host/control.h"
+#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "zum_setup_util_lib/filesystem_actions.h"
+
+namespace actions = correct_setup::FileSystemActions;
+namespace host = winapi::host;
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using tests::DirectoryTree;
+
+// S-1-5-21-1-2-3-1001 at the medium level, S-1-16-8192.
+const Bytes kUser = {1, 5, 0, 0, 0, 0, 0, 5, 21, 0, 0,    0, 1, 0,
+                     0, 0, 2, 0, 0, 0, 3, 0, 0,  0, 0xE9, 3, 0, 0};
+const Bytes kLabel = {1, 1, 0, 0, 0, 0, 0, 16, 0, 0x20, 0, 0};
+
+// 32, 12 for the system and 28 for the user make 72; what the two entries leave is zero.
+const Bytes kDacl = {2, 0, 72, 0, 2, 0, 0, 0,                    // revision, size, entries
+                     0, 0, 20, 0, 0, 0, 0, 0x10,                 // allowed, no flags, all
+                     1, 1, 0,  0, 0, 0, 0, 5,    18,   0, 0, 0,  // S-1-5-18
+                     0, 0, 36, 0, 0, 0, 0, 0x10,                 // the same for the user
+                     1, 5, 0,  0, 0, 0, 0, 5,    21,   0, 0, 0, 1, 0, 0, 0,  //
+                     2, 0, 0,  0, 3, 0, 0, 0,    0xE9, 3, 0, 0,              //
+                     0, 0, 0,  0, 0, 0, 0, 0};
+const Bytes kSacl = {2,    0, 28, 0, 1, 0, 0, 0,  //
+                     0x11, 0, 20, 0, 3, 0, 0, 0,  // label, no flags, no write or read up
+                     1,    1, 0,  0, 0, 0, 0, 16, 0, 0x20, 0, 0};
+
+constexpr std::uint16_t kDaclPresent = 0x4;
+constexpr std::uint16_t kSaclPresent = 0x10;
+
+void SetToken(bool withLabel) {
+  host::SetToken({kUser, withLabel ? std::optional(kLabel) : std::nullopt});
+}
+
+TEST(SecureDirectory, DescriptorWithALabel) {
+  const DirectoryTree tree;
+  SetToken(true);
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  const auto descriptor = host::DescriptorOf(tree.Windows(u"drop"));
+  ASSERT_TRUE(descriptor.has_value());
+  EXPECT_EQ(descriptor->control, kDaclPresent | kSaclPresent);
+  EXPECT_EQ(descriptor->owner, std::nullopt);
+  EXPECT_EQ(descriptor->group, std::nullopt);
+  EXPECT_EQ(descriptor->dacl, kDacl);
+  EXPECT_EQ(descriptor->sacl, kSacl);
+}
+
+TEST(SecureDirectory, DescriptorWithoutALabel) {
+  const DirectoryTree tree;
+  SetToken(false);
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  const auto descriptor = host::DescriptorOf(tree.Windows(u"drop"));
+  ASSERT_TRUE(descriptor.has_value());
+  EXPECT_EQ(descriptor->control, kDaclPresent);
+  EXPECT_EQ(descriptor->owner, std::nullopt);
+  EXPECT_EQ(descriptor->group, std::nullopt);
+  EXPECT_EQ(descriptor->dacl, kDacl);
+  EXPECT_EQ(descriptor->sacl, std::nullopt);
+}
+
+// A longest identifier makes the largest list: 32, 12 and 68.
+TEST(SecureDirectory, ListIsAsLargeAsTheUsersIdentifierAsksFor) {
+  const DirectoryTree tree;
+  host::SetToken({host::MakeSid(5, std::vector<winapi::Dword>(15, 7)), std::nullopt});
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  const auto descriptor = host::DescriptorOf(tree.Windows(u"drop"));
+  ASSERT_TRUE(descriptor.has_value() && descriptor->dacl.has_value());
+  EXPECT_EQ(descriptor->dacl->size(), 112u);
+}
+
+TEST(SecureDirectory, NobodyElseMayEnterOnTheHost) {
+  const DirectoryTree tree;
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  struct stat status = {};
+  ASSERT_EQ(::stat(tree.File(u"drop").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0700u);
+}
+
+TEST(SecureDirectory, ExistingDirectoryKeepsItsDescriptor) {
+  const DirectoryTree tree;
+  SetToken(false);
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  SetToken(true);
+  EXPECT_THROW(actions::CreateSecureDirectory(tree.Windows(u"drop")),
+               windows_helpers::WindowsErrorException);
+  const auto descriptor = host::DescriptorOf(tree.Windows(u"drop"));
+  ASSERT_TRUE(descriptor.has_value());
+  EXPECT_EQ(descriptor->sacl, std::nullopt);
+}
+
+TEST(SecureDirectory, PlainDirectoriesHaveNoDescriptor) {
+  const DirectoryTree tree;
+  actions::CreateDirectoryT(tree.Windows(u"plain"));
+  EXPECT_EQ(host::DescriptorOf(tree.Windows(u"plain")), std::nullopt);
+}
+
+// The calls in their order, each with what the contract names of it.
+TEST(SecureDirectory, CallsStandInOrder) {
+  const DirectoryTree tree;
+  SetToken(true);
+  host::StartCallLog();
+  host::ClearCallLog();
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  std::vector<std::string> calls;
+  for (const host::CallRecord& call : host::CallLog()) {
+    // The first trace statement makes the process's tracer.
+    if (call.operation.find("Heap") != std::string::npos) continue;
+    if (call.operation == "GetLengthSid" || call.operation.ends_with("LastError")) continue;
+    calls.push_back(call.operation);
+  }
+  EXPECT_EQ(calls,
+            (std::vector<std::string>{
+                "GetCurrentProcess", "OpenProcessToken", "GetTokenInformation",
+                "GetTokenInformation", "GetTokenInformation", "GetTokenInformation",
+                "CreateWellKnownSid", "InitializeAcl", "AddAccessAllowedAce", "AddAccessAllowedAce",
+                "GetModuleHandleA", "GetProcAddress", "InitializeAcl", "AddMandatoryAce",
+                "InitializeSecurityDescriptor", "SetSecurityDescriptorDacl",
+                "SetSecurityDescriptorSacl", "CreateDirectoryW", "CloseHandle"}));
+  EXPECT_EQ(host::CallsOf("OpenProcessToken")[0].Argument("access"), "0x8");
+  EXPECT_EQ(host::CallsOf("GetModuleHandleA")[0].Argument("name"), "advapi32");
+}
+
+TEST(SecureDirectory, EmptyPathFailsBeforeAnyTokenIsOpened) {
+  host::StartCallLog();
+  host::ClearCallLog();
+  EXPECT_THROW(actions::CreateSecureDirectory(u""), oru::CheckResultFailedException);
+  EXPECT_TRUE(host::CallsOf("OpenProcessToken").empty());
+}
+
+struct FailedCall {
+  const char* name;
+  const char* operation;
+  std::size_t nth;
+  std::u16string expression;
+};
+
+class SecureDirectoryFailures : public testing::TestWithParam<FailedCall> {};
+
+TEST_P(SecureDirectoryFailures, NameTheirExpression) {
+  const DirectoryTree tree;
+  SetToken(true);
+  const std::size_t handles = host::Live().handles;
+  host::ClearFaults();
+  host::FailCall(GetParam().operation, GetParam().nth, 1450);
+  try {
+    actions::CreateSecureDirectory(tree.Windows(u"drop"));
+    FAIL() << "it returned";
+  } catch (const windows_helpers::WindowsErrorException& exception) {
+    EXPECT_EQ(exception.systemError, 1450u);
+    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), 0x8000006Cu);
+    EXPECT_STREQ(exception.File(), "zum_setup_util_lib/filesystem_actions");
+    EXPECT_GT(exception.Line(), 0u);
+    const std::u16string_view message = exception.Message().view();
+    EXPECT_TRUE(message.starts_with(u"System error: 0x000005aa. "));
+    EXPECT_TRUE(message.ends_with(u". Expression: '" + GetParam().expression + u"'"))
+        << std::string(message.begin(), message.end());
+  }
+  EXPECT_FALSE(tree.Has(u"drop"));
+  EXPECT_EQ(host::Live().handles, handles);
+  EXPECT_EQ(host::InjectedFaultCount(), 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EachCall, SecureDirectoryFailures,
+    testing::Values(
+        FailedCall{"OpenProcessToken", "OpenProcessToken", 1,
+                   u"OpenProcessToken(GetCurrentProcess(), (0x0008), &nativeProcessToken)"},
+        FailedCall{"UserSize", "GetTokenInformation", 1, u"processUserSidSize"},
+        FailedCall{"User", "GetTokenInformation", 2,
+                   u"GetTokenInformation( processToken, TokenUser, processUserSidBuffer.data(), "
+                   u"processUserSidSize, &processUserSidSize)"},
+        FailedCall{"Label", "GetTokenInformation", 4,
+                   u"GetTokenInformation( processToken, TokenIntegrityLevel, "
+                   u"processTokenMandatoryLabelBuffer.data(), processTokenMandatoryLabelSize, "
+                   u"&processTokenMandatoryLabelSize)"},
+        FailedCall{"SystemSid", "CreateWellKnownSid", 1,
+                   u"CreateWellKnownSid(WinLocalSystemSid, nullptr, &systemSid, "
+                   u"&usedBytesForSystemSid)"},
+        FailedCall{"Dacl", "InitializeAcl", 1, u"InitializeAcl(dacl, daclSize, (2))"},
+        FailedCall{"SystemEntry", "AddAccessAllowedAce", 1,
+                   u"AddAccessAllowedAce(dacl, (2), (0x10000000L), &systemSid)"},
+        FailedCall{"UserEntry", "AddAccessAllowedAce", 2,
+                   u"AddAccessAllowedAce(dacl, (2), (0x10000000L), tokenUser->User.Sid)"},
+        FailedCall{"Lookup", "GetProcAddress", 1, u"fnAddMandatoryAce"},
+        FailedCall{"Sacl", "InitializeAcl", 2, u"InitializeAcl(sacl, saclSize, (2))"},
+        FailedCall{"LabelEntry", "AddMandatoryAce", 1,
+                   u"fnAddMandatoryAce( sacl, (2), 0, 0x1 | 0x2, tokenMandatoryLabel->Label.Sid)"},
+        FailedCall{"Descriptor", "InitializeSecurityDescriptor", 1,
+                   u"InitializeSecurityDescriptor(&securityDescriptor, (1))"},
+        FailedCall{"SetDacl", "SetSecurityDescriptorDacl", 1,
+                   u"SetSecurityDescriptorDacl(&securityDescriptor, 1, dacl, 0)"},
+        FailedCall{"SetSacl", "SetSecurityDescriptorSacl", 1,
+                   u"SetSecurityDescriptorSacl(&securityDescriptor, 1, sacl, 0)"},
+        FailedCall{"CreateDirectory", "CreateDirectoryW", 1,
+                   u"CreateDirectoryW(directory.c_str(), &securityAttributes)"}),
+    [](const auto& tested) { return tested.param.name; });
+
+void ExpectNoLabelFunction(std::uint32_t error) {
+  const DirectoryTree tree;
+  SetToken(true);
+  try {
+    actions::CreateSecureDirectory(tree.Windows(u"drop"));
+    FAIL() << "it returned";
+  } catch (const windows_helpers::WindowsErrorException& exception) {
+    EXPECT_EQ(exception.systemError, error);
+    EXPECT_TRUE(exception.Message().view().ends_with(u"Expression: 'fnAddMandatoryAce'"));
+  }
+  EXPECT_FALSE(tree.Has(u"drop"));
+}
+
+TEST(SecureDirectory, LabelOnASystemWithoutLabelsFails) {
+  host::HideProcedure("AddMandatoryAce");
+  ExpectNoLabelFunction(127);
+  host::ShowAll();
+}
+
+TEST(SecureDirectory, LabelWithoutTheModuleFails) {
+  host::HideModule("advapi32.dll");
+  const DirectoryTree tree;
+  SetToken(true);
+  EXPECT_THROW(actions::CreateSecureDirectory(tree.Windows(u"drop")),
+               windows_helpers::WindowsErrorException);
+  host::ShowAll();
+  EXPECT_FALSE(tree.Has(u"drop"));
+}
+
+TEST(SecureDirectory, NoLabelNeedsNoFunction) {
+  const DirectoryTree tree;
+  SetToken(false);
+  host::HideProcedure("AddMandatoryAce");
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  host::ShowAll();
+  EXPECT_TRUE(tree.Has(u"drop"));
+}
+
+// The size's own call may fail: what counts is the size.
+TEST(SecureDirectory, FailedQuestionForTheLabelMeansNoLabel) {
+  const DirectoryTree tree;
+  SetToken(true);
+  host::FailCall("GetTokenInformation", 3, 5);
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  host::ClearFaults();
+  const auto descriptor = host::DescriptorOf(tree.Windows(u"drop"));
+  ASSERT_TRUE(descriptor.has_value());
+  EXPECT_EQ(descriptor->control, kDaclPresent);
+}
+
+TEST(SecureDirectory, TokenIsClosedOnSuccess) {
+  const DirectoryTree tree;
+  const std::size_t handles = host::Live().handles;
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  EXPECT_EQ(host::Live().handles, handles);
+}
+
+}  // namespace

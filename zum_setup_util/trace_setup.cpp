@@ -1,0 +1,42 @@
+#include "zum_setup_util/trace_setup.h"
+
+#include <string>
+#include <string_view>
+
+#include "oru/rtl/trace.h"
+#include "platform/util/text_utils.h"
+#include "platform/winapi/winapi/process.h"
+#include "standalone_tracer_lib/tracers.h"
+#include "zum_setup_util_lib/sensitive_data.h"
+
+namespace zum_setup_util {
+namespace {
+
+void InstallTracer(const std::u16string& directory, const ArgumentList& args) {
+  const standalone::trace::TraceSettings settings{/*enabled=*/true, oru::kTraceLevelInfo};
+  // The directory is an argument, so there is one here and the word is "all".
+  const char16_t* const component = args.empty() ? u"srv" : u"all";
+  const oru::String16 suffix(component);
+  const oru::String8 commandLine = GetMaskedCommandLine();
+  const oru::String16 path =
+      standalone::trace::MakeTraceFilePath(oru::String16(std::u16string_view(directory)), suffix);
+  standalone::trace::TracerHolder::Instance().Install(
+      standalone::trace::CreateFileTracer(path, commandLine.c_str(), settings));
+}
+
+}  // namespace
+
+void SetUpTracing(const ArgumentList& args) {
+  const std::u16string directory = FindOptionValue(args, kTraceOutputKey);
+  if (!directory.empty()) InstallTracer(directory, args);
+}
+
+oru::String8 GetMaskedCommandLine() {
+  const std::u16string masked =
+      correct_setup::helpers::HideSensitiveData(winapi::GetCommandLineW());
+  oru::String8 text("Command line: ");
+  text.append(text_utils::Utf16ToUtf8(masked).view());
+  return text;
+}
+
+}  // namespace zum_setup_util

@@ -1,0 +1,21 @@
+// The pipeline's step that moves the command onto a private copy of its package.
+#ifndef ZUM_SETUP_UTIL_LIB_DROP_FILES_H_
+#define ZUM_SETUP_UTIL_LIB_DROP_FILES_H_
+
+#include <memory>
+
+#include "zum_setup_util_lib/command_msi.h"
+#include "zum_setup_util_lib/dropper.h"
+
+namespace correct_setup::detail {
+
+// Copies the package into a new secure directory below the temporary one, makes the copy the
+// command's package, and gives the directory's owner. A package that doesn't exist leaves the
+// directory empty: the stage that opens the copy next is the one that fails. Throws
+// oru::CheckResultFailedException with rcDropFilesFailed; the directory is gone by then and the
+// command keeps its path.
+[[nodiscard]] ScopedRemoveDirectory DropFiles(const std::unique_ptr<ICommandMsi>& command);
+
+}  // namespace correct_setup::detail
+
+#endif  // ZUM_SETUP_UTIL_LIB_DROP_FILES_H_

@@ -1,0 +1,84 @@
+#include "zum_setup_util_lib/dropper.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <exception>
+#include <memory>
+
+#include "oru/rtl/exception.h"
+#include "oru/rtl/trace.h"
+#include "platform/util/windows/filesystem/file_operations.h"
+#include "platform/util/windows/filesystem/path.h"
+#include "platform/util/windows/filesystem/path_mask.h"
+#include "zum_setup_util_lib/filesystem_actions.h"
+#include "zum_setup_util_lib/filesystem_iterator.h"
+#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/trace_list.h"
+
+namespace correct_setup {
+namespace {
+
+namespace filesystem = product_platform::filesystem;
+
+constexpr char kSourceFile[] = "zum_setup_util_lib/dropper";
+
+constexpr std::uint16_t kRepeatCount = 10;
+constexpr helpers::Milliseconds kDelay{100};
+
+bool IsWanted(const FilesystemObject& object, const std::vector<FilesystemObject>& wanted) {
+  return std::any_of(wanted.begin(), wanted.end(), [&](const FilesystemObject& entry) {
+    return entry.m_type == object.m_type && filesystem::MatchPathMask(object.m_name, entry.m_name);
+  });
+}
+
+void RemoveDirectoryOrThrow(const std::u16string& path) {
+  const oru::ResultCode rc = filesystem::RemoveDirectoryRecursive(path);
+  if (ORU_FAILED(rc)) throw oru::CheckResultFailedException(kSourceFile, __LINE__, rc);
+}
+
+}  // namespace
+
+ScopedRemoveDirectory::~ScopedRemoveDirectory() {
+  if (m_path.empty()) return;
+  try {
+    helpers::TryExecuteWithRepeat([path = m_path] { RemoveDirectoryOrThrow(path); }, kRepeatCount,
+                                  kDelay);
+  } catch (const std::exception&) {
+    (void)helpers::TraceCaughtException(
+        "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] ");
+  }
+}
+
+void CopyFilesystemObjects(const std::u16string& from, const std::u16string& to,
+                           const std::vector<FilesystemObject>& objects) {
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::CopyFilesystemObjects] "
+                                      << "objects = " << TraceList{objects});
+  const std::shared_ptr<IFilesystemIterator> found = CreateFilesystemIterator(from);
+  while (found->MoveNext()) {
+    const FilesystemObject object = found->GetCurrentObject();
+    if (!IsWanted(object, objects)) continue;
+    const std::u16string source = filesystem::JoinPath(from, object.m_name);
+    const std::u16string target = filesystem::JoinPath(to, object.m_name);
+    if (object.m_type == FilesystemObjectType::File) {
+      FileSystemActions::CopyFileT(source, target);
+    } else {
+      FileSystemActions::CopyDirectoryT(source, target);
+    }
+  }
+}
+
+ScopedRemoveDirectory DropFilesystemObjects(const std::u16string& from, const std::u16string& to,
+                                            const std::vector<FilesystemObject>& objects) {
+  oru::TraceScope scope;
+  ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo, u"setup\t[correct_setup::DropFilesystemObjects] ");
+  ORU_TRACE(oru::kTraceLevelInfo,
+            "setup\t[correct_setup::DropFilesystemObjects] " << from << " -> " << to);
+  FileSystemActions::CreateSecureDirectory(to);
+  ScopedRemoveDirectory directory(to);
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::DropFilesystemObjects] "
+                                      << "copy input objects");
+  CopyFilesystemObjects(from, to, objects);
+  return directory;
+}
+
+}  // namespace correct_setup

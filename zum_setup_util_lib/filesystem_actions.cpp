@@ -1,0 +1,88 @@
+#include "zum_setup_util_lib/filesystem_actions.h"
+
+#include <cstdint>
+#include <memory>
+
+#include "oru/rtl/error_mapping.h"
+#include "oru/rtl/exception.h"
+#include "oru/rtl/trace.h"
+#include "platform/util/windows/filesystem/file_operations.h"
+#include "platform/util/windows/filesystem/find_context.h"
+#include "platform/util/windows/filesystem/path.h"
+#include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/files.h"
+#include "zum_setup_util_lib/filesystem_iterator.h"
+
+namespace correct_setup::FileSystemActions {
+namespace {
+
+using product_platform::filesystem::JoinPath;
+using product_platform::filesystem::QueryFileAttributes;
+
+constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
+
+[[noreturn]] void ThrowResult(std::uint32_t line, oru::ResultCode rc) {
+  throw oru::CheckResultFailedException(kSourceFile, line, rc);
+}
+
+[[noreturn]] void ThrowLastError(std::uint32_t line) {
+  ThrowResult(line, oru::Win32ErrorToResult(winapi::GetLastError()));
+}
+
+void CopyObject(const FilesystemObject& object, const std::u16string& from,
+                const std::u16string& to) {
+  const std::u16string source = JoinPath(from, object.m_name);
+  const std::u16string target = JoinPath(to, object.m_name);
+  if (object.m_type == FilesystemObjectType::File) {
+    CopyFileT(source, target);
+  } else {
+    CopyDirectoryT(source, target);
+  }
+}
+
+}  // namespace
+
+void CopyFileT(const std::u16string& from, const std::u16string& to) {
+  ORU_TRACE(oru::kTraceLevelInfo,
+            "setup\t[correct_setup::FileSystemActions::CopyFileT] " << from << " -> " << to);
+  if (winapi::CopyFileW(from.c_str(), to.c_str(), /*failIfExists=*/0) == 0) {
+    ThrowLastError(__LINE__);
+  }
+}
+
+void CreateDirectoryT(const std::u16string& directory) {
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::FileSystemActions::CreateDirectoryT] "
+                                      << "dir = " << directory);
+  if (winapi::CreateDirectoryW(directory.c_str(), /*security=*/nullptr) == 0) {
+    ThrowLastError(__LINE__);
+  }
+}
+
+bool ExistsT(const std::u16string& path) {
+  winapi::Dword attributes = 0;
+  const oru::ResultCode rc = QueryFileAttributes(path, attributes);
+  if (rc == oru::errFileNotFound || rc == oru::errPathNotFound) return false;
+  if (ORU_FAILED(rc)) ThrowResult(__LINE__, rc);
+  return true;
+}
+
+bool IsDirectoryT(const std::u16string& path) {
+  winapi::Dword attributes = 0;
+  if (const oru::ResultCode rc = QueryFileAttributes(path, attributes); ORU_FAILED(rc)) {
+    ThrowResult(__LINE__, rc);
+  }
+  return product_platform::filesystem::ClassifyEntry(attributes) ==
+         product_platform::filesystem::EntryClass::kDirectory;
+}
+
+void CopyDirectoryT(const std::u16string& from, const std::u16string& to) {
+  if (!ExistsT(from) || !IsDirectoryT(from)) {
+    throw oru::CheckResultFailedException(kSourceFile, __LINE__, oru::errInvalidArgument)
+        << u"arg 'from' not directory";
+  }
+  CreateDirectoryT(to);
+  const std::shared_ptr<IFilesystemIterator> objects = CreateFilesystemIterator(from);
+  while (objects->MoveNext()) CopyObject(objects->GetCurrentObject(), from, to);
+}
+
+}  // namespace correct_setup::FileSystemActions

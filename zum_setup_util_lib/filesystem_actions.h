@@ -1,0 +1,34 @@
+// The operations by which the dropper makes a directory and copies into it. All throw on failure:
+// the secure directory windows_helpers::WindowsErrorException, the others
+// oru::CheckResultFailedException with the result code of the Win32 error.
+#ifndef ZUM_SETUP_UTIL_LIB_FILESYSTEM_ACTIONS_H_
+#define ZUM_SETUP_UTIL_LIB_FILESYSTEM_ACTIONS_H_
+
+#include <string>
+
+namespace correct_setup::FileSystemActions {
+
+// Replaces a file that stands at `to`.
+void CopyFileT(const std::u16string& from, const std::u16string& to);
+
+// One directory, without its parents, with default security; it must not be there yet.
+void CreateDirectoryT(const std::u16string& directory);
+
+// One new directory that only the local system and the process's user may enter, with a mandatory
+// label of the process's own integrity level where the token has one. None of its entries is
+// inherited. Nothing is created on failure, and a directory that is there already is never adopted.
+void CreateSecureDirectory(const std::u16string& directory);
+
+// A directory with all plain files and directories in it, into a new directory `to`. Links aren't
+// copied. What was copied before a failure stays.
+void CopyDirectoryT(const std::u16string& from, const std::u16string& to);
+
+// False where there is no such file or directory; any other failure throws.
+[[nodiscard]] bool ExistsT(const std::u16string& path);
+
+// True for a plain directory; a missing path throws.
+[[nodiscard]] bool IsDirectoryT(const std::u16string& path);
+
+}  // namespace correct_setup::FileSystemActions
+
+#endif  // ZUM_SETUP_UTIL_LIB_FILESYSTEM_ACTIONS_H_

@@ -1,0 +1,17 @@
+#include "zum_setup_util_lib/filesystem_object.h"
+
+namespace correct_setup {
+
+oru::TraceStream& operator<<(oru::TraceStream& stream, const FilesystemObject& object) {
+  switch (object.m_type) {
+    case FilesystemObjectType::File:
+      stream << "file:";
+      break;
+    case FilesystemObjectType::Directory:
+      stream << "dir:";
+      break;
+  }
+  return stream << object.m_name;
+}
+
+}  // namespace correct_setup

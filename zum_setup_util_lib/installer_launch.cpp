@@ -1,0 +1,121 @@
+#include "zum_setup_util_lib/installer_launch.h"
+
+#include <exception>
+#include <optional>
+#include <vector>
+
+#include "oru/rtl/exception.h"
+#include "oru/rtl/last_error_keeper.h"
+#include "oru/rtl/number_format.h"
+#include "oru/rtl/trace.h"
+#include "platform/util/windows/filesystem/path.h"
+#include "platform/util/windows/filesystem/system_directory.h"
+#include "platform/util/windows/system_error.h"
+#include "platform/util/windows/unique_handle.h"
+#include "platform/winapi/winapi/child_process.h"
+#include "platform/winapi/winapi/errors.h"
+#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/sensitive_data.h"
+#include "zum_setup_util_lib/tool_result_codes.h"
+
+namespace correct_setup::detail {
+namespace {
+
+using windows_helpers::KernelHandle;
+
+constexpr char kSourceFile[] = "zum_setup_util_lib/correct_setup";
+
+// The two handles of a started program; the thread's is closed before the process's.
+struct StartedProcess {
+  KernelHandle process;
+  KernelHandle thread;
+  winapi::Dword id = 0;
+};
+
+[[noreturn]] void ThrowCreateFailure(winapi::Error error) {
+  throw windows_helpers::WindowsErrorException(
+      error,
+      "::CreateProcessW( applicationName.c_str(), commandLine.empty() ? nullptr : "
+      "MakeVector(commandLine).data(), nullptr, nullptr, 0, 0x08000000, nullptr, nullptr, "
+      "&startupInfo, &processInfo)")
+      << oru::SetFile{kSourceFile} << oru::SetLine{235};
+}
+
+void StartProcess(const std::u16string& applicationName, const std::u16string& commandLine,
+                  StartedProcess& started) {
+  winapi::StartupInfo startup{};
+  // Windows reads the size that the structure has on its side.
+  startup.cb = winapi::kStartupInfoSize;
+  winapi::ProcessInformation information{};
+  std::optional<std::vector<char16_t>> writable;
+  if (!commandLine.empty()) writable = MakeVector(commandLine);
+  const winapi::Bool created = winapi::CreateProcessW(
+      applicationName.c_str(), writable ? writable->data() : nullptr,
+      /*lpProcessAttributes=*/nullptr, /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/0,
+      winapi::kCreateNoWindow, /*lpEnvironment=*/nullptr, /*lpCurrentDirectory=*/nullptr, &startup,
+      &information);
+  {
+    // The release of the vector may change the last error, which is still to be read.
+    const oru::LastErrorKeeper keeper;
+    writable.reset();
+  }
+  if (created == 0) ThrowCreateFailure(winapi::GetLastError());
+  started.process.Attach(information.hProcess);
+  started.thread.Attach(information.hThread);
+  started.id = information.dwProcessId;
+}
+
+std::uint32_t WaitForExit(const KernelHandle& process) {
+  const oru::ResultCode waited = windows_helpers::WaitForHandle(process, winapi::kInfinite);
+  if (ORU_FAILED(waited)) throw oru::CheckResultFailedException(kSourceFile, 241, waited);
+  winapi::Dword exitCode = 0;
+  if (winapi::GetExitCodeProcess(process.GetValue(), &exitCode) == 0) {
+    throw windows_helpers::WindowsErrorException(winapi::GetLastError(),
+                                                 "GetExitCodeProcess(processHandle, &exitcode)")
+        << oru::SetFile{kSourceFile} << oru::SetLine{244};
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+std::vector<char16_t> MakeVector(const std::u16string& text) {
+  return {text.c_str(), text.c_str() + text.size() + 1};
+}
+
+oru::String16 GetMsiexecPath() {
+  return oru::String16(product_platform::filesystem::JoinPath(
+      product_platform::windows::detail::GetSystemFilesDirectory(), u"msiexec.exe"));
+}
+
+std::uint32_t CreateProcessAndWait(const std::u16string& applicationName,
+                                   const std::u16string& commandLine) {
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CreateProcessAndWait] "
+                                      << "application name = " << applicationName
+                                      << "; arguments = '"
+                                      << helpers::HideSensitiveData(commandLine) << "'");
+  StartedProcess started;
+  StartProcess(applicationName, commandLine, started);
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CreateProcessAndWait] "
+                                      << "created process: pid = " << started.id);
+  const std::uint32_t exitCode = WaitForExit(started.process);
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CreateProcessAndWait] "
+                                      << "process exit: code = "
+                                      << oru::ResultCodeText{oru::MakeResultCode(exitCode)});
+  return exitCode;
+}
+
+std::uint32_t LaunchMsiPackage(const std::u16string& commandLine) {
+  oru::TraceScope scope;
+  ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo,
+                  u"setup\t[correct_setup::detail::LaunchMsiPackage] ");
+  try {
+    const oru::String16 path = GetMsiexecPath();
+    return CreateProcessAndWait(std::u16string(path.view()), commandLine);
+  } catch (const std::exception&) {
+    (void)helpers::TraceCaughtException("setup\t[correct_setup::detail::LaunchMsiPackage] ");
+    throw oru::CheckResultFailedException(kSourceFile, 260, rcLaunchPackageFailed);
+  }
+}
+
+}  // namespace correct_setup::detail

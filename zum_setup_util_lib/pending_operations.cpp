@@ -1,0 +1,145 @@
+#include "zum_setup_util_lib/pending_operations.h"
+
+#include <cstddef>
+#include <exception>
+#include <string_view>
+#include <unordered_set>
+
+#include "oru/rtl/exception.h"
+#include "oru/rtl/trace.h"
+#include "platform/util/windows/registry.h"
+#include "platform/util/windows/system_error.h"
+#include "platform/util/windows/transactions.h"
+#include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/registry.h"
+#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/tool_result_codes.h"
+#include "zum_setup_util_lib/trace_list.h"
+
+namespace correct_setup::detail {
+namespace {
+
+using windows_helpers::KernelHandle;
+using windows_helpers::RegKey;
+
+using List = std::vector<std::u16string>;
+
+constexpr char kSourceFile[] = "zum_setup_util_lib/correct_setup";
+
+// Below HKEY_LOCAL_MACHINE; control set 001, whichever is the current one.
+constexpr char16_t kSessionManagerKey[] = u"SYSTEM\\ControlSet001\\Control\\Session Manager";
+constexpr char16_t kPendingRenames[] = u"PendingFileRenameOperations";
+
+constexpr winapi::Dword kAccess = winapi::kKeyRead | winapi::kKeyWrite | winapi::kKeyWow6464Key;
+
+constexpr std::uint16_t kRepeatCount = 300;
+constexpr helpers::Milliseconds kDelay{100};
+
+bool IsAbsolute(const std::u16string& path) { return path.starts_with(u'\\'); }
+
+// A list under construction that knows its members. They are looked up by value; the views refer to
+// the source list, which stays as it is meanwhile.
+class RewrittenList {
+ public:
+  explicit RewrittenList(std::size_t expected) { m_strings.reserve(expected); }
+
+  void Append(const std::u16string& text) {
+    m_strings.push_back(text);
+    m_members.insert(text);
+  }
+  [[nodiscard]] bool Contains(const std::u16string& text) const { return m_members.contains(text); }
+  [[nodiscard]] List Take() { return std::move(m_strings); }
+
+ private:
+  List m_strings;
+  std::unordered_set<std::u16string_view> m_members;
+};
+
+void WriteList(const RegKey& key, const KernelHandle& transaction, const List& list) {
+  if (const winapi::Error error =
+          windows_helpers::WriteMultiStringValue(key, kPendingRenames, list)) {
+    throw windows_helpers::MakeWin32CheckFailure(kSourceFile, __LINE__, error)
+        << u"[correct_setup::detail::CorrectPendingOperations] "
+        << u"value = PendingFileRenameOperations";
+  }
+  if (windows_helpers::CommitTransaction(transaction.GetValue()) == 0) {
+    const winapi::Error error = winapi::GetLastError();
+    throw windows_helpers::WindowsErrorException(error, "::CommitTransaction(m_transaction)")
+        << oru::SetFile{kSourceFile} << oru::SetLine{__LINE__};
+  }
+}
+
+}  // namespace
+
+List RewritePendingList(const List& list) {
+  const std::u16string empty;
+  RewrittenList result(list.size() * 2);
+  std::size_t i = 0;
+  while (i < list.size()) {
+    // Pairs are found position by position: behind an entry that isn't a rename the next one is
+    // tried.
+    if (i + 1 < list.size() && IsAbsolute(list[i]) && IsAbsolute(list[i + 1])) {
+      const std::u16string& target = list[i + 1];
+      if (!result.Contains(target)) {
+        result.Append(target);
+        result.Append(empty);
+      }
+      result.Append(list[i]);
+      result.Append(target);
+      i += 2;
+    } else {
+      result.Append(list[i]);
+      ++i;
+    }
+  }
+  return result.Take();
+}
+
+void CorrectPendingOperations() {
+  oru::TraceScope scope;
+  ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo,
+                  u"setup\t[correct_setup::detail::CorrectPendingOperations] ");
+
+  // A transaction that could not be made shows at the open. Its close without a commit drops the
+  // work.
+  KernelHandle transaction;
+  transaction.Attach(windows_helpers::CreateTransaction(u"CorrectPendingOperations"));
+  RegKey key;
+  if (windows_helpers::OpenKeyTransacted(key, transaction, winapi::HkeyLocalMachine(),
+                                         kSessionManagerKey, kAccess) != winapi::kErrorSuccess) {
+    return;
+  }
+  List oldList;
+  if (windows_helpers::ReadMultiStringValue(key, kPendingRenames, oldList) !=
+      winapi::kErrorSuccess) {
+    return;
+  }
+  const List newList = RewritePendingList(oldList);
+  if (newList == oldList) {
+    ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CorrectPendingOperations] "
+                                        << "conrainer not changed, skip update");
+    return;
+  }
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CorrectPendingOperations] "
+                                      << "update value PendingFileRenameOperations");
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CorrectPendingOperations] "
+                                      << " from " << TraceList{oldList});
+  ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CorrectPendingOperations] "
+                                      << " to   " << TraceList{newList});
+  WriteList(key, transaction, newList);
+}
+
+void TryCorrectPendingOperations() {
+  oru::TraceScope scope;
+  ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo,
+                  u"setup\t[correct_setup::detail::TryCorrectPendingOperations] ");
+  try {
+    helpers::TryExecuteWithRepeat([] { CorrectPendingOperations(); }, kRepeatCount, kDelay);
+  } catch (const std::exception&) {
+    (void)helpers::TraceCaughtException(
+        "setup\t[correct_setup::detail::TryCorrectPendingOperations] ");
+    throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcPendingCorrectionFailed);
+  }
+}
+
+}  // namespace correct_setup::detail

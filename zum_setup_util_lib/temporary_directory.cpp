@@ -1,0 +1,20 @@
+#include "zum_setup_util_lib/temporary_directory.h"
+
+#include "oru/rtl/exception.h"
+#include "platform/util/windows/filesystem/growing_buffer.h"
+#include "platform/winapi/winapi/files.h"
+
+namespace correct_setup::helpers {
+
+std::u16string GetTempDirectory() {
+  std::u16string directory;
+  const oru::ResultCode rc = product_platform::filesystem::CallWithGrowingBuffer(
+      directory,
+      [](winapi::Dword size, char16_t* buffer) { return winapi::GetTempPathW(size, buffer); });
+  if (ORU_FAILED(rc)) {
+    throw oru::CheckResultFailedException("zum_setup_util_lib/helpers", __LINE__, rc);
+  }
+  return directory;
+}
+
+}  // namespace correct_setup::helpers

@@ -1,0 +1,70 @@
+#include "zum_setup_util_lib/temporary_file.h"
+
+#include <cstddef>
+
+#include "oru/rtl/check.h"
+#include "oru/rtl/error_mapping.h"
+#include "oru/rtl/exception_guard.h"
+#include "platform/util/windows/filesystem/file_operations.h"
+#include "platform/util/windows/filesystem/find_context.h"
+#include "platform/util/windows/filesystem/path.h"
+#include "platform/winapi/winapi/errors.h"
+#include "platform/winapi/winapi/files.h"
+#include "platform/winapi/winapi/handles.h"
+#include "zum_setup_util_lib/guid_text.h"
+#include "zum_setup_util_lib/temporary_directory.h"
+
+namespace correct_setup::helpers {
+namespace {
+
+namespace filesystem = product_platform::filesystem;
+
+constexpr std::size_t kLongestPath = 260;
+
+// sOk for a plain directory, sFalse for anything else that is there, else the failure.
+oru::ResultCode TestDirectory(const std::u16string& path) noexcept {
+  winapi::Dword attributes = 0;
+  if (const oru::ResultCode rc = filesystem::QueryFileAttributes(path, attributes);
+      ORU_FAILED(rc)) {
+    return rc;
+  }
+  return filesystem::ClassifyEntry(attributes) == filesystem::EntryClass::kDirectory ? oru::sOk
+                                                                                     : oru::sFalse;
+}
+
+oru::ResultCode AppendUniqueName(std::u16string_view prefix, std::u16string& path) {
+  if (path.empty()) path = GetTempDirectory();
+  if (path.size() > kLongestPath) return oru::errBufferTooSmall;
+  const oru::ResultCode rc = TestDirectory(path);
+  if (rc == oru::sFalse || rc == oru::errFileNotFound) return oru::errPathNotFound;
+  if (ORU_FAILED(rc)) return rc;
+  const std::u16string name = std::u16string(prefix) + FormatGuidText(NewGuid());
+  path = filesystem::JoinPath(path, name);
+  return path.size() > kLongestPath ? oru::errBufferTooSmall : oru::sOk;
+}
+
+}  // namespace
+
+oru::ResultCode MakeUniqueFileName(std::u16string_view prefix, std::u16string& path) noexcept {
+  try {
+    return AppendUniqueName(prefix, path);
+  } catch (...) {
+    return oru::ExceptionGuard();
+  }
+}
+
+oru::ResultCode CreateTemporaryFile(std::u16string_view prefix, std::u16string& path) noexcept {
+  if (const oru::ResultCode rc = MakeUniqueFileName(prefix, path); ORU_FAILED(rc)) return rc;
+  const winapi::Handle file = winapi::CreateFileW(path.c_str(), /*access=*/0, /*share=*/0,
+                                                  /*security=*/nullptr, winapi::kCreateNew,
+                                                  /*flags=*/0, /*templateFile=*/nullptr);
+  if (file == winapi::InvalidHandleValue()) {
+    const winapi::Error error = winapi::GetLastError();
+    ORU_CHECK_TEXT(false, "!\"Can't create a temporary file\"");
+    return oru::Win32ErrorToResult(error);
+  }
+  winapi::CloseHandle(file);
+  return oru::sOk;
+}
+
+}  // namespace correct_setup::helpers
