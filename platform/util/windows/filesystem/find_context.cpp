@@ -91,7 +91,7 @@ oru::ResultCode FindContext::SearchDirectly(std::u16string_view directory) {
 
 oru::ResultCode FindContext::OpenFind(std::u16string_view directory) {
   if (IsRootedPath(directory) ||
-      (IsDriveAbsolutePath(directory) && directory.size() <= kLongPathFrom)) {
+      (IsDriveAbsolutePath(directory) && directory.size() < kLongPathFrom)) {
     return SearchDirectly(directory);
   }
   std::u16string absolute;
