@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <iterator>
 #include <string>
 
 #include "platform/util/windows/filesystem/file_operations.h"
@@ -156,6 +158,8 @@ TEST(RemoveDirectoryRecursive, DeepTreeGoes) {
 TEST(RemoveDirectoryRecursive, WideDirectoryGoes) {
   const Tree tree;
   tree.MakeWide(u"top/wide", kFiles);
+  const std::filesystem::directory_iterator files(tree.File(u"top/wide"));
+  ASSERT_EQ(std::distance(begin(files), end(files)), kFiles);
   EXPECT_EQ(RemoveDirectoryRecursive(tree.Windows(u"top")), oru::sOk);
   EXPECT_FALSE(tree.Has(u"top"));
 }
