@@ -49,11 +49,11 @@ void StartProcess(const std::u16string& applicationName, const std::u16string& c
   winapi::ProcessInformation information{};
   std::optional<std::vector<char16_t>> writable;
   if (!commandLine.empty()) writable = MakeVector(commandLine);
-  const winapi::Bool created = winapi::CreateProcessW(
-      applicationName.c_str(), writable ? writable->data() : nullptr,
-      /*lpProcessAttributes=*/nullptr, /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/0,
-      winapi::kCreateNoWindow, /*lpEnvironment=*/nullptr, /*lpCurrentDirectory=*/nullptr, &startup,
-      &information);
+  const winapi::Bool created =
+      winapi::CreateProcessW(applicationName.c_str(), writable ? writable->data() : nullptr,
+                             /*processAttributes=*/nullptr, /*threadAttributes=*/nullptr,
+                             /*inheritHandles=*/0, winapi::kCreateNoWindow, /*environment=*/nullptr,
+                             /*currentDirectory=*/nullptr, &startup, &information);
   {
     // The release of the vector may change the last error, which is still to be read.
     const oru::LastErrorKeeper keeper;

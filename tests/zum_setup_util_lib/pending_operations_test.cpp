@@ -22,7 +22,7 @@ namespace {
 
 using List = std::vector<std::u16string>;
 
-constexpr char16_t kValue[] = u"PendingFileRenameOperations";
+[[maybe_unused]] constexpr char16_t kValue[] = u"PendingFileRenameOperations";
 
 // A fresh machine has no control set 001, Wine no transacted open either.
 TEST(PendingOperations, MissingKeyEndsTheStageSilently) {

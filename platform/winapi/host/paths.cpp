@@ -125,7 +125,7 @@ Error LongPath(std::u16string_view path, std::u16string& full) {
 
 // The file in `folder` that `name` means.
 std::string FindName(const std::string& folder, std::u16string_view name) {
-  const std::string exact = folder + "/" + ToUtf8(name);
+  std::string exact = folder + "/" + ToUtf8(name);
   std::error_code error;
   if (std::filesystem::symlink_status(exact, error).type() !=
       std::filesystem::file_type::not_found) {
@@ -134,7 +134,8 @@ std::string FindName(const std::string& folder, std::u16string_view name) {
   std::filesystem::directory_iterator entry(folder.empty() ? "/" : folder, error);
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
     const std::string found = entry->path().filename().string();
-    if (EqualIgnoringCase(ToUtf16(found), name)) return folder + "/" + found;
+    if (EqualIgnoringCase(ToUtf16(found), name))
+      return std::string(folder).append("/").append(found);
   }
   return exact;
 }

@@ -120,7 +120,7 @@ Handle WINAPI_STDCALL CreateTransaction(SecurityAttributes* security, Guid* unit
   call.Argument("isolationFlags", isolationFlags).Argument("timeout", timeout);
   call.Argument("description", static_cast<const char16_t*>(description));
   if (const auto fault = call.Fault()) return FailWith(*fault, InvalidHandleValue());
-  const Handle handle = OpenHandle(std::make_shared<Transaction>());
+  Handle handle = OpenHandle(std::make_shared<Transaction>());
   call.Argument("*result", handle);
   return handle;
 }

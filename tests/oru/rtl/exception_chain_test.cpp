@@ -135,11 +135,13 @@ TEST(ExceptionChain, ALinkWithoutItsOwnBaseIsCopiedAsTheTypeAboveIt) {
   oru::CheckFailedException outer("file", 0);
   outer.SetInner(
       std::make_unique<PlainDerived>("inner", 7u, oru::MakeResultCode(0x80000045), u"text"));
-  ASSERT_EQ(typeid(*outer.Inner()), typeid(PlainDerived));
+  const oru::Exception& original = *outer.Inner();
+  ASSERT_EQ(typeid(original), typeid(PlainDerived));
   const oru::CheckFailedException copy(outer);
   ASSERT_NE(copy.Inner(), nullptr);
-  ASSERT_EQ(typeid(*copy.Inner()), typeid(oru::SystemException));
-  const auto& inner = static_cast<const oru::SystemException&>(*copy.Inner());
+  const oru::Exception& copied = *copy.Inner();
+  ASSERT_EQ(typeid(copied), typeid(oru::SystemException));
+  const auto& inner = static_cast<const oru::SystemException&>(copied);
   EXPECT_STREQ(inner.what(), "SystemException");
   EXPECT_STREQ(inner.File(), "inner");
   EXPECT_EQ(inner.Line(), 7u);
