@@ -8,7 +8,6 @@
 #include "oru/rtl/exception.h"
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "platform/util/windows/filesystem/path.h"
 #include "platform/util/windows/filesystem/path_mask.h"
 #include "zum_setup_util_lib/filesystem_actions.h"
 #include "zum_setup_util_lib/filesystem_iterator.h"
@@ -56,14 +55,7 @@ void CopyFilesystemObjects(const std::u16string& from, const std::u16string& to,
   const std::shared_ptr<IFilesystemIterator> found = CreateFilesystemIterator(from);
   while (found->MoveNext()) {
     const FilesystemObject object = found->GetCurrentObject();
-    if (!IsWanted(object, objects)) continue;
-    const std::u16string source = filesystem::JoinPath(from, object.m_name);
-    const std::u16string target = filesystem::JoinPath(to, object.m_name);
-    if (object.m_type == FilesystemObjectType::File) {
-      FileSystemActions::CopyFileT(source, target);
-    } else {
-      FileSystemActions::CopyDirectoryT(source, target);
-    }
+    if (IsWanted(object, objects)) FileSystemActions::CopyObjectT(object, from, to);
   }
 }
 

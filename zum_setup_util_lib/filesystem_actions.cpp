@@ -29,17 +29,6 @@ constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
   ThrowResult(line, oru::Win32ErrorToResult(winapi::GetLastError()));
 }
 
-void CopyObject(const FilesystemObject& object, const std::u16string& from,
-                const std::u16string& to) {
-  const std::u16string source = JoinPath(from, object.m_name);
-  const std::u16string target = JoinPath(to, object.m_name);
-  if (object.m_type == FilesystemObjectType::File) {
-    CopyFileT(source, target);
-  } else {
-    CopyDirectoryT(source, target);
-  }
-}
-
 }  // namespace
 
 void CopyFileT(const std::u16string& from, const std::u16string& to) {
@@ -75,6 +64,17 @@ bool IsDirectoryT(const std::u16string& path) {
          product_platform::filesystem::EntryClass::kDirectory;
 }
 
+void CopyObjectT(const FilesystemObject& object, const std::u16string& from,
+                 const std::u16string& to) {
+  const std::u16string source = JoinPath(from, object.m_name);
+  const std::u16string target = JoinPath(to, object.m_name);
+  if (object.m_type == FilesystemObjectType::File) {
+    CopyFileT(source, target);
+  } else {
+    CopyDirectoryT(source, target);
+  }
+}
+
 void CopyDirectoryT(const std::u16string& from, const std::u16string& to) {
   if (!ExistsT(from) || !IsDirectoryT(from)) {
     throw oru::CheckResultFailedException(kSourceFile, __LINE__, oru::errInvalidArgument)
@@ -82,7 +82,7 @@ void CopyDirectoryT(const std::u16string& from, const std::u16string& to) {
   }
   CreateDirectoryT(to);
   const std::shared_ptr<IFilesystemIterator> objects = CreateFilesystemIterator(from);
-  while (objects->MoveNext()) CopyObject(objects->GetCurrentObject(), from, to);
+  while (objects->MoveNext()) CopyObjectT(objects->GetCurrentObject(), from, to);
 }
 
 }  // namespace correct_setup::FileSystemActions

@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "zum_setup_util_lib/filesystem_object.h"
+
 namespace correct_setup::FileSystemActions {
 
 // Replaces a file that stands at `to`.
@@ -22,6 +24,11 @@ void CreateSecureDirectory(const std::u16string& directory);
 // A directory with all plain files and directories in it, into a new directory `to`. Links aren't
 // copied. What was copied before a failure stays.
 void CopyDirectoryT(const std::u16string& from, const std::u16string& to);
+
+// Copies the object of that name from the directory `from` into the directory `to`, by CopyFileT or
+// CopyDirectoryT as its type says.
+void CopyObjectT(const FilesystemObject& object, const std::u16string& from,
+                 const std::u16string& to);
 
 // False where there is no such file or directory; any other failure throws.
 [[nodiscard]] bool ExistsT(const std::u16string& path);
