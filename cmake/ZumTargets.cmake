@@ -1,4 +1,4 @@
-# The one place that defines what a library, a test, a benchmark and a fuzz target are.
+# The one place that defines what a library, a test and a benchmark are.
 
 # Paths in the objects are relative to the tree, so that two folders give the same bytes.
 set(ZUM_COMPILE_OPTIONS "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." -ffunction-sections -fdata-sections)
@@ -44,4 +44,14 @@ function(zum_test name)
   endif()
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
                        PROPERTIES ${properties})
+endfunction()
+
+# zum_benchmark(NAME SOURCES ... [LINK ...])
+# A Google Benchmark program with a named peer in it. Asserts no time.
+function(zum_benchmark name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  find_package(benchmark REQUIRED)
+  add_executable(${name} ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} benchmark::benchmark)
 endfunction()

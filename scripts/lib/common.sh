@@ -23,6 +23,7 @@ packages_native_tests="clang-14 clang-format-14 clang-tidy-14"
 packages_windows="g++-mingw-w64-i686-posix cmake ninja-build googletest python3 wine wine32:i386 wine64 msitools wixl"
 packages_windows_tests="osslsigncode openssl"
 packages_coverage="gcovr"
+packages_bench="libbenchmark-dev"
 
 # install_packages NAME ...: installs what is missing, after saying so; without root it prints the command
 # and stops. `-t bookworm` keeps the packages of the two architectures at versions that fit together.
