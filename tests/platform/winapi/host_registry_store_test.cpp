@@ -159,6 +159,9 @@ TEST_F(HostRegistryStore, AReloadLetsAnotherProcessIn) {
 
 // A kill at any moment of the writing leaves the old file or the new one.
 TEST_F(HostRegistryStore, AKillLeavesOneWholeFile) {
+#ifdef ZUM_COVERAGE
+  GTEST_SKIP() << "an instrumented process writes its counters at its exit, which takes longer";
+#endif
   constexpr int kKills = 60;
   const auto start = [this](int number) {
     const std::string text = "text " + std::to_string(number);
@@ -195,6 +198,9 @@ TEST_F(HostRegistryStore, AKillLeavesOneWholeFile) {
 }
 
 TEST_F(HostRegistryStore, AFailedWriteKeepsTheOldFile) {
+#ifdef ZUM_COVERAGE
+  GTEST_SKIP() << "an instrumented process can't write its counters beyond the limit either";
+#endif
   EXPECT_EQ(Run({"set", "a", "old"}), "");
   const std::string before = Content(File());
   const std::string reason = "zum-host: " + File().string() + ": File too large\n";
