@@ -96,7 +96,8 @@ void CheckArguments(ArgumentIterator first, ArgumentIterator last) {
 }
 
 void CheckGuidSyntax(const std::u16string& text) {
-  if (!text.empty() && helpers::WideRegex(kGuidSyntax).MatchesWhole(text)) return;
+  const helpers::WideRegex syntax(kGuidSyntax);
+  if (!text.empty() && syntax.MatchesWhole(text)) return;
   throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcGuidSyntaxInvalid)
       << u"not correct guid = " << text;
 }
@@ -105,6 +106,11 @@ void RequirePath(const std::u16string& path, std::uint32_t line, const char16_t*
   if (!path.empty()) return;
   throw oru::CheckResultFailedException(kSourceFile, line, oru::errInvalidArgument)
       << prefix << u"empty path";
+}
+
+[[noreturn]] void RefuseList(std::uint32_t line, oru::ResultCode rc, const char16_t* cause) {
+  throw oru::CheckResultFailedException(kSourceFile, line, rc)
+      << u"[correct_setup::CreateCommandMsi] " << cause;
 }
 
 // A blank before each.
@@ -229,31 +235,26 @@ void CommandUninstallMsp::SetFullPathToPackage(const std::u16string& path) {
               u"[correct_setup::CommandUninstallMsp::SetFullPathToPackage] ");
 }
 
+// The tail is copied where the operation is known, so that an unknown one costs no copy.
 std::unique_ptr<ICommandMsi> CreateCommandMsi(ArgumentIterator first, ArgumentIterator last) {
   const auto count = last - first;
-  if (count == 0) {
-    throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcOperationInvalid)
-        << u"[correct_setup::CreateCommandMsi] " << u"empty operation";
-  }
-  if (count == 1) {
-    throw oru::CheckResultFailedException(kSourceFile, __LINE__, oru::errInvalidArgument)
-        << u"[correct_setup::CreateCommandMsi] " << u"not valid argument";
-  }
+  if (count == 0) RefuseList(__LINE__, rcOperationInvalid, u"empty operation");
+  if (count == 1) RefuseList(__LINE__, oru::errInvalidArgument, u"not valid argument");
   const std::u16string& operation = first[0];
-  const std::u16string& package = first[1];
-  const Arguments extra(first + 2, last);
-  if (operation == u"/installmsi") return std::make_unique<CommandInstallMsi>(package, extra);
-  if (operation == u"/installmsp") return std::make_unique<CommandInstallMsp>(package, extra);
-  if (operation == u"/uninstallmsi") return std::make_unique<CommandUninstallMsi>(package, extra);
-  if (operation == u"/uninstallmsp") {
-    if (count == 2) {
-      throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcOperationInvalid)
-          << u"[correct_setup::CreateCommandMsi] " << u"not guid for operation";
-    }
-    return std::make_unique<CommandUninstallMsp>(package, first[2], Arguments(first + 3, last));
+  if (operation == u"/installmsi") {
+    return std::make_unique<CommandInstallMsi>(first[1], Arguments(first + 2, last));
   }
-  throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcOperationInvalid)
-      << u"[correct_setup::CreateCommandMsi] " << u"not valid operation for msi";
+  if (operation == u"/installmsp") {
+    return std::make_unique<CommandInstallMsp>(first[1], Arguments(first + 2, last));
+  }
+  if (operation == u"/uninstallmsi") {
+    return std::make_unique<CommandUninstallMsi>(first[1], Arguments(first + 2, last));
+  }
+  if (operation == u"/uninstallmsp") {
+    if (count == 2) RefuseList(__LINE__, rcOperationInvalid, u"not guid for operation");
+    return std::make_unique<CommandUninstallMsp>(first[1], first[2], Arguments(first + 3, last));
+  }
+  RefuseList(__LINE__, rcOperationInvalid, u"not valid operation for msi");
 }
 
 }  // namespace correct_setup

@@ -2,7 +2,9 @@
 //
 // A constructor checks the extra arguments (a silent switch must be there, each argument must begin
 // with an entry of the allow list), then what its operation demands beyond that, and last that the
-// path isn't empty. Every failure is an oru::CheckResultFailedException.
+// path isn't empty. What is wrong with the arguments is an oru::CheckResultFailedException; a lack
+// of memory is std::bad_alloc, and what the library's regular expressions can't do
+// std::regex_error.
 #ifndef ZUM_SETUP_UTIL_LIB_COMMANDS_MSI_H_
 #define ZUM_SETUP_UTIL_LIB_COMMANDS_MSI_H_
 
@@ -76,6 +78,8 @@ class CommandUninstallMsp final : public ICommandMsi {
                                                             ArgumentIterator last);
 
 // A copy in which each argument that begins with a password property keeps that beginning only.
+// Stands here for its test: in a run no refused argument begins so, since the properties are
+// allowed.
 [[nodiscard]] std::vector<std::u16string> HideSensitiveArguments(
     const std::vector<std::u16string>& arguments);
 

@@ -4,10 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "oru/rtl/exception.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "zum_setup_util_lib/guid_text.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 
@@ -16,14 +15,12 @@ namespace {
 
 namespace filesystem = product_platform::filesystem;
 
-constexpr char kSourceFile[] = "zum_setup_util_lib/correct_setup";
-
 ScopedRemoveDirectory DropPackage(ICommandMsi& command) {
   const std::u16string package = command.GetFullPathToPackage();
   const std::u16string fileName = filesystem::GetFileNamePart(package);
   const std::u16string source = filesystem::GetParentPath(package);
-  const std::u16string target =
-      filesystem::JoinPath(helpers::GetTempDirectory(), helpers::CreateGuidString());
+  const std::u16string temporary = helpers::GetTempDirectory();
+  const std::u16string target = filesystem::JoinPath(temporary, helpers::CreateGuidString());
   // The name serves as a mask; files beside the package that it doesn't match aren't copied.
   const std::vector<FilesystemObject> objects = {{fileName, FilesystemObjectType::File}};
   ScopedRemoveDirectory directory = DropFilesystemObjects(source, target, objects);
@@ -37,8 +34,7 @@ ScopedRemoveDirectory DropFiles(const std::unique_ptr<ICommandMsi>& command) {
   try {
     return DropPackage(*command);
   } catch (const std::exception&) {
-    (void)helpers::TraceCaughtException("setup\t[correct_setup::detail::DropFiles] ");
-    throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcDropFilesFailed);
+    FailStage("setup\t[correct_setup::detail::DropFiles] ", __LINE__, rcDropFilesFailed);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <utility>
 
 #include "oru/rtl/exception.h"
 #include "oru/rtl/trace.h"
@@ -40,8 +41,7 @@ void RemoveDirectoryOrThrow(const std::u16string& path) {
 ScopedRemoveDirectory::~ScopedRemoveDirectory() {
   if (m_path.empty()) return;
   try {
-    helpers::TryExecuteWithRepeat([path = m_path] { RemoveDirectoryOrThrow(path); }, kRepeatCount,
-                                  kDelay);
+    helpers::TryExecuteWithRepeat([this] { RemoveDirectoryOrThrow(m_path); }, kRepeatCount, kDelay);
   } catch (const std::exception&) {
     (void)helpers::TraceCaughtException(
         "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] ");
@@ -65,8 +65,10 @@ ScopedRemoveDirectory DropFilesystemObjects(const std::u16string& from, const st
   ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo, u"setup\t[correct_setup::DropFilesystemObjects] ");
   ORU_TRACE(oru::kTraceLevelInfo,
             "setup\t[correct_setup::DropFilesystemObjects] " << from << " -> " << to);
+  // Copied first: behind the directory's making a lack of memory would leave it without an owner.
+  std::u16string owned = to;
   FileSystemActions::CreateSecureDirectory(to);
-  ScopedRemoveDirectory directory(to);
+  ScopedRemoveDirectory directory(std::move(owned));
   ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::DropFilesystemObjects] "
                                       << "copy input objects");
   CopyFilesystemObjects(from, to, objects);

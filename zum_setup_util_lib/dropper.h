@@ -1,4 +1,4 @@
-// Taking a private copy of the package.
+// Taking a private copy of the package: the operations. The pipeline's stage is drop_files.h.
 #ifndef ZUM_SETUP_UTIL_LIB_DROPPER_H_
 #define ZUM_SETUP_UTIL_LIB_DROPPER_H_
 
@@ -15,7 +15,7 @@ namespace correct_setup {
 // from does nothing.
 class ScopedRemoveDirectory {
  public:
-  explicit ScopedRemoveDirectory(const std::u16string& path) : m_path(path) {}
+  explicit ScopedRemoveDirectory(std::u16string path) noexcept : m_path(std::move(path)) {}
   ScopedRemoveDirectory(ScopedRemoveDirectory&& other) noexcept
       : m_path(std::exchange(other.m_path, {})) {}
   ScopedRemoveDirectory(const ScopedRemoveDirectory&) = delete;
@@ -28,7 +28,7 @@ class ScopedRemoveDirectory {
 };
 
 // Makes the secure directory `to`, copies into it what `objects` names of the directory `from`, and
-// gives its owner. On failure the directory is gone again.
+// gives its owner. On failure the directory is gone again, unless it couldn't be removed.
 [[nodiscard]] ScopedRemoveDirectory DropFilesystemObjects(
     const std::u16string& from, const std::u16string& to,
     const std::vector<FilesystemObject>& objects);

@@ -7,7 +7,6 @@
 #include "oru/rtl/exception.h"
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "platform/util/windows/filesystem/find_context.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/files.h"
@@ -56,12 +55,9 @@ bool ExistsT(const std::u16string& path) {
 }
 
 bool IsDirectoryT(const std::u16string& path) {
-  winapi::Dword attributes = 0;
-  if (const oru::ResultCode rc = QueryFileAttributes(path, attributes); ORU_FAILED(rc)) {
-    ThrowResult(__LINE__, rc);
-  }
-  return product_platform::filesystem::ClassifyEntry(attributes) ==
-         product_platform::filesystem::EntryClass::kDirectory;
+  const oru::ResultCode rc = product_platform::filesystem::TestDirectory(path);
+  if (ORU_FAILED(rc)) ThrowResult(__LINE__, rc);
+  return rc == oru::sOk;
 }
 
 void CopyObjectT(const FilesystemObject& object, const std::u16string& from,

@@ -17,11 +17,13 @@ class IFilesystemIterator {
  public:
   virtual ~IFilesystemIterator() = default;
 
-  // Throws oru::CheckResultFailedException ("Invalid state") where MoveNext hasn't just given true.
+  // Throws oru::CheckResultFailedException ("Invalid state") where the iterator stands at no
+  // object, and at a directory what MoveNext throws for its name.
   [[nodiscard]] virtual FilesystemObject GetCurrentObject() const = 0;
   // Goes to the next object. False at the end and for a directory that can't be opened, where the
   // next call starts over, and for a search that breaks off, which stays where it is. A directory
-  // whose name has characters from 256 up throws std::bad_cast.
+  // whose name has characters from 256 up throws std::bad_cast, a lack of memory std::bad_alloc;
+  // the search then stands at that directory, and the next call goes on behind it.
   [[nodiscard]] virtual bool MoveNext() = 0;
   // Closes the search, so that the next MoveNext starts over.
   virtual void Reset() = 0;

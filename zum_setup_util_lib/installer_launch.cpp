@@ -14,16 +14,14 @@
 #include "platform/util/windows/unique_handle.h"
 #include "platform/winapi/winapi/child_process.h"
 #include "platform/winapi/winapi/errors.h"
-#include "zum_setup_util_lib/helpers.h"
 #include "zum_setup_util_lib/sensitive_data.h"
+#include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 
 namespace correct_setup::detail {
 namespace {
 
 using windows_helpers::KernelHandle;
-
-constexpr char kSourceFile[] = "zum_setup_util_lib/correct_setup";
 
 // The two handles of a started program; the thread's is closed before the process's.
 struct StartedProcess {
@@ -38,7 +36,7 @@ struct StartedProcess {
       "::CreateProcessW( applicationName.c_str(), commandLine.empty() ? nullptr : "
       "MakeVector(commandLine).data(), nullptr, nullptr, 0, 0x08000000, nullptr, nullptr, "
       "&startupInfo, &processInfo)")
-      << oru::SetFile{kSourceFile} << oru::SetLine{235};
+      << oru::SetFile{kStageSourceFile} << oru::SetLine{235};
 }
 
 void StartProcess(const std::u16string& applicationName, const std::u16string& commandLine,
@@ -67,12 +65,12 @@ void StartProcess(const std::u16string& applicationName, const std::u16string& c
 
 std::uint32_t WaitForExit(const KernelHandle& process) {
   const oru::ResultCode waited = windows_helpers::WaitForHandle(process, winapi::kInfinite);
-  if (ORU_FAILED(waited)) throw oru::CheckResultFailedException(kSourceFile, 241, waited);
+  if (ORU_FAILED(waited)) throw oru::CheckResultFailedException(kStageSourceFile, 241, waited);
   winapi::Dword exitCode = 0;
   if (winapi::GetExitCodeProcess(process.GetValue(), &exitCode) == 0) {
     throw windows_helpers::WindowsErrorException(winapi::GetLastError(),
                                                  "GetExitCodeProcess(processHandle, &exitcode)")
-        << oru::SetFile{kSourceFile} << oru::SetLine{244};
+        << oru::SetFile{kStageSourceFile} << oru::SetLine{244};
   }
   return exitCode;
 }
@@ -113,8 +111,7 @@ std::uint32_t LaunchMsiPackage(const std::u16string& commandLine) {
     const oru::String16 path = GetMsiexecPath();
     return CreateProcessAndWait(std::u16string(path.view()), commandLine);
   } catch (const std::exception&) {
-    (void)helpers::TraceCaughtException("setup\t[correct_setup::detail::LaunchMsiPackage] ");
-    throw oru::CheckResultFailedException(kSourceFile, 260, rcLaunchPackageFailed);
+    FailStage("setup\t[correct_setup::detail::LaunchMsiPackage] ", 260, rcLaunchPackageFailed);
   }
 }
 

@@ -13,6 +13,7 @@
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/registry.h"
 #include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 #include "zum_setup_util_lib/trace_list.h"
 
@@ -23,8 +24,6 @@ using windows_helpers::KernelHandle;
 using windows_helpers::RegKey;
 
 using List = std::vector<std::u16string>;
-
-constexpr char kSourceFile[] = "zum_setup_util_lib/correct_setup";
 
 // Below HKEY_LOCAL_MACHINE; control set 001, whichever is the current one.
 constexpr char16_t kSessionManagerKey[] = u"SYSTEM\\ControlSet001\\Control\\Session Manager";
@@ -58,14 +57,14 @@ class RewrittenList {
 void WriteList(const RegKey& key, const KernelHandle& transaction, const List& list) {
   if (const winapi::Error error =
           windows_helpers::WriteMultiStringValue(key, kPendingRenames, list)) {
-    throw windows_helpers::MakeWin32CheckFailure(kSourceFile, __LINE__, error)
+    throw windows_helpers::MakeWin32CheckFailure(kStageSourceFile, __LINE__, error)
         << u"[correct_setup::detail::CorrectPendingOperations] "
         << u"value = PendingFileRenameOperations";
   }
   if (windows_helpers::CommitTransaction(transaction.GetValue()) == 0) {
     const winapi::Error error = winapi::GetLastError();
     throw windows_helpers::WindowsErrorException(error, "::CommitTransaction(m_transaction)")
-        << oru::SetFile{kSourceFile} << oru::SetLine{__LINE__};
+        << oru::SetFile{kStageSourceFile} << oru::SetLine{__LINE__};
   }
 }
 
@@ -103,7 +102,8 @@ void CorrectPendingOperations() {
   // A transaction that could not be made shows at the open. Its close without a commit drops the
   // work.
   KernelHandle transaction;
-  transaction.Attach(windows_helpers::CreateTransaction(u"CorrectPendingOperations"));
+  char16_t description[] = u"CorrectPendingOperations";  // the system's call may write into it
+  transaction.Attach(windows_helpers::CreateTransaction(description));
   RegKey key;
   if (windows_helpers::OpenKeyTransacted(key, transaction, winapi::HkeyLocalMachine(),
                                          kSessionManagerKey, kAccess) != winapi::kErrorSuccess) {
@@ -136,9 +136,8 @@ void TryCorrectPendingOperations() {
   try {
     helpers::TryExecuteWithRepeat([] { CorrectPendingOperations(); }, kRepeatCount, kDelay);
   } catch (const std::exception&) {
-    (void)helpers::TraceCaughtException(
-        "setup\t[correct_setup::detail::TryCorrectPendingOperations] ");
-    throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcPendingCorrectionFailed);
+    FailStage("setup\t[correct_setup::detail::TryCorrectPendingOperations] ", __LINE__,
+              rcPendingCorrectionFailed);
   }
 }
 

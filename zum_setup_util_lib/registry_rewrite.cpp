@@ -13,7 +13,7 @@
 #include "platform/util/windows/system_error.h"
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/registry.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 
 namespace correct_setup::detail {
@@ -25,8 +25,6 @@ using windows_helpers::OpenKey;
 using windows_helpers::ReadStringValue;
 using windows_helpers::RegKey;
 using windows_helpers::WriteStringValue;
-
-constexpr char kSourceFile[] = "zum_setup_util_lib/correct_setup";
 
 // Below HKEY_LOCAL_MACHINE.
 constexpr char16_t kProductsUserDataKey[] =
@@ -48,7 +46,7 @@ constexpr winapi::Dword kNameCapacity = 260;
 std::vector<std::u16string> EnumerateSubKeys(const char16_t* path) {
   RegKey key;
   if (const winapi::Error error = OpenKey(key, winapi::HkeyLocalMachine(), path, kReadAccess)) {
-    throw MakeWin32CheckFailure(kSourceFile, __LINE__, error);
+    throw MakeWin32CheckFailure(kStageSourceFile, __LINE__, error);
   }
   std::vector<std::u16string> names;
   std::vector<char16_t> name(kNameCapacity + 1);
@@ -78,11 +76,11 @@ void RestoreLocalPackage(const RegKey& key, const std::u16string& product) {
                 << "update LocalPackageNotExist for key = " << product);
   if (const winapi::Error error =
           WriteStringValue(key, u"LocalPackage", value.data(), value.data() + value.size())) {
-    throw MakeWin32CheckFailure(kSourceFile, __LINE__, error)
+    throw MakeWin32CheckFailure(kStageSourceFile, __LINE__, error)
         << u"[correct_setup::detail::DisableProtectiveMeasuresUpgrade] " << u"value = LocalPackage";
   }
   if (const winapi::Error error = DeleteValue(key, u"LocalPackageNotExist")) {
-    throw MakeWin32CheckFailure(kSourceFile, __LINE__, error)
+    throw MakeWin32CheckFailure(kStageSourceFile, __LINE__, error)
         << u"[correct_setup::detail::DisableProtectiveMeasuresUpgrade] "
         << u"value = LocalPackageNotExist";
   }
@@ -98,11 +96,11 @@ void RestorePackageName(const RegKey& key, const std::u16string& product) {
                 << "update PackageNameNotExist for key = " << product);
   if (const winapi::Error error =
           WriteStringValue(key, u"PackageName", std::begin(kPackageName), std::end(kPackageName))) {
-    throw MakeWin32CheckFailure(kSourceFile, __LINE__, error)
+    throw MakeWin32CheckFailure(kStageSourceFile, __LINE__, error)
         << u"[correct_setup::detail::DisableProtectiveMeasuresUpgrade] " << u"value = PackageName";
   }
   if (const winapi::Error error = DeleteValue(key, u"PackageNameNotExist")) {
-    throw MakeWin32CheckFailure(kSourceFile, __LINE__, error)
+    throw MakeWin32CheckFailure(kStageSourceFile, __LINE__, error)
         << u"[correct_setup::detail::DisableProtectiveMeasuresUpgrade] "
         << u"value = PackageNameNotExist";
   }
@@ -131,9 +129,8 @@ void DisableProtectiveMeasuresUpgrade() {
       RewriteProduct(product);
     }
   } catch (const std::exception&) {
-    (void)helpers::TraceCaughtException(
-        "setup\t[correct_setup::detail::DisableProtectiveMeasuresUpgrade] ");
-    throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcDisableUpgradeFailed);
+    FailStage("setup\t[correct_setup::detail::DisableProtectiveMeasuresUpgrade] ", __LINE__,
+              rcDisableUpgradeFailed);
   }
 }
 

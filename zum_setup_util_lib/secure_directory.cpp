@@ -21,6 +21,7 @@ namespace {
 
 using Buffer = std::vector<std::uint8_t>;
 
+// The position names the unit that callers know: this is one of its actions.
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
 
 // Throws the last error with the text of the call that set it.
@@ -102,8 +103,9 @@ Buffer BuildDacl(const TokenFacts& facts) {
                                      &usedBytesForSystemSid),
           __LINE__,
           "CreateWellKnownSid(WinLocalSystemSid, nullptr, &systemSid, &usedBytesForSystemSid)");
-  const winapi::Dword daclSize =
-      RoundUp(32 + winapi::GetLengthSid(systemSid.data()) + winapi::GetLengthSid(facts.UserSid()));
+  const winapi::Dword systemSidSize = winapi::GetLengthSid(systemSid.data());
+  const winapi::Dword userSidSize = winapi::GetLengthSid(facts.UserSid());
+  const winapi::Dword daclSize = RoundUp(32 + systemSidSize + userSidSize);
   Buffer dacl(daclSize);
   Require(winapi::InitializeAcl(AsAcl(dacl), daclSize, winapi::kAclRevision), __LINE__,
           "InitializeAcl(dacl, daclSize, (2))");
@@ -146,7 +148,7 @@ void CreateWithDescriptor(const std::u16string& directory, Buffer& dacl, Buffer&
                                               /*defaulted=*/0),
             __LINE__, "SetSecurityDescriptorSacl(&securityDescriptor, 1, sacl, 0)");
   }
-  const winapi::SecurityAttributes securityAttributes{sizeof(winapi::SecurityAttributes),
+  const winapi::SecurityAttributes securityAttributes{winapi::kSecurityAttributesSize,
                                                       &securityDescriptor, /*bInheritHandle=*/0};
   Require(winapi::CreateDirectoryW(directory.c_str(), &securityAttributes), __LINE__,
           "CreateDirectoryW(directory.c_str(), &securityAttributes)");

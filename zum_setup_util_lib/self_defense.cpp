@@ -7,8 +7,8 @@
 #include "oru/rtl/exception.h"
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "platform/util/windows/filesystem/find_context.h"
 #include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/temporary_file.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 
@@ -16,8 +16,6 @@ namespace correct_setup::detail {
 namespace {
 
 namespace filesystem = product_platform::filesystem;
-
-constexpr char kSourceFile[] = "zum_setup_util_lib/correct_setup";
 
 // Fixed: neither the environment nor the registry is asked for it.
 constexpr char16_t kProductDataPath[] = u"c:\\ProgramData\\Quorvanta\\ZUM\\Data";
@@ -27,12 +25,8 @@ constexpr helpers::Milliseconds kDelay{100};
 
 void RequireDataDirectory() {
   const std::u16string path = kProductDataPath;
-  winapi::Dword attributes = 0;
-  if (!ORU_FAILED(filesystem::QueryFileAttributes(path, attributes)) &&
-      filesystem::ClassifyEntry(attributes) == filesystem::EntryClass::kDirectory) {
-    return;
-  }
-  throw oru::CheckFailedException(kSourceFile, __LINE__)
+  if (filesystem::TestDirectory(path) == oru::sOk) return;
+  throw oru::CheckFailedException(kStageSourceFile, __LINE__)
       << u"[correct_setup::detail::CheckSelfDefense] " << u"path is not exists: path = " << path;
 }
 
@@ -41,7 +35,7 @@ void CreateProbeFile(std::u16string& tempFile) {
   tempFile = kProductDataPath;
   const oru::ResultCode rc = helpers::CreateTemporaryFile(u"", tempFile);
   if (!ORU_FAILED(rc)) return;
-  throw oru::CheckResultFailedException(kSourceFile, __LINE__, rc)
+  throw oru::CheckResultFailedException(kStageSourceFile, __LINE__, rc)
       << u"[correct_setup::detail::CheckSelfDefense::<lambda_55d4e313ff881600db388e2b646f2faf>"
          u"::operator ()] "
       << u"path = " << tempFile;
@@ -60,8 +54,7 @@ void CheckSelfDefense() {
     // A probe file that can't be deleted stays behind, without a failure.
     (void)filesystem::RemoveFile(tempFile);
   } catch (const std::exception&) {
-    (void)helpers::TraceCaughtException("setup\t[correct_setup::detail::CheckSelfDefense] ");
-    throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcInvalidSelfDefense);
+    FailStage("setup\t[correct_setup::detail::CheckSelfDefense] ", __LINE__, rcInvalidSelfDefense);
   }
 }
 

@@ -11,13 +11,12 @@
 #include "platform/util/windows/trust.h"
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/handles.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 
 namespace correct_setup::detail {
 namespace {
 
-constexpr char kSourceFile[] = "zum_setup_util_lib/correct_setup";
 constexpr std::u16string_view kRequiredName = u"quorvanta";
 
 // The C library's lower case in its default locale: ASCII letters only.
@@ -27,7 +26,7 @@ char16_t ToLower(char16_t unit) {
 
 void RequirePath(const std::u16string& path) {
   if (!path.empty()) return;
-  throw oru::CheckResultFailedException(kSourceFile, __LINE__, oru::errInvalidPathName)
+  throw oru::CheckResultFailedException(kStageSourceFile, __LINE__, oru::errInvalidPathName)
       << u"[correct_setup::detail::CheckVerisignSignature] " << u"empty path to package";
 }
 
@@ -43,19 +42,29 @@ winapi::WintrustData MakeTrustData(winapi::WintrustFileInfo& file) {
   return data;
 }
 
+// The provider may leave the file open, for some of its refusals too, and an open file could not be
+// removed with its directory. The close of the state would close the number once more, whosever it
+// is by then, so it is taken out.
+void CloseFile(winapi::WintrustFileInfo& file) {
+  if (file.hFile == nullptr || file.hFile == winapi::InvalidHandleValue()) return;
+  (void)winapi::CloseHandle(file.hFile);  // nothing helps where it fails
+  file.hFile = nullptr;
+}
+
 // A result of zero or above passes: only negative ones are failures.
 void VerifyTrust(winapi::WintrustData& data) {
   const std::int32_t status = windows_helpers::WinVerifyTrust(
       winapi::InvalidHandleValue(), &winapi::kWintrustActionGenericVerifyV2, &data);
+  CloseFile(*data.pFile);
   if (status >= 0) return;
   throw windows_helpers::WindowsErrorException(
       static_cast<std::uint32_t>(status),
       "WinVerifyTrust(static_cast<HWND>(((HANDLE)(LONG_PTR)-1)), &guidAction, &sWintrustData)")
-      << oru::SetFile{kSourceFile} << oru::SetLine{__LINE__};
+      << oru::SetFile{kStageSourceFile} << oru::SetLine{__LINE__};
 }
 
 [[noreturn]] void FailCheck(std::uint32_t line, const char16_t* what) {
-  throw oru::CheckFailedException(kSourceFile, line)
+  throw oru::CheckFailedException(kStageSourceFile, line)
       << u"setup\t[correct_setup::detail::CheckVerisignSignature] " << what;
 }
 
@@ -75,18 +84,25 @@ const winapi::CertContext* FindSigningCertificate(winapi::Handle state) {
 void RequireMakersName(std::u16string description) {
   std::transform(description.begin(), description.end(), description.begin(), ToLower);
   if (description.find(kRequiredName) != std::u16string::npos) return;
-  throw oru::CheckResultFailedException(kSourceFile, __LINE__, oru::errInvalidSignature)
+  throw oru::CheckResultFailedException(kStageSourceFile, __LINE__, oru::errInvalidSignature)
       << u"not correct cert information";
+}
+
+// More characters have no size in bytes on a 32-bit system: twice their number wraps.
+constexpr winapi::Dword kMostCharacters = 0x7FFFFFFF;
+
+// Null where there is no memory, and for a size that no block can have.
+char16_t* AllocateText(winapi::Dword size) noexcept {
+  if (size > kMostCharacters) return nullptr;
+  return static_cast<char16_t*>(
+      winapi::LocalAlloc(winapi::kLmemFixed, static_cast<std::size_t>(size) * sizeof(char16_t)));
 }
 
 // Owns a block of LocalAlloc for `size` characters, all of them zero at the start: what the system
 // leaves unwritten in it is the end of the text and not what the memory held before.
 class LocalText {
  public:
-  explicit LocalText(winapi::Dword size) noexcept
-      : m_data(static_cast<char16_t*>(winapi::LocalAlloc(
-            winapi::kLmemFixed, static_cast<std::size_t>(size) * sizeof(char16_t)))),
-        m_size(size) {
+  explicit LocalText(winapi::Dword size) noexcept : m_data(AllocateText(size)), m_size(size) {
     if (m_data != nullptr) std::fill_n(m_data, m_size, u'\0');
   }
   LocalText(const LocalText&) = delete;
@@ -117,9 +133,6 @@ void VerifyPackage(const std::u16string& path) {
   file.pcwszFilePath = path.c_str();
   winapi::WintrustData data = MakeTrustData(file);
   VerifyTrust(data);
-  if (file.hFile != nullptr && file.hFile != winapi::InvalidHandleValue()) {
-    winapi::CloseHandle(file.hFile);
-  }
   const std::u16string description =
       GetCertificateDescription(FindSigningCertificate(data.hWVTStateData));
   ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CheckVerisignSignature] "
@@ -143,7 +156,7 @@ std::u16string GetCertificateDescription(const winapi::CertContext* certificate)
   (void)windows_helpers::CertGetNameStringW(certificate, winapi::kCertNameFriendlyDisplayType,
                                             /*flags=*/0, &type, text.Data(), size);
   if (text.Data() == nullptr) {
-    throw oru::CheckFailedException(kSourceFile, __LINE__)
+    throw oru::CheckFailedException(kStageSourceFile, __LINE__)
         << u"setup\t[correct_setup::detail::GetCertificateDescription] "
         << u"CertGetNameString fail";
   }
@@ -154,8 +167,8 @@ void CheckVerisignSignature(const std::u16string& path) {
   try {
     VerifyPackage(path);
   } catch (const std::exception&) {
-    (void)helpers::TraceCaughtException("setup\t[correct_setup::detail::CheckVerisignSignature] ");
-    throw oru::CheckResultFailedException(kSourceFile, __LINE__, rcSignatureCheckFailed);
+    FailStage("setup\t[correct_setup::detail::CheckVerisignSignature] ", __LINE__,
+              rcSignatureCheckFailed);
   }
 }
 

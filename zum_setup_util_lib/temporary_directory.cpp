@@ -5,6 +5,12 @@
 #include "platform/winapi/winapi/files.h"
 
 namespace correct_setup::helpers {
+namespace {
+
+// The position names the unit that callers know, whichever file of it this is.
+constexpr char kSourceFile[] = "zum_setup_util_lib/helpers";
+
+}  // namespace
 
 std::u16string GetTempDirectory() {
   std::u16string directory;
@@ -12,7 +18,7 @@ std::u16string GetTempDirectory() {
       directory,
       [](winapi::Dword size, char16_t* buffer) { return winapi::GetTempPathW(size, buffer); });
   if (ORU_FAILED(rc)) {
-    throw oru::CheckResultFailedException("zum_setup_util_lib/helpers", __LINE__, rc);
+    throw oru::CheckResultFailedException(kSourceFile, __LINE__, rc);
   }
   return directory;
 }

@@ -6,7 +6,6 @@
 #include "oru/rtl/error_mapping.h"
 #include "oru/rtl/exception_guard.h"
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "platform/util/windows/filesystem/find_context.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/files.h"
@@ -21,21 +20,10 @@ namespace filesystem = product_platform::filesystem;
 
 constexpr std::size_t kLongestPath = 260;
 
-// sOk for a plain directory, sFalse for anything else that is there, else the failure.
-oru::ResultCode TestDirectory(const std::u16string& path) noexcept {
-  winapi::Dword attributes = 0;
-  if (const oru::ResultCode rc = filesystem::QueryFileAttributes(path, attributes);
-      ORU_FAILED(rc)) {
-    return rc;
-  }
-  return filesystem::ClassifyEntry(attributes) == filesystem::EntryClass::kDirectory ? oru::sOk
-                                                                                     : oru::sFalse;
-}
-
 oru::ResultCode AppendUniqueName(std::u16string_view prefix, std::u16string& path) {
   if (path.empty()) path = GetTempDirectory();
   if (path.size() > kLongestPath) return oru::errBufferTooSmall;
-  const oru::ResultCode rc = TestDirectory(path);
+  const oru::ResultCode rc = filesystem::TestDirectory(path);
   if (rc == oru::sFalse || rc == oru::errFileNotFound) return oru::errPathNotFound;
   if (ORU_FAILED(rc)) return rc;
   const std::u16string name = std::u16string(prefix) + FormatGuidText(NewGuid());

@@ -8,7 +8,8 @@
 
 namespace correct_setup {
 
-// Refers to a list that is to be inserted: `stream << TraceList{arguments}`.
+// Refers to a list that is to be inserted: `stream << TraceList{arguments}`. A list that is a
+// temporary lives to the end of that full expression, so a TraceList is never kept beyond it.
 template <typename T>
 struct TraceList {
   const std::vector<T>& items;

@@ -63,6 +63,51 @@ TEST_F(DirectoryContract, TheLimitOfPaths) {
   EXPECT_EQ(0u, Remove(longer));
 }
 
+TEST_F(DirectoryContract, FullStopsAndBlanksAtTheEndFallAway) {
+  EXPECT_EQ(0u, Create(Windows(u"x. ")));
+  EXPECT_TRUE(std::filesystem::is_directory(Native("x")));
+  EXPECT_EQ(183u, Create(Windows(u"x")));
+  EXPECT_EQ(0u, Remove(Windows(u"x .")));
+  EXPECT_FALSE(Exists("x"));
+}
+
+TEST_F(DirectoryContract, ANameOf256CharactersIsTooLong) {
+  const std::u16string path = u"\\\\?\\" + Windows(std::u16string(256, u'n'));
+  const winapi::Error refused =
+      Expected(123u, 2u, "takes a name of 256 characters for a missing one");
+  EXPECT_EQ(refused, Create(path));
+  EXPECT_EQ(refused, Remove(path));
+}
+
+TEST_F(DirectoryContract, OfALinkOnlyTheLinkIsRemoved) {
+  MakeFolder("folder");
+  MakeLink("folder", "link");
+  EXPECT_EQ(0u, Remove(Windows(u"link")));
+  const char* const reason = "removes what a link to a directory leads to, and keeps the link";
+  EXPECT_EQ(Expected(true, false, reason), Exists("folder"));
+  EXPECT_EQ(Expected(false, true, reason), IsLink("link"));
+}
+
+TEST_F(DirectoryContract, ALinkToAFullDirectoryIsRemovedLikeAnother) {
+  MakeFolder("folder");
+  Write("folder/x", "");
+  MakeLink("folder", "link");
+  const char* const reason = "takes a link to a directory for the directory, which isn't empty";
+  EXPECT_EQ(Expected(0u, 145u, reason), Remove(Windows(u"link")));
+  EXPECT_EQ(Expected(false, true, reason), IsLink("link"));
+  EXPECT_TRUE(Exists("folder/x"));
+}
+
+// The bits of the system below keep nobody out who may do everything there.
+TEST_F(DirectoryContract, ADirectoryClosedToWriting) {
+  MakeFolder("folder");
+  ASSERT_TRUE(tests::RunUnixShell(Native(""), "chmod a-w folder"));
+  EXPECT_EQ(Expected(0x10u, 0x11u, "shows a directory that nobody may write as read-only"),
+            winapi::GetFileAttributesW(Windows(u"folder").c_str()));
+  EXPECT_EQ(0u, Remove(Windows(u"folder")));
+  EXPECT_FALSE(Exists("folder"));
+}
+
 TEST_F(DirectoryContract, RemoveTakesAnEmptyDirectory) {
   MakeFolder("folder");
   EXPECT_EQ(0u, Remove(Windows(u"FOLDER\\")));

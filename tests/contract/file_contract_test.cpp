@@ -3,6 +3,13 @@
 #include "platform/winapi/winapi/files.h"
 #include "tests/contract/difference.h"
 #include "tests/contract/file_fixture.h"
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#else
+#include "platform/winapi/host/control.h"
+#endif
 
 namespace {
 
@@ -121,6 +128,48 @@ TEST_F(FileContract, CopyRefusals) {
   EXPECT_EQ("content", Read("file"));
 }
 
+// While it lives, somebody holds the file open and shares it with nobody.
+class HeldFile {
+ public:
+#ifdef _WIN32
+  HeldFile(const std::filesystem::path& file, const std::u16string& /*path*/) {
+    EXPECT_EQ(0, ::_sopen_s(&m_descriptor, file.string().c_str(), _O_RDONLY, _SH_DENYRW, 0));
+  }
+  ~HeldFile() { ::_close(m_descriptor); }
+
+ private:
+  int m_descriptor = -1;
+#else
+  HeldFile(const std::filesystem::path& /*file*/, const std::u16string& path) : m_path(path) {
+    EXPECT_TRUE(winapi::host::LockFile(m_path));
+  }
+  ~HeldFile() { winapi::host::UnlockFile(m_path); }
+
+ private:
+  std::u16string m_path;
+#endif
+ public:
+  HeldFile(const HeldFile&) = delete;
+  HeldFile& operator=(const HeldFile&) = delete;
+};
+
+TEST_F(FileContract, AHeldFileCanBeNeitherCopiedNorCopiedOnto) {
+  Write("held", "content");
+  Write("free", "other");
+  {
+    const HeldFile held(Native("held"), Windows(u"held"));
+    EXPECT_EQ(32u, Copy(Windows(u"held"), Windows(u"x")));
+    EXPECT_EQ(32u, Copy(Windows(u"free"), Windows(u"held")));
+    EXPECT_EQ(32u, Delete(Windows(u"held")));
+    winapi::Dword attributes = 0;
+    EXPECT_EQ(0u, Attributes(Windows(u"held"), attributes));
+    EXPECT_EQ(0x20u, attributes);
+  }
+  EXPECT_FALSE(Exists("x"));
+  EXPECT_EQ("content", Read("held"));
+  EXPECT_EQ(0u, Copy(Windows(u"held"), Windows(u"x")));
+}
+
 TEST_F(FileContract, CopyKeepsReadOnly) {
   Write("from", "content");
   SetReadOnly("from", true);
@@ -211,7 +260,64 @@ TEST_F(FileContract, AttributesOfWhatIsNotThere) {
   }
 }
 
-// Paths of 260 characters with the terminator need the prefix.
+TEST_F(FileContract, ANameOf255CharactersIsTheLongest) {
+  const std::u16string longest = u"\\\\?\\" + Windows(std::u16string(255, u'n'));
+  const std::u16string longer = u"\\\\?\\" + Windows(std::u16string(256, u'n'));
+  const winapi::Error refused =
+      Expected(123u, 2u, "takes a name of 256 characters for a missing one");
+  winapi::Dword attributes = 0;
+  EXPECT_EQ(0u, CreateNew(longest));
+  EXPECT_EQ(0u, Attributes(longest, attributes));
+  EXPECT_EQ(refused, CreateNew(longer));
+  EXPECT_EQ(refused, Attributes(longer, attributes));
+  EXPECT_EQ(refused, Delete(longer));
+  EXPECT_EQ(0u, Delete(longest));
+}
+
+// "x" is what both names mean.
+TEST_F(FileContract, FullStopsAndBlanksAtTheEndFallAway) {
+  EXPECT_EQ(0u, CreateNew(Windows(u"x. ")));
+  EXPECT_TRUE(Exists("x"));
+  EXPECT_EQ(80u, CreateNew(Windows(u"x. .")));
+  EXPECT_EQ(0u, Delete(Windows(u"x ")));
+  EXPECT_FALSE(Exists("x"));
+}
+
+TEST_F(FileContract, ADotInFrontOfANameMeansNothing) {
+  Write(".file", "");
+  MakeFolder(".folder");
+  winapi::Dword attributes = 0;
+  EXPECT_EQ(0u, Attributes(Windows(u".file"), attributes));
+  EXPECT_EQ(Expected(0x20u, 0x22u, "hides files whose names begin with a dot"), attributes);
+  EXPECT_EQ(0u, Attributes(Windows(u".folder"), attributes));
+  EXPECT_EQ(Expected(0x10u, 0x12u, "hides folders whose names begin with a dot"), attributes);
+}
+
+TEST_F(FileContract, AttributesOfLinks) {
+  Write("file", "");
+  MakeFolder("folder");
+  MakeLink("file", "to file");
+  MakeLink("folder", "to folder");
+  MakeLink("none", "to nothing");
+  winapi::Dword attributes = 0;
+  EXPECT_EQ(0u, Attributes(Windows(u"to folder"), attributes));
+  EXPECT_EQ(0x410u, attributes);
+  EXPECT_EQ(0u, Attributes(Windows(u"to file"), attributes));
+  EXPECT_EQ(Expected(0x420u, 0x20u, "shows a link to a file as the file"), attributes);
+  EXPECT_EQ(Expected(0u, 2u, "doesn't see a link to nothing"),
+            Attributes(Windows(u"to nothing"), attributes));
+}
+
+TEST_F(FileContract, OfALinkToAFileOnlyTheLinkIsDeleted) {
+  Write("file", "");
+  MakeLink("file", "link");
+  EXPECT_EQ(0u, Delete(Windows(u"link")));
+  const char* const reason = "deletes what a link to a file leads to, and keeps the link";
+  EXPECT_EQ(Expected(true, false, reason), Exists("file"));
+  EXPECT_EQ(Expected(false, true, reason), IsLink("link"));
+}
+
+// Of a path 259 characters are the most without the prefix.
 TEST_F(FileContract, TheLimitOfPaths) {
   const std::size_t room = 259 - Windows(u"").size();
   ASSERT_LT(room, 240u);

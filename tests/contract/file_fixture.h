@@ -14,6 +14,7 @@
 #include "platform/winapi/winapi/files.h"
 #include "platform/winapi/winapi/handles.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/unix_shell.h"
 
 namespace tests {
 
@@ -48,6 +49,15 @@ class FileFixture : public ::testing::Test {
                                  readOnly ? perm_options::remove : perm_options::add);
   }
 
+  // A symbolic link of the system below; Wine makes none itself.
+  void MakeLink(const std::string& target, const std::string& name) {
+    m_hasLinks = true;
+    EXPECT_TRUE(RunUnixShell(Native(""), "ln -s '" + target + "' '" + name + "'")) << name;
+  }
+  [[nodiscard]] bool IsLink(const std::string& name) const {
+    return RunUnixShell(Native(""), "test -L '" + name + "'");
+  }
+
   // The error of an operation that gives a Boolean, 0 where it succeeded.
   template <class Operation>
   static winapi::Error ErrorOf(Operation operation) {
@@ -65,8 +75,14 @@ class FileFixture : public ::testing::Test {
     return 0;
   }
 
+  // Wine doesn't see links to nothing, so nothing could remove the folder.
+  void TearDown() override {
+    EXPECT_TRUE(!m_hasLinks || RunUnixShell(Native(""), "find . -type l -delete"));
+  }
+
  private:
   TemporaryFolder m_folder;
+  bool m_hasLinks = false;
 };
 
 }  // namespace tests

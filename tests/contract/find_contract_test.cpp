@@ -82,6 +82,24 @@ TEST_F(FindContract, GivesEachEntryOnceWithTheDotsAhead) {
   SetReadOnly("fixed", false);
 }
 
+TEST_F(FindContract, LinksAndNamesWithADot) {
+  Write(".file", "12");
+  Write("file", "123");
+  MakeFolder("folder");
+  MakeLink("file", "to file");
+  MakeLink("folder", "to folder");
+  MakeLink("none", "to nothing");
+  std::map<std::u16string, Found> found = Map(All(Windows(u"*")));
+  EXPECT_EQ(Expected(0x20u, 0x22u, "hides files whose names begin with a dot"),
+            found[u".file"].attributes);
+  EXPECT_EQ((Found{0x410, 0}), found[u"to folder"]);
+  const char* const reason = "shows a link to a file as the file";
+  EXPECT_EQ(Expected(0x420u, 0x20u, reason), found[u"to file"].attributes);
+  EXPECT_EQ(Expected(0u, 3u, reason), found[u"to file"].size);
+  EXPECT_EQ(Expected(std::size_t{1}, std::size_t{0}, "doesn't see a link to nothing"),
+            found.count(u"to nothing"));
+}
+
 TEST_F(FindContract, AnEmptyDirectoryHasTheDotsOnly) {
   const std::vector<std::u16string> dots = {u".", u".."};
   EXPECT_EQ(dots, Names(Windows(u"*")));

@@ -9,6 +9,7 @@
 #include "platform/winapi/winapi/handles.h"
 #include "platform/winapi/winapi/modules.h"
 #include "platform/winapi/winapi/security.h"
+#include "tests/contract/difference.h"
 #include "tests/support/temporary_folder.h"
 
 namespace {
@@ -280,7 +281,7 @@ TEST(DescriptorContract, ADirectoryIsMadeWithOne) {
   winapi::SecurityDescriptor descriptor{};
   ASSERT_NE(0, winapi::InitializeSecurityDescriptor(&descriptor, 1));
   ASSERT_NE(0, winapi::SetSecurityDescriptorDacl(&descriptor, 1, dacl.Get(), 0));
-  const winapi::SecurityAttributes security{sizeof(security), &descriptor, 0};
+  const winapi::SecurityAttributes security{winapi::kSecurityAttributesSize, &descriptor, 0};
   EXPECT_EQ(0u, ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), &security); }));
   EXPECT_EQ(183u, ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), &security); }));
   EXPECT_NE(0, winapi::RemoveDirectoryW(path.c_str()));
@@ -291,11 +292,25 @@ TEST(DescriptorContract, ADirectoryIsNotMadeWithABadOne) {
   const std::u16string path = folder.WindowsPath() + u"\\made";
   winapi::SecurityDescriptor descriptor{};
   descriptor.Revision = 7;
-  const winapi::SecurityAttributes security{sizeof(security), &descriptor, 0};
+  const winapi::SecurityAttributes security{winapi::kSecurityAttributesSize, &descriptor, 0};
   EXPECT_EQ(1305u, ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), &security); }));
   EXPECT_FALSE(std::filesystem::exists(folder.Path() / "made"));
-  const winapi::SecurityAttributes none{sizeof(none), nullptr, 0};
+  const winapi::SecurityAttributes none{winapi::kSecurityAttributesSize, nullptr, 0};
   EXPECT_EQ(0u, ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), &none); }));
+}
+
+TEST(DescriptorContract, SizeOfTheAttributes) {
+  const tests::TemporaryFolder folder;
+  for (const winapi::Dword size : {0u, 11u, 13u, 24u}) {
+    const std::u16string path = folder.WindowsPath() + u"\\made";
+    const winapi::SecurityAttributes security{size, nullptr, 0};
+    const winapi::Error error =
+        ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), &security); });
+    EXPECT_EQ(tests::Expected(87u, 0u, "doesn't look at the attributes' size, nor does Windows"),
+              error)
+        << size;
+    EXPECT_EQ(error == 0, winapi::RemoveDirectoryW(path.c_str()) != 0) << size;
+  }
 }
 
 }  // namespace

@@ -42,6 +42,8 @@ class PipelineCase(MachineCase):
         super().setUp()
         self.caller = pathlib.Path(os.environ["ZUM_CORRECT_SETUP_RUN"])
         self.data = self.machine.drive_c / "ProgramData/Quorvanta/ZUM/Data"
+        if self.data.is_symlink() or self.data.is_file():  # what a killed run left
+            self.data.unlink()
         self.data.mkdir(parents=True, exist_ok=True)
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zum-e2e-", dir=self.machine.drive_c))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)

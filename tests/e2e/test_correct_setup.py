@@ -1,6 +1,7 @@
 """The whole correction's outcomes that need no signature, on both machines, and the line of its caller."""
 
 import os
+import re
 
 import pipeline
 import products
@@ -43,6 +44,16 @@ class Refusals(PipelineCase):
         self.addCleanup(self.data.unlink)
         self.check_refusal(f"/installmsi {self.file('p.msi')} {QUIET}", pipeline.INVALID_SELF_DEFENSE)
 
+    def testLinkInPlaceOfTheDataDirectory(self):
+        elsewhere = self.folder / "elsewhere"
+        elsewhere.mkdir()
+        self.data.rmdir()
+        self.data.symlink_to(elsewhere)
+        self.addCleanup(self.data.unlink)
+        self.check_refusal("/no-operation", pipeline.INVALID_SELF_DEFENSE)
+        self.assertIn("path is not exists: path = c:\\ProgramData\\Quorvanta\\ZUM\\Data", self.errors())
+        self.assertEqual(os.listdir(elsewhere), [])
+
     def testNoArguments(self):
         self.check_refusal("", pipeline.OPERATION_INVALID)
 
@@ -61,6 +72,19 @@ class Refusals(PipelineCase):
 
     def testPatchRemovalWithAWrongCode(self):
         self.check_refusal(f"/uninstallmsp {self.file('p.msp')} 1234 {QUIET}", pipeline.GUID_SYNTAX_INVALID)
+
+    def testDirectoryOfAnotherAlphabetBesideThePackage(self):
+        package = self.file("p.msi")
+        (self.folder / "\u041f\u0430\u043f\u043a\u0430").mkdir()
+        self.check_refusal(f"/installmsi {package} {QUIET}", pipeline.DROP_FILES_FAILED, dropped=True)
+        self.assertRegex(self.errors(), "^" + re.escape(pipeline.PREFIX) + r"detail::DropFiles\] ")
+
+    def testDirectoryOfLatinLettersBesideThePackage(self):
+        """The same without what fails: the next stage sees the copy."""
+        package = self.file("p.msi")
+        (self.folder / "gr\u00fcn").mkdir()
+        self.check_refusal(f"/installmsi {package} {QUIET}", pipeline.SIGNATURE_CHECK_FAILED, dropped=True)
+        self.assertEqual(len([text for text in self.records() if "CopyFileT" in text]), 1)
 
     def testNotAPackageAtAll(self):
         self.check_refusal(f"/installmsi {self.file('p.msi')} {QUIET}", pipeline.SIGNATURE_CHECK_FAILED, dropped=True)

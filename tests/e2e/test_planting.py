@@ -1,7 +1,7 @@
-"""Modules and an installer that are planted beside the program and in the current directory.
+"""Modules and an installer that are planted beside the program, in the current directory and in the search path.
 
 Wine loads a planted module in place of its own only where it is told to, by WINEDLLOVERRIDES; a program with static
-imports shows in each case that the planting would work.
+imports, which starts the installer by its bare name, shows in each case that the planting would work.
 """
 
 import shutil
@@ -50,9 +50,9 @@ class Planting(PackageCase):
             self.assertEqual(self.installed_files(), installed)
             self.assertEqual(self.what_ran(), [])
 
-    def check_control(self, folder, cwd, expected):
+    def check_control(self, folder, cwd, expected, command_line="gullible.exe"):
         control = self.copy_of(self.machine.helpers / "gullible.exe", folder)
-        found = self.machine.start("gullible.exe", program=control, cwd=cwd, environment=self.environment)
+        found = self.machine.start(command_line, program=control, cwd=cwd, environment=self.environment)
         self.assertEqual(found["exit"], "00000000")
         self.assertEqual(self.what_ran(), expected)
 
@@ -72,3 +72,11 @@ class Planting(PackageCase):
         self.check_works(elsewhere, cwd=self.planted)
         # The system's own modules come before those of the current directory for any program.
         self.check_control(elsewhere, self.planted, ["msiexec.exe"])
+
+    def testInTheSearchPath(self):
+        elsewhere = self.machine.folder / "elsewhere"
+        elsewhere.mkdir()
+        self.environment["WINEPATH"] = self.machine.windows_path(self.planted)
+        self.check_works(elsewhere, cwd=self.machine.folder)
+        # A bare name is looked for in the system's directory first, so this control asks the search path alone.
+        self.check_control(elsewhere, self.machine.folder, ["msiexec.exe"], "gullible.exe search-path")

@@ -3,10 +3,14 @@
 #include <algorithm>
 
 #include "oru/rtl/check.h"
+#include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/exceptions.h"
 
 namespace tests {
 namespace {
+
+// What a report leaves behind: who reads the last error of the failure behind it gets this one.
+constexpr winapi::Error kLastErrorOfReport = 4712;
 
 std::int32_t WINAPI_STDCALL RecordCheck(winapi::ExceptionPointers* pointers) noexcept {
   if (pointers == nullptr || pointers->Record == nullptr ||
@@ -15,6 +19,7 @@ std::int32_t WINAPI_STDCALL RecordCheck(winapi::ExceptionPointers* pointers) noe
   }
   ReportedChecks().emplace_back(
       reinterpret_cast<const char*>(pointers->Record->ExceptionInformation[0]));
+  winapi::SetLastError(kLastErrorOfReport);
   return winapi::kExceptionContinueExecution;
 }
 

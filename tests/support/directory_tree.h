@@ -1,6 +1,7 @@
-// A folder of the test's own, with files and directories in it.
-#ifndef TESTS_ZUM_SETUP_UTIL_LIB_DIRECTORY_TREE_H_
-#define TESTS_ZUM_SETUP_UTIL_LIB_DIRECTORY_TREE_H_
+// A folder of the test's own, with files and directories in it. All of this goes past the seam,
+// through the test's own standard library.
+#ifndef TESTS_SUPPORT_DIRECTORY_TREE_H_
+#define TESTS_SUPPORT_DIRECTORY_TREE_H_
 
 #include <algorithm>
 #include <filesystem>
@@ -12,6 +13,7 @@
 
 #include "tests/support/temporary_folder.h"
 #ifndef _WIN32
+#include "platform/winapi/host/control.h"
 #include "platform/winapi/host/paths.h"
 #endif
 
@@ -27,7 +29,6 @@ namespace tests {
 #endif
 }
 
-// All of this goes past the seam, through the test's own standard library.
 [[nodiscard]] inline std::string ReadAll(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
@@ -37,15 +38,29 @@ inline void WriteAll(const std::filesystem::path& file, std::string_view content
   std::ofstream(file, std::ios::binary) << content;
 }
 
-// Of what lies in a directory itself; empty for one that isn't there.
+// Of what lies in a directory itself; throws for one that isn't there.
 [[nodiscard]] inline std::set<std::u16string> NamesIn(const std::filesystem::path& directory) {
   std::set<std::u16string> names;
-  std::error_code ignored;
-  for (const auto& entry : std::filesystem::directory_iterator(directory, ignored)) {
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
     names.insert(entry.path().filename().u16string());
   }
   return names;
 }
+
+// Makes a directory the current one for a while.
+class CurrentDirectory {
+ public:
+  explicit CurrentDirectory(const std::filesystem::path& directory)
+      : m_before(std::filesystem::current_path()) {
+    std::filesystem::current_path(directory);
+  }
+  CurrentDirectory(const CurrentDirectory&) = delete;
+  CurrentDirectory& operator=(const CurrentDirectory&) = delete;
+  ~CurrentDirectory() { std::filesystem::current_path(m_before); }
+
+ private:
+  std::filesystem::path m_before;
+};
 
 // Names are relative to the folder, with slashes between their parts.
 class DirectoryTree {
@@ -69,8 +84,9 @@ class DirectoryTree {
     std::filesystem::create_directories(File(name));
   }
   [[nodiscard]] std::string Read(std::u16string_view name) const { return ReadAll(File(name)); }
+  // A link counts, wherever it leads.
   [[nodiscard]] bool Has(std::u16string_view name) const {
-    return std::filesystem::exists(File(name));
+    return std::filesystem::exists(std::filesystem::symlink_status(File(name)));
   }
   [[nodiscard]] std::set<std::u16string> Names(std::u16string_view name = {}) const {
     return NamesIn(File(name));
@@ -80,6 +96,28 @@ class DirectoryTree {
   TemporaryFolder m_folder;
 };
 
+// While it lives, somebody holds the file open and shares it with nobody who deletes.
+class HeldFile {
+ public:
+#ifdef _WIN32
+  // The C runtime opens without sharing for deletion.
+  HeldFile(const DirectoryTree& tree, std::u16string_view name) : m_stream(tree.File(name)) {}
+
+ private:
+  std::ifstream m_stream;
+#else
+  HeldFile(const DirectoryTree& tree, std::u16string_view name) : m_path(tree.Windows(name)) {
+    winapi::host::LockFile(m_path);
+  }
+  HeldFile(const HeldFile&) = delete;
+  HeldFile& operator=(const HeldFile&) = delete;
+  ~HeldFile() { winapi::host::UnlockFile(m_path); }
+
+ private:
+  std::u16string m_path;
+#endif
+};
+
 }  // namespace tests
 
-#endif  // TESTS_ZUM_SETUP_UTIL_LIB_DIRECTORY_TREE_H_
+#endif  // TESTS_SUPPORT_DIRECTORY_TREE_H_

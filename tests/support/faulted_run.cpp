@@ -70,13 +70,16 @@ void WriteReport() {
   const std::size_t fallible = host::FallibleCallCount();
   const std::size_t injected = host::InjectedFaultCount();
   const std::size_t allocations = host::AllocationCount();
+  const std::optional<std::size_t> position = host::CallsBeforeAllocationFault();
   host::ClearFaults();  // what follows needs memory
   const std::vector<host::CallRecord> calls = host::CallLog();
   std::ofstream report(childRun.reportPath);
   report << "code\t" << childRun.code << "\nthrew\t" << childRun.threw << "\ncounts\t" << fallible
          << '\t' << injected << '\t' << allocations << "\nlive\t" << live.keys << '\t'
          << live.handles << '\t' << live.moduleReferences << '\t' << live.heapBlocks << '\t'
-         << live.localBlocks << '\n';
+         << live.localBlocks << '\t' << live.trustStates << "\nprograms\t"
+         << host::RunningPrograms() << '\n';
+  if (position) report << "position\t" << *position << '\n';
   for (const host::CallRecord& call : calls) {
     report << "call\t" << call.operation << '\t' << call.failed;
     for (const auto& [name, value] : call.arguments) {
@@ -129,6 +132,7 @@ void RedirectTo(int descriptor, const std::string& path) {
     std::_Exit(126);
   }
   if (std::atexit(WriteReport) != 0) std::_Exit(126);
+  if (plan.begin) plan.begin();
   host::StartCallLog();
   host::ClearCallLog();
   host::ClearFaults();
@@ -166,8 +170,10 @@ void ReadLine(const std::vector<std::string>& fields, RunResult& result) {
   }
   if (fields[0] == "live") {
     result.live = {Number(fields.at(1)), Number(fields.at(2)), Number(fields.at(3)),
-                   Number(fields.at(4)), Number(fields.at(5))};
+                   Number(fields.at(4)), Number(fields.at(5)), Number(fields.at(6))};
   }
+  if (fields[0] == "position") result.callsBeforeAllocationFault = Number(fields.at(1));
+  if (fields[0] == "programs") result.runningPrograms = Number(fields.at(1));
   if (fields[0] == "fact") result.facts[fields.at(1)] = fields.at(2);
   if (fields[0] == "call") {
     host::CallRecord call;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,10 @@ struct Fault {
 
 // What a run is made of; all of it happens in the run's own process.
 struct RunPlan {
-  std::function<void()> prepare;         // sets the machine up by the host layer's test face
+  std::function<void()> prepare;  // sets the machine up by the host layer's test face
+  // Called in front of the entry, before the first fault: what belongs to the process and not to
+  // the run, such as its tracer. May be empty.
+  std::function<void()> begin;
   std::function<std::uint32_t()> entry;  // gives the code that the process ends with
   // Called when everything of the process has ended but the host layer: what it gives is handed
   // back.
@@ -43,9 +47,12 @@ struct RunResult {
   std::map<std::string, std::string> facts;  // of inspect
   std::vector<winapi::host::CallRecord> calls;
   winapi::host::LiveResources live;
+  std::size_t runningPrograms = 0;  // started by the run and not ended
   std::size_t fallibleCalls = 0;
   std::size_t injectedFaults = 0;
   std::size_t allocations = 0;
+  // How many of `calls` came before the allocation that was failed.
+  std::optional<std::size_t> callsBeforeAllocationFault;
 };
 
 // The files of the run's machine are below `folder`, which must be empty.

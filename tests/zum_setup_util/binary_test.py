@@ -4,7 +4,8 @@
     binary_test.py --list       the names of the cases
     binary_test.py NAME ...     runs those
 
-ZUM_PROGRAM is the program, ZUM_VERSION its version ("1.0.0").
+ZUM_PROGRAM is the program, ZUM_VERSION its version ("1.0.0"), and ZUM_CORRECT_SETUP_RUN the tests' own program that
+reaches the whole correction.
 """
 
 import os
@@ -21,6 +22,7 @@ import pe_file  # noqa: E402
 
 # What Windows itself pins: these come from the system whatever lies beside the program.
 ALLOWED_IMPORTS = {"kernel32.dll", "advapi32.dll", "ole32.dll", "msvcrt.dll"}
+LOADED_ON_FIRST_USE = ("wintrust.dll", "crypt32.dll", "ktmw32.dll")
 DYNAMIC_BASE, NX_COMPAT = 0x0040, 0x0100
 MOST_BYTES = 1_500_000
 SUPPORTED_SYSTEMS = {
@@ -168,6 +170,16 @@ class Binary(unittest.TestCase):
     def testImportsOnlyWhatTheSystemPins(self):
         self.check(check_imports, self.replaced(b"ADVAPI32.dll", b"WINTRUST.dll"),
                    self.patched(self.file.optional + 96 + 8 * pe_file.DELAY_IMPORTS, b"\0\x10\0\0\x20\0\0\0"))
+
+    def testCorrectionImportsOnlyWhatTheSystemPins(self):
+        """The shipped program has no way to the correction, so this one shows what the correction's code imports."""
+        data = pathlib.Path(os.environ["ZUM_CORRECT_SETUP_RUN"]).read_bytes()
+        for module in LOADED_ON_FIRST_USE:
+            self.assertIn(module.encode("utf-16-le"), data, "that code isn't in the program")
+        self.assertEqual(list(check_imports(pe_file.PeFile(data))), [])
+        for planted in (b"WINTRUST.dll", b"crypt32.dll\0", b"ktmw32.dll\0\0"):
+            self.assertIn(b"ADVAPI32.dll", data)
+            self.assertNotEqual(list(check_imports(pe_file.PeFile(data.replace(b"ADVAPI32.dll", planted)))), [])
 
     def testIsMovedInMemoryAndDoesNotExecuteData(self):
         at = self.file.dll_characteristics_offset

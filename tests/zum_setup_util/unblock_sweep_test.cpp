@@ -106,8 +106,10 @@ class UnblockSweep : public testing::Test {
     const std::filesystem::path folder = m_folder.Path() / std::to_string(++m_runs);
     std::filesystem::create_directory(folder);
     RunResult run = tests::RunFaulted(
-        {Prepare, [] { return static_cast<std::uint32_t>(zum_setup_util::RunSetupUtil()); },
-         Inspect},
+        {.prepare = Prepare,
+         .begin = {},
+         .entry = [] { return static_cast<std::uint32_t>(zum_setup_util::RunSetupUtil()); },
+         .inspect = Inspect},
         fault, folder.string());
     std::filesystem::remove_all(folder);
     ExpectSoundEnd(run);

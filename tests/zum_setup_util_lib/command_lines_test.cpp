@@ -30,12 +30,30 @@ TEST(CommandMsi, SlotsAreInTheOrderOfDeclaration) {
   EXPECT_EQ(tests::VtableSlot(&ICommandMsi::SetFullPathToPackage), first + 2);
 }
 
+static_assert(std::has_virtual_destructor_v<ICommandMsi>);
+static_assert(std::is_abstract_v<ICommandMsi>);
+static_assert(std::is_final_v<correct_setup::CommandInstallMsi>);
+
+// Counts its ends.
+class CountingCommand final : public ICommandMsi {
+ public:
+  explicit CountingCommand(int* ends) : m_ends(ends) {}
+  CountingCommand(const CountingCommand&) = delete;
+  CountingCommand& operator=(const CountingCommand&) = delete;
+  ~CountingCommand() override { ++*m_ends; }
+  std::u16string GetMsiCommandLine() const override { return {}; }
+  std::u16string GetFullPathToPackage() const override { return {}; }
+  void SetFullPathToPackage(const std::u16string& /*path*/) override {}
+
+ private:
+  int* m_ends;
+};
+
 TEST(CommandMsi, IsDeletedThroughTheInterface) {
-  static_assert(std::has_virtual_destructor_v<ICommandMsi>);
-  static_assert(std::is_abstract_v<ICommandMsi>);
-  static_assert(std::is_final_v<correct_setup::CommandInstallMsi>);
-  const std::unique_ptr<ICommandMsi> command = MakeCommand({u"/installmsi", u"p", u"/q"}).command;
-  ASSERT_NE(command, nullptr);
+  int ends = 0;
+  std::unique_ptr<ICommandMsi> command = std::make_unique<CountingCommand>(&ends);
+  command.reset();
+  EXPECT_EQ(ends, 1);
 }
 
 TEST(CommandMsi, ArgumentsAreCopied) {
@@ -116,6 +134,7 @@ struct Setter {
   const char* name;
   Words words;
   std::u16string message;
+  std::u16string line;  // of the command afterwards, with nothing in the path's place
 };
 
 class EmptyReplacement : public testing::TestWithParam<Setter> {};
@@ -130,8 +149,10 @@ TEST_P(EmptyReplacement, HasReplacedThePathWhenItIsRefused) {
     EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), kInvalidArgument);
     EXPECT_EQ(Narrow(std::u16string(exception.Message().view())), Narrow(GetParam().message));
     EXPECT_STREQ(exception.File(), "zum_setup_util_lib/commands_msi");
+    EXPECT_GT(exception.Line(), 0u);
   }
   EXPECT_EQ(outcome.command->GetFullPathToPackage(), u"");
+  EXPECT_EQ(Narrow(outcome.command->GetMsiCommandLine()), Narrow(GetParam().line));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -139,16 +160,21 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Setter{"InstallMsi",
                {u"/installmsi", u"p", u"/q"},
-               u"[correct_setup::CommandInstallMsi::SetFullPathToPackage] empty path"},
+               u"[correct_setup::CommandInstallMsi::SetFullPathToPackage] empty path",
+               u"/norestart /i  /q SKIPREBOOTPENDING=1"},
         Setter{"InstallMsp",
                {u"/installmsp", u"p", u"/q"},
-               u"[correct_setup::CommandInstallMsp::SetFullPathToPackage] empty path"},
+               u"[correct_setup::CommandInstallMsp::SetFullPathToPackage] empty path",
+               u"/norestart /update  /q SKIPREBOOTPENDING=1"},
         Setter{"UninstallMsi",
                {u"/uninstallmsi", u"p", u"/q"},
-               u"[correct_setup::CommandUninstallMsi::SetFullPathToPackage] empty path"},
+               u"[correct_setup::CommandUninstallMsi::SetFullPathToPackage] empty path",
+               u"/norestart /x  /q SKIPREBOOTPENDING=1"},
         Setter{"UninstallMsp",
                {u"/uninstallmsp", u"p", kGuid, u"/q"},
-               u"[correct_setup::CommandUninstallMsp::SetFullPathToPackage] empty path"}),
+               u"[correct_setup::CommandUninstallMsp::SetFullPathToPackage] empty path",
+               u"/norestart /uninstall  /package {12345678-1234-1234-1234-1234567890ab} /q "
+               u"SKIPREBOOTPENDING=1"}),
     [](const auto& tested) { return tested.param.name; });
 
 }  // namespace

@@ -126,6 +126,18 @@ INSTANTIATE_TEST_SUITE_P(
                 {u"/installmsi", u"", u"/q", u"FOO=1"},
                 kNotAllowed,
                 u"not allowed args"},
+        Refusal{"ArgumentsBeforeTheEmptyPatchPath",
+                {u"/installmsp", u"", u"/q", u"FOO=1"},
+                kNotAllowed,
+                u"not allowed args"},
+        Refusal{"ArgumentsBeforeTheEmptyPathToRemove",
+                {u"/uninstallmsi", u"", u"EULA=1"},
+                kSilentMissing,
+                kSilentPrefix + u"not valid args, not silent mode"},
+        Refusal{"ArgumentsBeforeTheEmptyPatchToRemove",
+                {u"/uninstallmsp", u"", kGuid, u"/q", u"FOO=1"},
+                kNotAllowed,
+                u"not allowed args"},
         Refusal{"GuidBeforeTheEmptyPath",
                 {u"/uninstallmsp", u"", u"{1}", u"/q"},
                 kGuidInvalid,
@@ -133,7 +145,11 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"ArgumentsBeforeTheGuid",
                 {u"/uninstallmsp", u"p.msp", u"{1}"},
                 kSilentMissing,
-                kSilentPrefix + u"not valid args, not silent mode"}),
+                kSilentPrefix + u"not valid args, not silent mode"},
+        Refusal{"AllowListBeforeTheGuid",
+                {u"/uninstallmsp", u"p", u"{1}", u"/q", u"FOO=1"},
+                kNotAllowed,
+                u"not allowed args"}),
     [](const auto& tested) { return tested.param.name; });
 
 TEST(CreateCommandMsi, RefusalNamesItsSource) {
@@ -168,6 +184,9 @@ struct GuidCase {
   bool valid;
 };
 
+const std::u16string kEmbeddedZero =
+    u"{1234567" + std::u16string(1, u'\0') + u"-1234-1234-1234-1234567890ab}";
+
 class GuidSyntax : public testing::TestWithParam<GuidCase> {};
 
 TEST_P(GuidSyntax, IsTheWholeText) {
@@ -180,188 +199,57 @@ TEST_P(GuidSyntax, IsTheWholeText) {
 
 INSTANTIATE_TEST_SUITE_P(
     CommandUninstallMsp, GuidSyntax,
-    testing::Values(GuidCase{"LowerCase", kGuid, true},
-                    GuidCase{"UpperCase", u"{12345678-ABCD-EF01-2345-6789ABCDEF01}", true},
-                    GuidCase{"NoBraces", u"12345678-1234-1234-1234-1234567890ab", false},
-                    GuidCase{"OpenBraceOnly", u"{12345678-1234-1234-1234-1234567890ab", false},
-                    GuidCase{"TwoBraces", u"{{12345678-1234-1234-1234-1234567890ab}}", false},
-                    GuidCase{"OneDigitMore", u"{12345678-1234-1234-1234-1234567890abc}", false},
-                    GuidCase{"OneDigitLess", u"{12345678-1234-1234-1234-1234567890a}", false},
-                    GuidCase{"NoHexDigit", u"{12345678-1234-1234-1234-1234567890ag}", false},
-                    GuidCase{"TextBehind", kGuid + u"x", false},
-                    GuidCase{"TextBefore", u"x" + kGuid, false},
-                    GuidCase{"LineEndBehind", kGuid + u"\n", false}, GuidCase{"Empty", u"", false},
-                    GuidCase{"VeryLong", std::u16string(30'000, u'a'), false}),
+    testing::Values(
+        GuidCase{"LowerCase", kGuid, true},
+        GuidCase{"UpperCase", u"{12345678-ABCD-EF01-2345-6789ABCDEF01}", true},
+        GuidCase{"NoBraces", u"12345678-1234-1234-1234-1234567890ab", false},
+        GuidCase{"OpenBraceOnly", u"{12345678-1234-1234-1234-1234567890ab", false},
+        GuidCase{"TwoBraces", u"{{12345678-1234-1234-1234-1234567890ab}}", false},
+        GuidCase{"OneDigitMore", u"{12345678-1234-1234-1234-1234567890abc}", false},
+        GuidCase{"OneDigitLess", u"{12345678-1234-1234-1234-1234567890a}", false},
+        GuidCase{"NoHexDigit", u"{12345678-1234-1234-1234-1234567890ag}", false},
+        GuidCase{"TextBehind", kGuid + u"x", false}, GuidCase{"TextBefore", u"x" + kGuid, false},
+        GuidCase{"LineEndBehind", kGuid + u"\n", false}, GuidCase{"Empty", u"", false},
+        GuidCase{"MixedCase", u"{aBcDeF09-AbCd-eF01-2345-6789aBCDEf01}", true},
+        GuidCase{"DashMovedByOne", u"{1234567-81234-1234-1234-1234567890ab}", false},
+        GuidCase{"LaterDashMovedByOne", u"{12345678-1234-1234-12341-234567890ab}", false},
+        GuidCase{"NoDashes", u"{123456781234123412341234567890abcdef}", false},
+        GuidCase{"DigitForADash", u"{12345678-1234-123451234-1234567890ab}", false},
+        GuidCase{"BlankForADash", u"{12345678 1234-1234-1234-1234567890ab}", false},
+        GuidCase{"ClosingBraceOnly", u"12345678-1234-1234-1234-1234567890ab}", false},
+        GuidCase{"DoubledBraceForADigit", u"{{2345678-1234-1234-1234-1234567890ab}", false},
+        GuidCase{"DoubledBraceForTheOther", u"{{12345678-1234-1234-1234-1234567890ab", false},
+        GuidCase{"Parentheses", u"(12345678-1234-1234-1234-1234567890ab)", false},
+        GuidCase{"BracesOnly", u"{}", false},
+        GuidCase{"FullWidthDigit", u"{\uFF112345678-1234-1234-1234-1234567890ab}", false},
+        GuidCase{"EmbeddedZero", kEmbeddedZero, false},
+        GuidCase{"ZeroBehind", kGuid + std::u16string(1, u'\0'), false},
+        // Matching needs no stack for each character.
+        GuidCase{"VeryLong", std::u16string(30'000, u'a'), false},
+        GuidCase{"VeryLongInBraces", u"{" + std::u16string(30'000, u'a') + u"}", false},
+        GuidCase{"VeryLongBehindAValidOne", kGuid + std::u16string(30'000, u'1'), false}),
     [](const auto& tested) { return tested.param.name; });
 
-// --- The allow list: by beginning, and case counts. Each entry exact, shorter, longer, in other
-// case.
-
-const std::vector<std::u16string> kAllowed = {u"ADDENVIRONMENT=",
-                                              u"ALLOWREBOOT=",
-                                              u"EULA=",
-                                              u"PRIVACYPOLICY=",
-                                              u"INSTALLDIR=",
-                                              u"QVLOGIN=",
-                                              u"QVPASSWD=",
-                                              u"QVPASSWDHEX=",
-                                              u"QVPASSWDAREA=",
-                                              u"QVC=",
-                                              u"SELFPROTECTION=",
-                                              u"SKIPPRODUCTCHECK=",
-                                              u"SKIPPRODUCTUNINSTALL=",
-                                              u"SETUPREG=",
-                                              u"ENABLETRACES=",
-                                              u"TRACESLEVEL=",
-                                              u"INSTALLLEVEL=",
-                                              u"/qn",
-                                              u"/q",
-                                              u"/quiet"};
-const std::vector<std::u16string> kSilentForms = {u"/qn", u"/q",     u"/quiet", u"/QN",
-                                                  u"/Q",  u"/Quiet", u"/qN"};
-
-bool IsAllowed(const std::u16string& argument) {
-  for (const std::u16string& entry : kAllowed) {
-    if (argument.compare(0, entry.size(), entry) == 0) return true;
-  }
-  return false;
+std::uint32_t CodeFor(const std::u16string& guid) {
+  return MakeCommand({u"/uninstallmsp", u"p.msp", guid, u"/q"}).code;
 }
 
-std::u16string OtherCase(std::u16string text) {
-  for (char16_t& unit : text) {
-    if (unit >= u'a' && unit <= u'z')
-      unit = static_cast<char16_t>(unit - 32);
-    else if (unit >= u'A' && unit <= u'Z')
-      unit = static_cast<char16_t>(unit + 32);
-  }
-  return text;
-}
-
-void ExpectGate(const std::u16string& silent, const std::u16string& argument) {
-  const CommandOutcome outcome = MakeCommand({u"/installmsi", u"p.msi", silent, argument});
-  const bool passes = IsAllowed(silent) && IsAllowed(argument);
-  EXPECT_EQ(outcome.command != nullptr, passes) << Narrow(silent) << ' ' << Narrow(argument);
-  EXPECT_EQ(outcome.code, passes ? 0 : kNotAllowed) << Narrow(silent) << ' ' << Narrow(argument);
-}
-
-TEST(AllowList, TakesEachEntryByItsBeginningWithEachSilentSwitch) {
-  for (const std::u16string& silent : kSilentForms) {
-    for (const std::u16string& entry : kAllowed) {
-      ExpectGate(silent, entry);
-      ExpectGate(silent, entry + u"value");
-      ExpectGate(silent, entry.substr(0, entry.size() - 1));
-      ExpectGate(silent, OtherCase(entry));
-      ExpectGate(silent, u" " + entry);
+// Each of the 38 places left out, doubled, and taken by what may stand in no place, and by what may
+// stand in another one.
+TEST(CommandUninstallMspGuid, EveryPlaceCounts) {
+  ASSERT_EQ(CodeFor(kGuid), 0u);
+  for (std::size_t place = 0; place < kGuid.size(); ++place) {
+    std::u16string other = kGuid;
+    EXPECT_EQ(CodeFor(other.erase(place, 1)), kGuidInvalid) << place;
+    other = kGuid;
+    EXPECT_EQ(CodeFor(other.insert(place, 1, kGuid[place])), kGuidInvalid) << place;
+    const bool isDigit = kGuid[place] != u'{' && kGuid[place] != u'}' && kGuid[place] != u'-';
+    for (const char16_t replaced : {u'g', u' ', u'\0', isDigit ? u'-' : u'0'}) {
+      other = kGuid;
+      other[place] = replaced;
+      EXPECT_EQ(CodeFor(other), kGuidInvalid) << place << ' ' << static_cast<int>(replaced);
     }
   }
-}
-
-struct PrefixCase {
-  const char* name;
-  std::u16string argument;
-  bool allowed;
-};
-
-class AllowedBeginnings : public testing::TestWithParam<PrefixCase> {};
-
-TEST_P(AllowedBeginnings, DecideAlone) {
-  const CommandOutcome outcome = MakeCommand({u"/installmsi", u"p", u"/q", GetParam().argument});
-  EXPECT_EQ(outcome.command != nullptr, GetParam().allowed);
-  EXPECT_EQ(outcome.code, GetParam().allowed ? 0 : kNotAllowed);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    AllowList, AllowedBeginnings,
-    testing::Values(PrefixCase{"PropertyWithoutValue", u"EULA=", true},
-                    PrefixCase{"PropertyWithAnyValue", u"EULA= a\"b;&|", true},
-                    PrefixCase{"PropertyInOtherCase", u"eula=1", false},
-                    PrefixCase{"PropertyWithoutEqualSign", u"EULA", false},
-                    PrefixCase{"PropertyWithBlankBeforeTheSign", u"EULA =1", false},
-                    PrefixCase{"Password", u"QVPASSWD=x", true},
-                    PrefixCase{"PasswordInHexadecimal", u"QVPASSWDHEX=x", true},
-                    PrefixCase{"OtherPassword", u"QVPASSWDX=x", false},
-                    PrefixCase{"PasswordWithoutSign", u"QVPASSWD", false},
-                    PrefixCase{"SwitchesOfTheSameBeginning", u"/qb", true},
-                    PrefixCase{"SwitchWithDash", u"-q", false},
-                    PrefixCase{"SwitchInCapitals", u"/QN", false}, PrefixCase{"Slash", u"/", false},
-                    PrefixCase{"NotAscii", u"\u0415ULA=1", false}),
-    [](const auto& tested) { return tested.param.name; });
-
-// --- The silent switch: the whole argument, and case doesn't count.
-
-struct SilentCase {
-  const char* name;
-  std::u16string argument;
-  bool silent;
-};
-
-class SilentSwitches : public testing::TestWithParam<SilentCase> {};
-
-// The last argument is never allowed, so the code tells how far the checks came.
-TEST_P(SilentSwitches, AreComparedWholeAndWithoutCase) {
-  const CommandOutcome outcome = MakeCommand({u"/installmsi", u"p", GetParam().argument, u"FOO"});
-  EXPECT_EQ(outcome.command, nullptr);
-  EXPECT_EQ(outcome.code, GetParam().silent ? kNotAllowed : kSilentMissing);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    CheckSilentArguments, SilentSwitches,
-    testing::Values(SilentCase{"Qn", u"/qn", true}, SilentCase{"Q", u"/q", true},
-                    SilentCase{"Quiet", u"/quiet", true}, SilentCase{"QnCapitals", u"/QN", true},
-                    SilentCase{"QCapital", u"/Q", true}, SilentCase{"QuietMixed", u"/QuIeT", true},
-                    SilentCase{"QnLonger", u"/qn+", false}, SilentCase{"QLonger", u"/qb", false},
-                    SilentCase{"QuietLonger", u"/quietly", false},
-                    SilentCase{"QuietShorter", u"/quie", false},
-                    SilentCase{"BlankBefore", u" /q", false},
-                    SilentCase{"BlankBehind", u"/q ", false}, SilentCase{"NoSlash", u"q", false},
-                    SilentCase{"Dash", u"-q", false}, SilentCase{"Quoted", u"\"/q\"", false},
-                    SilentCase{"Empty", u"", false}),
-    [](const auto& tested) { return tested.param.name; });
-
-TEST(CheckSilentArguments, OneAnywhereIsEnough) {
-  EXPECT_NE(MakeCommand({u"/installmsi", u"p", u"EULA=1", u"/q"}).command, nullptr);
-  EXPECT_NE(MakeCommand({u"/installmsi", u"p", u"/q", u"EULA=1"}).command, nullptr);
-}
-
-TEST(AllowList, EntriesAreTwenty) { EXPECT_EQ(kAllowed.size(), 20u); }
-
-TEST(AllowList, LongerSwitchesPassButAreNotSilent) {
-  EXPECT_EQ(MakeCommand({u"/installmsi", u"p", u"/qb"}).code, kSilentMissing);
-  EXPECT_EQ(MakeCommand({u"/installmsi", u"p", u"/quietly"}).code, kSilentMissing);
-  EXPECT_NE(MakeCommand({u"/installmsi", u"p", u"/qb", u"/quietly", u"/q"}).command, nullptr);
-}
-
-TEST(AllowList, OwnPropertyCanNotBeSupplied) {
-  EXPECT_EQ(MakeCommand({u"/installmsi", u"p", u"/q", u"SKIPREBOOTPENDING=0"}).code, kNotAllowed);
-}
-
-TEST(AllowList, AllRefusedArgumentsStandInOneRecord) {
-  const InstalledTracer tracer;
-  EXPECT_EQ(MakeCommand({u"/installmsi", u"p", u"FOO=1", u"/q", u"/l*v"}).code, kNotAllowed);
-  EXPECT_EQ(tracer.Records(),
-            (TraceRecords{
-                {700, "setup\t[correct_setup::CommandInstallMsi::CommandInstallMsi] call"},
-                {700, "setup\t[correct_setup::`anonymous-namespace'::CheckAllowList] call"},
-                {300,
-                 "setup\t[correct_setup::`anonymous-namespace'::CheckAllowList] not allowed args = "
-                 "[ FOO=1,/l*v ]"}}));
-}
-
-TEST(AllowList, OneRefusedArgumentStandsAlone) {
-  const InstalledTracer tracer;
-  EXPECT_EQ(MakeCommand({u"/installmsi", u"package", u"/q", u"/l*v"}).code, kNotAllowed);
-  ASSERT_EQ(tracer.Records().size(), 3u);
-  EXPECT_EQ(tracer.Records()[2].second,
-            "setup\t[correct_setup::`anonymous-namespace'::CheckAllowList] not allowed args = "
-            "[ /l*v ]");
-}
-
-TEST(AllowList, IsNotReachedWithoutASilentSwitch) {
-  const InstalledTracer tracer;
-  EXPECT_EQ(MakeCommand({u"/installmsi", u"p", u"FOO=1"}).code, kSilentMissing);
-  EXPECT_EQ(
-      tracer.Records(),
-      (TraceRecords{{700, "setup\t[correct_setup::CommandInstallMsi::CommandInstallMsi] call"}}));
 }
 
 TEST(CommandTraces, EachClassHasItsOwnPrefix) {
@@ -390,6 +278,21 @@ TEST(HideSensitiveArguments, KeepsTheBeginningOfTheTwoPasswords) {
       (Words{u"QVPASSWD=<sensitive data was hidden>", u"QVPASSWDHEX=<sensitive data was hidden>",
              u"QVPASSWDAREA=x", u"EULA=1", u"qvpasswd=secret"}));
   EXPECT_EQ(arguments[0], u"QVPASSWD=secret");
+}
+
+TEST(HideSensitiveArguments, HidesAnEmptyValueToo) {
+  EXPECT_EQ(
+      correct_setup::HideSensitiveArguments({u"QVPASSWD=", u"QVPASSWDHEX="}),
+      (Words{u"QVPASSWD=<sensitive data was hidden>", u"QVPASSWDHEX=<sensitive data was hidden>"}));
+}
+
+TEST(HideSensitiveArguments, LeavesANameWithoutTheSign) {
+  const Words arguments = {u"QVPASSWD", u"QVPASSWDHEX", u" QVPASSWD=x", u""};
+  EXPECT_EQ(correct_setup::HideSensitiveArguments(arguments), arguments);
+}
+
+TEST(HideSensitiveArguments, EmptyListStaysEmpty) {
+  EXPECT_EQ(correct_setup::HideSensitiveArguments({}), Words{});
 }
 
 }  // namespace

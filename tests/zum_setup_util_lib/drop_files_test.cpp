@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/directory_tree.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
-#include "tests/zum_setup_util_lib/directory_tree.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 
@@ -21,6 +21,7 @@ namespace {
 using correct_setup::ICommandMsi;
 using correct_setup::ScopedRemoveDirectory;
 using correct_setup::detail::DropFiles;
+using tests::CurrentDirectory;
 using tests::DirectoryTree;
 using tests::InstalledTracer;
 using tests::Narrow;
@@ -104,23 +105,10 @@ TEST(DropFiles, MissingDirectoryLeavesAnEmptyDirectoryToo) {
   const DirectoryTree tree;
   const auto command = CommandFor(tree.Windows(u"missing/a.msi"));
   const ScopedRemoveDirectory owner = DropFiles(command);
-  EXPECT_TRUE(tests::NamesIn(ToLocal(ParentOf(command->GetFullPathToPackage()))).empty());
+  const std::u16string directory = ParentOf(command->GetFullPathToPackage());
+  ExpectDropDirectory(directory);
+  EXPECT_TRUE(tests::NamesIn(ToLocal(directory)).empty());
 }
-
-// Makes a directory the current one for a while.
-class CurrentDirectory {
- public:
-  explicit CurrentDirectory(const std::filesystem::path& directory)
-      : m_before(std::filesystem::current_path()) {
-    std::filesystem::current_path(directory);
-  }
-  CurrentDirectory(const CurrentDirectory&) = delete;
-  CurrentDirectory& operator=(const CurrentDirectory&) = delete;
-  ~CurrentDirectory() { std::filesystem::current_path(m_before); }
-
- private:
-  std::filesystem::path m_before;
-};
 
 // No directory is no current directory: nothing is found, even where the file is at hand.
 TEST(DropFiles, BareNameFindsNothing) {
@@ -132,6 +120,33 @@ TEST(DropFiles, BareNameFindsNothing) {
   const std::u16string copy = command->GetFullPathToPackage();
   ExpectDropDirectory(ParentOf(copy));
   EXPECT_TRUE(copy.ends_with(u"\\a.msi"));
+  EXPECT_TRUE(tests::NamesIn(ToLocal(ParentOf(copy))).empty());
+}
+
+// The drive alone is searched by way of its current directory, but a name is joined to it by a
+// separator and so names a file of the drive's root, which isn't there.
+TEST(DropFiles, DriveRelativePathFindsThePackageAndCopiesFromTheRoot) {
+  const DirectoryTree tree;
+  tree.Write(u"zum-drive-relative.msi");
+  const CurrentDirectory inTree(tree.File(u""));
+  const std::u16string package = tree.Windows().substr(0, 2) + u"zum-drive-relative.msi";
+  const auto command = CommandFor(package);
+  const InstalledTracer tracer;
+  ExpectDropFailure(command);
+  EXPECT_EQ(command->GetFullPathToPackage(), package);
+  EXPECT_TRUE(tracer.Records().back().second.starts_with(
+      "setup\t[correct_setup::detail::DropFiles] CheckResultFailedException - 0x80010102"))
+      << tracer.Records().back().second;
+}
+
+TEST(DropFiles, DriveRelativePathThatIsMissingLeavesAnEmptyDirectory) {
+  const DirectoryTree tree;
+  const CurrentDirectory inTree(tree.File(u""));
+  const auto command = CommandFor(tree.Windows().substr(0, 2) + u"zum-drive-relative.msi");
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  const std::u16string copy = command->GetFullPathToPackage();
+  ExpectDropDirectory(ParentOf(copy));
+  EXPECT_TRUE(copy.ends_with(u"\\zum-drive-relative.msi"));
   EXPECT_TRUE(tests::NamesIn(ToLocal(ParentOf(copy))).empty());
 }
 
@@ -185,6 +200,28 @@ TEST(DropFiles, NameInAnotherCaseMatches) {
   EXPECT_EQ(tests::ReadAll(ToLocal(copy)), "package");
 }
 
+TEST(DropFiles, NameOfAnotherAlphabetIsCopied) {
+  const DirectoryTree tree;
+  tree.Write(u"\u041F\u0430\u043A\u0435\u0442.msi", "package");
+  const auto command = CommandFor(tree.Windows(u"\u041F\u0430\u043A\u0435\u0442.MSI"));
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  const std::u16string copy = command->GetFullPathToPackage();
+  EXPECT_TRUE(copy.ends_with(u"\\\u041F\u0430\u043A\u0435\u0442.MSI"));
+  EXPECT_EQ(tests::NamesIn(ToLocal(ParentOf(copy))), Names{u"\u041F\u0430\u043A\u0435\u0442.msi"});
+  EXPECT_EQ(tests::ReadAll(ToLocal(copy)), "package");
+}
+
+// Only the letters of ASCII are the same in both cases.
+TEST(DropFiles, NameOfAnotherAlphabetInAnotherCaseMatchesNothing) {
+  const DirectoryTree tree;
+  tree.Write(u"\u041F\u0430\u043A\u0435\u0442.msi");
+  const auto command = CommandFor(tree.Windows(u"\u043F\u0430\u043A\u0435\u0442.msi"));
+  const ScopedRemoveDirectory owner = DropFiles(command);
+  const std::u16string directory = ParentOf(command->GetFullPathToPackage());
+  ExpectDropDirectory(directory);
+  EXPECT_TRUE(tests::NamesIn(ToLocal(directory)).empty());
+}
+
 TEST(DropFiles, TwoRunsHaveTwoDirectories) {
   const DirectoryTree tree;
   tree.Write(u"a.msi");
@@ -197,24 +234,41 @@ TEST(DropFiles, TwoRunsHaveTwoDirectories) {
   EXPECT_FALSE(std::filesystem::exists(ToLocal(ParentOf(other->GetFullPathToPackage()))));
 }
 
+constexpr char kStagePrefix[] = "setup\t[correct_setup::detail::DropFiles] ";
+
+// The second record ends in the drop directory's path, which is ASCII.
+std::u16string TracedDirectory(const InstalledTracer& tracer) {
+  const std::string dropped = tracer->Records().at(1).text;
+  return std::u16string(dropped.begin() + static_cast<std::ptrdiff_t>(dropped.rfind(" -> ") + 4),
+                        dropped.end());
+}
+
+// The copying fails at the directory, wherever it stands in the listing; what was copied before it
+// has gone by the time the failure is traced.
 TEST(DropFiles, DirectoryNameBeyond255BesideThePackageFails) {
   const DirectoryTree tree;
+  tree.Write(u"a.msi");
   tree.MakeDirectory(u"\u041F\u0430\u043F\u043A\u0430");
   const std::u16string package = tree.Windows(u"a.msi");
   const auto command = CommandFor(package);
-  const InstalledTracer tracer;
+  InstalledTracer tracer;
+  std::vector<bool> isThere;  // at each record
+  const auto look = [&](char**) {
+    isThere.push_back(tracer->Records().size() > 1 &&
+                      std::filesystem::exists(ToLocal(TracedDirectory(tracer))));
+    return oru::sOk;
+  };
+  tracer->Script(tests::RecordingTracer::Call::kCommit, look, 20);
   ExpectDropFailure(command);
   EXPECT_EQ(command->GetFullPathToPackage(), package);
-  ASSERT_FALSE(tracer.Records().empty());
   EXPECT_EQ(tracer.Records().back().first, 300u);
-  EXPECT_TRUE(
-      tracer.Records().back().second.starts_with("setup\t[correct_setup::detail::DropFiles] "));
-  // The second record ends in the drop directory's path, which is ASCII.
-  const std::string dropped = tracer.Records()[1].second;
-  const std::string directory = dropped.substr(dropped.rfind(" -> ") + 4);
-  ExpectDropDirectory(std::u16string(directory.begin(), directory.end()));
-  EXPECT_FALSE(
-      std::filesystem::exists(ToLocal(std::u16string(directory.begin(), directory.end()))));
+  EXPECT_TRUE(tracer.Records().back().second.starts_with(kStagePrefix));
+  ExpectDropDirectory(TracedDirectory(tracer));
+  ASSERT_EQ(isThere.size(), tracer.Records().size());
+  EXPECT_TRUE(isThere[3]);  // "copy input objects"
+  EXPECT_FALSE(isThere.back());
+  EXPECT_FALSE(std::filesystem::exists(ToLocal(TracedDirectory(tracer))));
+  EXPECT_EQ(tree.Read(u"a.msi"), "content");
 }
 
 // Keeps the path that it is given and refuses it.
@@ -250,9 +304,8 @@ TEST(DropFiles, DirectoryIsRemovedBeforeTheFailureIsTraced) {
   tracer->Script(tests::RecordingTracer::Call::kCommit, look, 20);
   ExpectDropFailure(command);
   EXPECT_EQ(wasThere, std::optional(false));
-  EXPECT_EQ(tracer.Records().back(),
-            (std::pair<std::uint32_t, std::string>{
-                300, "setup\t[correct_setup::detail::DropFiles] refused"}));
+  EXPECT_EQ(tracer.Records().back(), (std::pair<std::uint32_t, std::string>{
+                                         300, std::string(kStagePrefix).append("refused")}));
   ExpectDropDirectory(ParentOf(refused));
 }
 

@@ -4,14 +4,15 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "oru/rtl/exception.h"
 #include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/directory_tree.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
-#include "tests/zum_setup_util_lib/directory_tree.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "zum_setup_util_lib/drop_files.h"
 #include "zum_setup_util_lib/dropper.h"
@@ -100,6 +101,35 @@ TEST_F(ResistingDirectory, DestructorSurvivesWithoutMemory) {
   EXPECT_TRUE(m_tree.Has(u"drop/a/held"));
 }
 
+// Of a directory with something in it, while its nth allocation fails. Gives the number of the
+// allocations.
+std::size_t RemoveWithFault(const DirectoryTree& tree, std::size_t nth) {
+  tree.MakeDirectory(u"drop/a");
+  tree.Write(u"drop/a/file");
+  tree.Write(u"drop/file");
+  std::optional<ScopedRemoveDirectory> directory(tree.Windows(u"drop"));
+  const tests::ScopedAllocationFault fault(nth);
+  directory.reset();
+  return host::AllocationCount();
+}
+
+// One allocation that fails costs one more try at the most, whichever it is.
+TEST(ScopedRemoveDirectoryOnHost, GoesThoughOneAllocationFails) {
+  host::SetClock(133'000'000'000'000'000);
+  const DirectoryTree tree;
+  const std::size_t allocations = RemoveWithFault(tree, 0);
+  EXPECT_GT(allocations, 5u);
+  const std::size_t sleepsBefore = host::Sleeps().size();
+  for (std::size_t nth = 1; nth <= allocations; ++nth) {
+    const std::size_t sleeps = host::Sleeps().size();
+    EXPECT_GE(RemoveWithFault(tree, nth), nth);
+    EXPECT_FALSE(tree.Has(u"drop")) << nth;
+    EXPECT_LE(host::Sleeps().size(), sleeps + 1) << nth;
+  }
+  EXPECT_GT(host::Sleeps().size(), sleepsBefore);
+  host::SetClock(std::nullopt);
+}
+
 TEST(ScopedRemoveDirectoryOnHost, LinksAreRemovedAndNeverFollowed) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"target");
@@ -162,6 +192,106 @@ INSTANTIATE_TEST_SUITE_P(
                    "CheckResultFailedException - 0x80000062 (Out of space). At "
                    "zum_setup_util_lib/filesystem_actions("}),
     [](const auto& tested) { return tested.param.name; });
+
+class SecureDirectoryThatFails : public testing::TestWithParam<const char*> {};
+
+// There is nothing to remove then, and nothing is tried.
+TEST_P(SecureDirectoryThatFails, IsNotRemoved) {
+  const DirectoryTree tree;
+  tree.Write(u"a.msi");
+  const auto command = tests::MakeCommand({u"/installmsi", tree.Windows(u"a.msi"), u"/q"}).command;
+  const InstalledTracer tracer;
+  host::StartCallLog();
+  host::ClearCallLog();
+  host::FailCall(GetParam(), 1, 5);
+  EXPECT_THROW((void)DropFiles(command), oru::CheckResultFailedException);
+  for (const char* operation :
+       {"RemoveDirectoryW", "DeleteFileW", "FindFirstFileExW", "CopyFileW", "Sleep"}) {
+    EXPECT_TRUE(host::CallsOf(operation).empty()) << operation;
+  }
+  for (const auto& [level, text] : tracer.Records()) {
+    EXPECT_FALSE(text.starts_with(kOwnPrefix)) << text;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, SecureDirectoryThatFails,
+                         testing::Values("OpenProcessToken", "CreateWellKnownSid",
+                                         "CreateDirectoryW"),
+                         [](const auto& tested) { return std::string(tested.param); });
+
+// The directory goes with the one file that was copied; the files that it was taken from stay.
+TEST(DropFilesOnHost, FailureInTheMiddleRemovesWhatWasCopied) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"setup");
+  for (const char16_t* name : {u"setup/a", u"setup/b", u"setup/c"}) tree.Write(name);
+  const std::u16string package = tree.Windows(u"setup") + u"\\";
+  const auto command = tests::MakeCommand({u"/installmsi", package, u"/q"}).command;
+  const std::u16string temporary = correct_setup::helpers::GetTempDirectory();
+  host::StartCallLog();
+  host::ClearCallLog();
+  host::FailCall("CopyFileW", 2, 112);
+  EXPECT_THROW((void)DropFiles(command), oru::CheckResultFailedException);
+  EXPECT_EQ(host::CallsOf("CopyFileW").size(), 2u);
+  EXPECT_EQ(host::CallsOf("CreateDirectoryW").size(), 1u);
+  EXPECT_TRUE(tests::NamesIn(ToLocal(temporary)).empty());
+  EXPECT_EQ(tree.Names(u"setup"), (std::set<std::u16string>{u"a", u"b", u"c"}));
+  for (const char16_t* name : {u"setup/a", u"setup/b", u"setup/c"}) {
+    EXPECT_EQ(tree.Read(name), "content");
+  }
+  EXPECT_EQ(command->GetFullPathToPackage(), package);
+}
+
+TEST(DropFilesOnHost, TemporaryDirectoryIsAskedForBeforeTheIdentifier) {
+  const DirectoryTree tree;
+  const auto command = tests::MakeCommand({u"/installmsi", tree.Windows(u"a.msi"), u"/q"}).command;
+  host::StartCallLog();
+  host::ClearCallLog();
+  const ScopedRemoveDirectory directory = DropFiles(command);
+  std::vector<std::string> calls;
+  for (const host::CallRecord& call : host::CallLog()) {
+    for (const char* operation : {"GetTempPathW", "CoCreateGuid", "CreateDirectoryW"}) {
+      if (call.operation == operation) calls.push_back(call.operation);
+    }
+  }
+  EXPECT_EQ(calls, (std::vector<std::string>{"GetTempPathW", "CoCreateGuid", "CreateDirectoryW"}));
+}
+
+// A temporary directory that is longer each time that it is asked for ends in none, and the drop
+// directory is made in the current one.
+TEST(DropFilesOnHost, NoTemporaryDirectoryIsTheCurrentOne) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"setup");
+  tree.MakeDirectory(u"current");
+  tree.Write(u"setup/a.msi", "package");
+  const auto command =
+      tests::MakeCommand({u"/installmsi", tree.Windows(u"setup/a.msi"), u"/q"}).command;
+  const tests::CurrentDirectory current(tree.File(u"current"));
+  host::SetPathScript("GetTempPathW", [](winapi::Dword size) {
+    return host::PathAnswer{{}, size + 1};
+  });
+  {
+    const ScopedRemoveDirectory directory = DropFiles(command);
+    const std::u16string copy = command->GetFullPathToPackage();
+    ASSERT_EQ(copy.size(), 38u + 6u);
+    EXPECT_TRUE(copy.starts_with(u"{") && copy.ends_with(u"}\\a.msi"));
+    EXPECT_EQ(tree.Names(u"current"), (std::set<std::u16string>{copy.substr(0, 38)}));
+    EXPECT_EQ(tree.Read(u"current/" + copy.substr(0, 38) + u"/a.msi"), "package");
+  }
+  EXPECT_TRUE(tree.Names(u"current").empty());
+  host::SetPathScript("GetTempPathW", nullptr);
+}
+
+// A plain directory among the copied objects doesn't get the secure one's descriptor.
+TEST(CopyFilesystemObjectsOnHost, CopiedDirectoryHasNoDescriptor) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"from/data");
+  const ScopedRemoveDirectory directory = correct_setup::DropFilesystemObjects(
+      tree.Windows(u"from"), tree.Windows(u"to"),
+      {{u"data", correct_setup::FilesystemObjectType::Directory}});
+  EXPECT_TRUE(tree.Has(u"to/data"));
+  EXPECT_TRUE(host::DescriptorOf(tree.Windows(u"to")).has_value());
+  EXPECT_EQ(host::DescriptorOf(tree.Windows(u"to/data")), std::nullopt);
+}
 
 // The status of the call is dropped, and the name is made of zeros.
 TEST(DropFilesOnHost, FailedIdentifierIsAllZeros) {

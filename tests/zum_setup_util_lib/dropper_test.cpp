@@ -2,15 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <algorithm>
 #include <set>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "platform/util/windows/system_error.h"
-#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/support/directory_tree.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 
 namespace {
@@ -27,6 +28,9 @@ using Names = std::set<std::u16string>;
 
 constexpr auto kFile = FilesystemObjectType::File;
 constexpr auto kDirectory = FilesystemObjectType::Directory;
+
+constexpr char kOwnPrefix[] =
+    "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] ";
 
 std::string Narrow(const std::u16string& text) { return {text.begin(), text.end()}; }
 
@@ -80,11 +84,38 @@ TEST(ScopedRemoveDirectory, GivesUpAfterElevenTries) {
             "setup\t[correct_setup::helpers::TryExecuteWithRepeat] try repeat execution: count "
             "10:10");
   EXPECT_EQ(records[21].first, 300u);
-  EXPECT_TRUE(records[21].second.starts_with(
-      "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] "
-      "CheckResultFailedException - 0x8001010"))
+  EXPECT_TRUE(records[21].second.starts_with(std::string(kOwnPrefix) +
+                                             "CheckResultFailedException - 0x8001010"))
       << records[21].second;
   EXPECT_NE(records[21].second.find(". At zum_setup_util_lib/dropper("), std::string::npos);
+}
+
+std::size_t CountOf(const tests::TraceRecords& records, std::string_view beginning) {
+  return static_cast<std::size_t>(
+      std::count_if(records.begin(), records.end(),
+                    [&](const auto& record) { return record.second.starts_with(beginning); }));
+}
+
+// Somebody holds a file in it: what nobody holds goes, and the end comes after the tenth repeat.
+TEST(ScopedRemoveDirectory, HeldFileMakesItStay) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"drop/a");
+  for (const char16_t* name : {u"drop/a/held", u"drop/a/free", u"drop/free"}) tree.Write(name);
+  const InstalledTracer tracer;
+  {
+    const tests::HeldFile held(tree, u"drop/a/held");
+    const ScopedRemoveDirectory directory(tree.Windows(u"drop"));
+  }
+  EXPECT_TRUE(tree.Has(u"drop/a/held"));
+  EXPECT_FALSE(tree.Has(u"drop/a/free"));
+  EXPECT_FALSE(tree.Has(u"drop/free"));
+  const tests::TraceRecords records = tracer.Records();
+  EXPECT_EQ(CountOf(records,
+                    "setup\t[correct_setup::helpers::TryExecuteWithRepeat] try repeat execution: "),
+            10u);
+  EXPECT_EQ(CountOf(records, kOwnPrefix), 1u);
+  EXPECT_EQ(records.back().first, 300u);
+  EXPECT_TRUE(records.back().second.starts_with(kOwnPrefix)) << records.back().second;
 }
 
 struct Masks {
@@ -136,6 +167,21 @@ TEST(CopyFilesystemObjects, MissingSourceIsNoFailure) {
   tree.MakeDirectory(u"to");
   CopyFilesystemObjects(tree.Windows(u"from"), tree.Windows(u"to"), {{u"a", kFile}});
   EXPECT_TRUE(tree.Names(u"to").empty());
+}
+
+TEST(CopyFilesystemObjects, ObjectThatTwoEntriesMatchIsCopiedOnce) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"from/data");
+  tree.Write(u"from/a.msi");
+  tree.MakeDirectory(u"to");
+  const InstalledTracer tracer;
+  CopyFilesystemObjects(
+      tree.Windows(u"from"), tree.Windows(u"to"),
+      {{u"a.msi", kFile}, {u"*.msi", kFile}, {u"", kDirectory}, {u"data", kDirectory}});
+  EXPECT_EQ(tree.Names(u"to"), (Names{u"a.msi", u"data"}));
+  const std::string action = "setup\t[correct_setup::FileSystemActions::";
+  EXPECT_EQ(CountOf(tracer.Records(), action + "CopyFileT] "), 1u);
+  EXPECT_EQ(CountOf(tracer.Records(), action + "CreateDirectoryT] "), 1u);
 }
 
 TEST(CopyFilesystemObjects, TracesItsList) {

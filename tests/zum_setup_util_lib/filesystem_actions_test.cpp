@@ -3,20 +3,22 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <functional>
 #include <set>
 #include <string>
 
-#include "oru/rtl/exception.h"
 #include "platform/util/windows/system_error.h"
-#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/support/directory_tree.h"
+#include "tests/zum_setup_util_lib/action_failure.h"
+#include "tests/zum_setup_util_lib/directory_link.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 
 namespace actions = correct_setup::FileSystemActions;
 
 namespace {
 
+using tests::DirectoryLink;
 using tests::DirectoryTree;
+using tests::ExpectFailure;
 using tests::InstalledTracer;
 
 constexpr std::uint32_t kInvalidArgument = 0x80000046;
@@ -24,20 +26,6 @@ constexpr std::uint32_t kFileNotFound = 0x80010102;
 constexpr std::uint32_t kPathNotFound = 0x80010103;
 constexpr std::uint32_t kAlreadyExists = 0x80010105;
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
-
-// Expects this very failure, with no message unless one is named.
-void ExpectFailure(std::uint32_t code, const std::function<void()>& action,
-                   std::u16string_view message = {}) {
-  try {
-    action();
-    FAIL() << "it returned";
-  } catch (const oru::CheckResultFailedException& exception) {
-    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), code);
-    EXPECT_EQ(exception.Message().view(), message);
-    EXPECT_STREQ(exception.File(), kSourceFile);
-    EXPECT_GT(exception.Line(), 0u);
-  }
-}
 
 std::string Narrow(const std::u16string& text) { return {text.begin(), text.end()}; }
 
@@ -134,6 +122,14 @@ TEST(IsDirectoryT, TellsFilesFromDirectories) {
   EXPECT_TRUE(actions::IsDirectoryT(tree.Windows(u"directory")));
 }
 
+TEST(IsDirectoryT, DirectoryLinkIsNone) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"target");
+  const DirectoryLink link(tree, u"link", u"target");
+  EXPECT_TRUE(actions::ExistsT(tree.Windows(u"link")));
+  EXPECT_FALSE(actions::IsDirectoryT(tree.Windows(u"link")));
+}
+
 TEST(IsDirectoryT, MissingFails) {
   const DirectoryTree tree;
   ExpectFailure(kFileNotFound, [&] { (void)actions::IsDirectoryT(tree.Windows(u"missing")); });
@@ -155,6 +151,24 @@ TEST(CopyDirectoryT, CopiesATree) {
   EXPECT_EQ(tree.Read(u"to/a/2.txt"), "two");
   EXPECT_EQ(tree.Read(u"to/a/b/3.txt"), "three");
   EXPECT_TRUE(tree.Has(u"from/a/b/3.txt"));
+}
+
+// A record for each directory and file, each directory before what is in it.
+TEST(CopyDirectoryT, TracesItsSteps) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"from/a/b");
+  tree.Write(u"from/a/b/f");
+  const InstalledTracer tracer;
+  actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to"));
+  const std::string prefix = "setup\t[correct_setup::FileSystemActions::";
+  const std::string from = Narrow(tree.Windows(u"from"));
+  const std::string to = Narrow(tree.Windows(u"to"));
+  EXPECT_EQ(tracer.Records(),
+            (tests::TraceRecords{
+                {700, prefix + "CreateDirectoryT] dir = " + to},
+                {700, prefix + "CreateDirectoryT] dir = " + to + "\\a"},
+                {700, prefix + "CreateDirectoryT] dir = " + to + "\\a\\b"},
+                {700, prefix + "CopyFileT] " + from + "\\a\\b\\f -> " + to + "\\a\\b\\f"}}));
 }
 
 TEST(CopyDirectoryT, EmptySourceMakesAnEmptyDirectory) {
@@ -182,6 +196,28 @@ TEST(CopyDirectoryT, MissingSourceFails) {
       [&] { actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to")); },
       u"arg 'from' not directory");
   EXPECT_FALSE(tree.Has(u"to"));
+}
+
+TEST(CopyDirectoryT, DirectoryLinkAsSourceFails) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"target");
+  tree.Write(u"target/a");
+  const DirectoryLink link(tree, u"link", u"target");
+  ExpectFailure(
+      kInvalidArgument,
+      [&] { actions::CopyDirectoryT(tree.Windows(u"link"), tree.Windows(u"to")); },
+      u"arg 'from' not directory");
+  EXPECT_FALSE(tree.Has(u"to"));
+}
+
+TEST(CopyDirectoryT, DirectoryLinksInATreeAreNotCopied) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"from/a");
+  tree.Write(u"from/a/file");
+  const DirectoryLink link(tree, u"from/b", u"from/a");
+  actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to"));
+  EXPECT_EQ(tree.Names(u"to"), std::set<std::u16string>{u"a"});
+  EXPECT_EQ(tree.Names(u"to/a"), std::set<std::u16string>{u"file"});
 }
 
 TEST(CopyDirectoryT, ExistingTargetFails) {

@@ -6,10 +6,12 @@
 #include <string>
 #include <type_traits>
 #include <typeinfo>
+#include <vector>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/vtable_slot.h"
-#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/zum_setup_util_lib/directory_link.h"
 
 namespace {
 
@@ -17,6 +19,8 @@ using correct_setup::CreateFilesystemIterator;
 using correct_setup::FilesystemObject;
 using correct_setup::FilesystemObjectType;
 using correct_setup::IFilesystemIterator;
+using product_platform::filesystem::FindContext;
+using tests::DirectoryLink;
 using tests::DirectoryTree;
 
 using Listing = std::map<std::u16string, FilesystemObjectType>;
@@ -208,6 +212,93 @@ TEST(FilesystemIterator, DirectoryNameBeyond255EndsTheWalk) {
   }
 }
 
+// U+1F600 is 0xF600 in its low 16 bits.
+TEST(FilesystemIterator, DirectoryNameOfAPairEndsTheWalkToo) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"\xD83D\xDE00");
+  const auto objects = CreateFilesystemIterator(tree.Windows());
+  EXPECT_THROW((void)objects->MoveNext(), std::bad_cast);
+}
+
+// The conversion takes the low 16 bits of a character: those of U+10041 are an "A", and those of
+// U+1002E are the full stop, so that the directory passes for the one that all have.
+TEST(FilesystemIterator, DirectoryNameOfAPairCountsByItsLowBits) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"\xD800\xDC41");
+  tree.MakeDirectory(u"\xD800\xDC2E");
+  tree.MakeDirectory(u"\xD800\xDC2E\xD800\xDC2E");
+  tree.MakeDirectory(u"\xD800\xDC2E\xD800\xDC2E\xD800\xDC2E");
+  EXPECT_EQ(List(tree.Windows()), (Listing{{u"\xD800\xDC41", kDirectory},
+                                           {u"\xD800\xDC2E\xD800\xDC2E\xD800\xDC2E", kDirectory}}));
+}
+
+// The directory that ended it isn't met again.
+TEST(FilesystemIterator, WalkCanGoOnBehindTheDirectoryThatEndedIt) {
+  const DirectoryTree tree;
+  const Listing others = {{u"a", kFile}, {u"b", kDirectory}, {u"c", kFile}, {u"\u042F", kFile}};
+  for (const auto& [name, type] : others) {
+    if (type == kDirectory)
+      tree.MakeDirectory(name);
+    else
+      tree.Write(name);
+  }
+  tree.MakeDirectory(u"\u041F");
+  const auto objects = CreateFilesystemIterator(tree.Windows());
+  Listing found;
+  int ends = 0;
+  for (bool goesOn = true; goesOn && ends < 3;) {
+    try {
+      goesOn = objects->MoveNext();
+      if (!goesOn) break;
+      const FilesystemObject object = objects->GetCurrentObject();
+      EXPECT_TRUE(found.emplace(object.m_name, object.m_type).second);
+    } catch (const std::bad_cast&) {
+      ++ends;
+    }
+  }
+  EXPECT_EQ(found, others);
+  EXPECT_EQ(ends, 1);
+}
+
+TEST(FilesystemIterator, OrderIsThatOfTheSearch) {
+  const DirectoryTree tree;
+  for (const char16_t* name :
+       {u"m", u"b", u"Z.msi", u"a", u"q9", u"10", u"9", u"_x", u"B2", u"\u00E4"}) {
+    tree.Write(name);
+  }
+  std::vector<std::u16string> searched;
+  FindContext context;
+  ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
+  do {
+    if (context.Name() != u"." && context.Name() != u"..") searched.emplace_back(context.Name());
+  } while (context.FindNext() == oru::sOk);
+  ASSERT_EQ(searched.size(), 10u);
+  std::vector<std::u16string> yielded;
+  const auto objects = CreateFilesystemIterator(tree.Windows());
+  while (objects->MoveNext()) yielded.push_back(objects->GetCurrentObject().m_name);
+  EXPECT_EQ(yielded, searched);
+}
+
+TEST(FilesystemIterator, DirectoryOfLinksIsLikeAnEmptyOne) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"target");
+  tree.Write(u"target/a.msi");
+  tree.MakeDirectory(u"links");
+  const DirectoryLink one(tree, u"links/one", u"target");
+  const DirectoryLink other(tree, u"links/other", u"links");
+  const auto objects = CreateFilesystemIterator(tree.Windows(u"links"));
+  EXPECT_FALSE(objects->MoveNext());
+  ExpectNoState(*objects);
+}
+
+TEST(FilesystemIterator, LinksAmongOtherEntriesArePassedOver) {
+  const DirectoryTree tree;
+  tree.MakeDirectory(u"a");
+  tree.Write(u"z");
+  const DirectoryLink link(tree, u"link", u"a");
+  EXPECT_EQ(List(tree.Windows()), (Listing{{u"a", kDirectory}, {u"z", kFile}}));
+}
+
 TEST(FilesystemIterator, ForeignIteratorsAreIndependent) {
   const DirectoryTree tree;
   tree.Write(u"a.msi");
@@ -219,7 +310,7 @@ TEST(FilesystemIterator, ForeignIteratorsAreIndependent) {
   EXPECT_EQ(one->GetCurrentObject().m_name, u"a.msi");
 }
 
-void ExpectNotValid(const product_platform::filesystem::FindContext* from) {
+void ExpectNotValid(const FindContext* from) {
   try {
     (void)correct_setup::MakeFilesystemObject(from);
     FAIL() << "there is an object";
@@ -232,7 +323,7 @@ void ExpectNotValid(const product_platform::filesystem::FindContext* from) {
 TEST(MakeFilesystemObject, RefusesAMissingSearch) { ExpectNotValid(nullptr); }
 
 TEST(MakeFilesystemObject, RefusesASearchThatIsNotOpen) {
-  const product_platform::filesystem::FindContext context;
+  const FindContext context;
   ExpectNotValid(&context);
 }
 

@@ -1,5 +1,6 @@
 // What the launch tests start: writes the command line that it was given into a file beside itself,
-// as UTF-16, and ends with the number behind "exit=" in it, else with 0.
+// as UTF-16, and its own process number into another one, and ends with the number behind "exit="
+// in the line, else with 0.
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -8,6 +9,8 @@
 #ifdef _WIN32
 #include "platform/winapi/winapi/modules.h"
 #include "platform/winapi/winapi/process.h"
+#else
+#include <unistd.h>
 #endif
 
 namespace {
@@ -19,6 +22,7 @@ std::filesystem::path OwnPath() {
   return std::filesystem::path(std::u16string(path, length));
 }
 std::u16string OwnCommandLine(char**) { return winapi::GetCommandLineW(); }
+std::uint32_t OwnNumber() { return winapi::GetCurrentProcessId(); }
 #else
 std::filesystem::path OwnPath() { return std::filesystem::read_symlink("/proc/self/exe"); }
 // The host hands the whole line over as one argument.
@@ -26,6 +30,7 @@ std::u16string OwnCommandLine(char** arguments) {
   return arguments[1] == nullptr ? std::u16string()
                                  : std::filesystem::path(arguments[1]).u16string();
 }
+std::uint32_t OwnNumber() { return static_cast<std::uint32_t>(::getpid()); }
 #endif
 
 std::uint32_t NumberBehind(const std::u16string& text, const std::u16string& word) {
@@ -46,5 +51,6 @@ int main(int, char** arguments) {
   stream.write(reinterpret_cast<const char*>(line.data()),
                static_cast<std::streamsize>(line.size() * sizeof(char16_t)));
   stream.close();
+  std::ofstream(OwnPath().replace_extension(".pid")) << OwnNumber();
   return static_cast<int>(NumberBehind(line, u"exit="));
 }

@@ -1,9 +1,9 @@
 // The stage over the host's registry and its transactions.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "oru/rtl/exception.h"
@@ -11,124 +11,26 @@
 #include "platform/winapi/host/transacted_registry.h"
 #include "platform/winapi/host/transactions.h"
 #include "platform/winapi/winapi/handles.h"
-#include "tests/support/allocation_faults.h"
-#include "tests/support/checks.h"
-#include "tests/support/test_registry.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
+#include "tests/zum_setup_util_lib/pending_on_host.h"
+#include "tests/zum_setup_util_lib/system_pending_list.h"
 #include "zum_setup_util_lib/pending_operations.h"
 
 namespace host = winapi::host;
 using correct_setup::detail::CorrectPendingOperations;
 using correct_setup::detail::TryCorrectPendingOperations;
 using tests::InstalledTracer;
+using tests::ListBytes;
+using tests::PendingOnHost;
 using tests::TraceRecords;
 
 namespace {
 
-using Record = std::pair<std::uint32_t, std::string>;
 using Bytes = std::vector<std::uint8_t>;
 
-const std::u16string kKey = u"HKEY_LOCAL_MACHINE\\SYSTEM\\ControlSet001\\Control\\Session Manager";
-constexpr char16_t kValue[] = u"PendingFileRenameOperations";
-
-const std::string kTry = "setup\t[correct_setup::detail::TryCorrectPendingOperations] ";
-const std::string kOne = "setup\t[correct_setup::detail::CorrectPendingOperations] ";
+const std::string& kTry = tests::kPendingStage;
+const std::string& kOne = tests::kPendingAttempt;
 const std::string kRepeat = "setup\t[correct_setup::helpers::TryExecuteWithRepeat] ";
-
-// The bytes of the strings, each with its zero, and of the end mark.
-Bytes ListBytes(const std::vector<std::u16string>& strings) {
-  std::u16string text;
-  for (const std::u16string& string : strings) text.append(string).push_back(u'\0');
-  return tests::Utf16Bytes(text + u'\0', 0);
-}
-
-// Strings that don't fit into an object.
-const Bytes kLongBefore =
-    ListBytes({u"\\A long enough for a block", u"\\B long enough for a block"});
-const Bytes kLongAfter =
-    ListBytes({u"\\B long enough for a block", u"", u"\\A long enough for a block",
-               u"\\B long enough for a block"});
-
-class PendingOnHost : public ::testing::Test {
- protected:
-  PendingOnHost() {
-    host::SetClock(133'000'000'000'000'000);
-    EXPECT_TRUE(host::CreateRegistryKey(kKey));
-    m_sleepsBefore = host::Sleeps().size();
-    host::ClearCallLog();
-    host::StartCallLog();
-  }
-  ~PendingOnHost() override {
-    host::ClearFaults();
-    host::ShowAll();
-    EXPECT_EQ(host::Live().handles, 0u);
-    EXPECT_EQ(host::Live().keys, 0u);
-    (void)host::DeleteRegistryTree(u"HKEY_LOCAL_MACHINE\\SYSTEM\\ControlSet001");
-    host::SetClock(std::nullopt);
-  }
-
-  static void SetList(const std::vector<std::u16string>& list) { SetRaw(7, ListBytes(list)); }
-  static void SetRaw(winapi::Dword type, Bytes data) {
-    EXPECT_TRUE(host::SetRegistryValue(kKey, {kValue, type, std::move(data)}));
-  }
-  // The data of the value; nullopt without one.
-  static std::optional<Bytes> Raw() {
-    const auto values = host::RegistryValues(kKey);
-    if (!values || values->empty()) return std::nullopt;
-    return values->front().data;
-  }
-
-  [[nodiscard]] std::vector<winapi::Dword> Sleeps() const {
-    return {host::Sleeps().begin() + static_cast<std::ptrdiff_t>(m_sleepsBefore),
-            host::Sleeps().end()};
-  }
-
-  // What was traced between the scopes of the stage and of its one attempt.
-  [[nodiscard]] TraceRecords TracedByOneAttempt() const {
-    TraceRecords records = m_tracer.Records();
-    EXPECT_GE(records.size(), 4u);
-    if (records.size() < 4) return {};
-    EXPECT_EQ(records[0], Record(700, kTry + " begin"));
-    EXPECT_EQ(records[1], Record(700, kOne + " begin"));
-    EXPECT_EQ(records[records.size() - 2], Record(700, kOne + " end"));
-    EXPECT_EQ(records.back(), Record(700, kTry + " end"));
-    return {records.begin() + 2, records.end() - 2};
-  }
-  [[nodiscard]] TraceRecords Records() const { return m_tracer.Records(); }
-  [[nodiscard]] std::vector<std::string> ErrorRecords() const {
-    std::vector<std::string> texts;
-    for (const auto& [level, text] : m_tracer.Records()) {
-      if (level == 300) texts.push_back(text);
-    }
-    return texts;
-  }
-
-  static std::size_t Count(const char* operation) { return host::CallsOf(operation).size(); }
-
-  // Runs the stage and gives what it throws, if it does.
-  static std::optional<oru::CheckResultFailedException> RunFailing() {
-    try {
-      TryCorrectPendingOperations();
-      return std::nullopt;
-    } catch (const oru::CheckResultFailedException& exception) {
-      return exception;
-    }
-  }
-
-  // One attempt that skips silently.
-  void ExpectSilentSkip() {
-    TryCorrectPendingOperations();
-    EXPECT_EQ(TracedByOneAttempt(), TraceRecords());
-    EXPECT_EQ(Sleeps().size(), 0u);
-    EXPECT_EQ(Count("CreateTransaction"), 1u);
-    EXPECT_EQ(Count("RegSetValueExW"), 0u);
-    EXPECT_EQ(Count("CommitTransaction"), 0u);
-  }
-
- private:
-  InstalledTracer m_tracer;
-  std::size_t m_sleepsBefore = 0;
-};
 
 TEST_F(PendingOnHost, ListIsRewrittenInOneTransaction) {
   SetList({u"\\A", u"\\B"});
@@ -219,16 +121,17 @@ TEST_F(PendingOnHost, LastEmptyStringOfAListThatStaysIsKept) {
 }
 
 TEST_F(PendingOnHost, MissingKeySkips) {
-  ASSERT_TRUE(host::DeleteRegistryTree(kKey));
+  ASSERT_TRUE(host::DeleteRegistryTree(tests::kPendingKey));
   ExpectSilentSkip();
 }
 
 TEST_F(PendingOnHost, KeyOfTheCurrentControlSetIsNotTouched) {
   const std::u16string current =
       u"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Session Manager";
-  ASSERT_TRUE(host::DeleteRegistryTree(kKey));
+  ASSERT_TRUE(host::DeleteRegistryTree(tests::kPendingKey));
   ASSERT_TRUE(host::CreateRegistryKey(current));
-  ASSERT_TRUE(host::SetRegistryValue(current, {kValue, 7, ListBytes({u"\\A", u"\\B"})}));
+  ASSERT_TRUE(
+      host::SetRegistryValue(current, {tests::kPendingValue, 7, ListBytes({u"\\A", u"\\B"})}));
   ExpectSilentSkip();
   EXPECT_EQ(host::RegistryValues(current)->front().data, ListBytes({u"\\A", u"\\B"}));
   EXPECT_TRUE(host::DeleteRegistryTree(u"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet"));
@@ -236,7 +139,7 @@ TEST_F(PendingOnHost, KeyOfTheCurrentControlSetIsNotTouched) {
 
 TEST_F(PendingOnHost, RefusedKeySkips) {
   SetList({u"\\A", u"\\B"});
-  host::DenyRegistryRights(kKey, 2);
+  host::DenyRegistryRights(tests::kPendingKey, 2);
   ExpectSilentSkip();
 }
 
@@ -299,6 +202,26 @@ TEST_F(PendingOnHost, FailedWriteIsRepeatedInANewTransaction) {
       "0x80000045 (Access denied). At zum_setup_util_lib/correct_setup(";
   EXPECT_TRUE(ErrorRecords()[0].starts_with(start)) << ErrorRecords()[0];
   EXPECT_EQ(ErrorRecords()[0], ErrorRecords()[1]);
+}
+
+// Behind the failed attempt somebody else writes another list.
+TEST_F(PendingOnHost, EachAttemptReadsTheListAfresh) {
+  SetList({u"\\A", u"\\B"});
+  host::FailCall("RegSetValueExW", 1, 5);
+  InstalledTracer tracer;
+  const auto commit = tests::RecordingTracer::Call::kCommit;
+  tracer->Script(
+      commit, [](char**) { return oru::sOk; }, 6);
+  tracer->Script(commit, [](char**) {
+    SetList({u"\\C", u"\\D", u"\\E", u""});
+    return oru::sOk;
+  });
+  TryCorrectPendingOperations();
+  ASSERT_EQ(tracer.Records().size(), 14u);
+  EXPECT_EQ(tracer.Records()[3].second, kOne + " from [ \\A,\\B ]");
+  EXPECT_EQ(tracer.Records()[6].first, 300u) << "the list was changed behind the attempt";
+  EXPECT_EQ(tracer.Records()[10].second, kOne + " from [ \\C,\\D,\\E ]");
+  EXPECT_EQ(Raw(), ListBytes({u"\\D", u"", u"\\C", u"\\D", u"\\E"}));
 }
 
 TEST_F(PendingOnHost, RecordsOfARepeat) {
@@ -392,6 +315,15 @@ TEST_F(PendingOnHost, ForeignWriterIsAConflict) {
   EXPECT_EQ(Raw(), ListBytes({u"\\B", u"", u"\\A", u"\\B"}));
 }
 
+TEST_F(PendingOnHost, ListOfTheSystemIsRewritten) {
+  SetRaw(7, tests::PendingBytesOfTheSystem());
+  TryCorrectPendingOperations();
+  const std::u16string folder = u"\\??\\C:\\zum pending\\";
+  EXPECT_EQ(Raw(), ListBytes({folder + u"a", u"", folder + u"b", u"", folder + u"a", folder + u"b",
+                              folder + u"c", u"!" + folder + u"b", folder + u"d", folder + u"b",
+                              folder + u"e"}));
+}
+
 TEST_F(PendingOnHost, LongListIsRewritten) {
   std::vector<std::u16string> list;
   std::vector<std::u16string> expected;
@@ -404,62 +336,6 @@ TEST_F(PendingOnHost, LongListIsRewritten) {
   SetList(list);
   TryCorrectPendingOperations();
   EXPECT_EQ(Raw(), ListBytes(expected));
-}
-
-// Runs the stage on a list with its first allocation failing, then with its second, and so on,
-// until a run makes fewer than that; `check` gets the number, and what the run threw if it did.
-template <typename Check>
-std::size_t SweepStage(host::Repeat repeat, Check check) {
-  for (std::size_t nth = 1;; ++nth) {
-    EXPECT_TRUE(host::SetRegistryValue(kKey, {kValue, 7, kLongBefore}));
-    std::optional<oru::ResultCode> code;
-    std::size_t allocations = 0;
-    {
-      const tests::ScopedAllocationFault fault(nth, repeat);
-      try {
-        TryCorrectPendingOperations();
-      } catch (const oru::CheckResultFailedException& exception) {
-        code = exception.Code();
-      }
-      allocations = host::AllocationCount();
-    }
-    if (allocations < nth) return nth - 1;
-    SCOPED_TRACE("allocation " + std::to_string(nth));
-    check(code);
-    EXPECT_EQ(host::Live().handles, 0u);
-    EXPECT_EQ(host::Live().keys, 0u);
-    host::ClearCallLog();
-  }
-}
-
-// Memory that runs out once: the attempt is repeated, or, where the read or the creation of the
-// transaction meets it, ends as one that can't read does. Tracing swallows its own.
-TEST_F(PendingOnHost, EachAllocationFailsOnce) {
-  std::size_t rewritten = 0;
-  const std::size_t faults = SweepStage(host::Repeat::kOnce, [&](const auto& code) {
-    EXPECT_EQ(code, std::nullopt);
-    const std::optional<Bytes> list = Raw();
-    EXPECT_TRUE(list == kLongBefore || list == kLongAfter);
-    if (list == kLongAfter) ++rewritten;
-  });
-  EXPECT_GT(faults, 10u);
-  EXPECT_GT(rewritten, faults / 2);
-}
-
-// The attempt that memory fails in is repeated, and the next one ends where it can't even read.
-TEST_F(PendingOnHost, NoMemoryFromSomePointOnSkipsInTheEnd) {
-  std::size_t repeated = 0;
-  const std::size_t faults = SweepStage(host::Repeat::kForever, [&](const auto& code) {
-    EXPECT_EQ(code, std::nullopt);
-    const std::optional<Bytes> list = Raw();
-    EXPECT_TRUE(list == kLongBefore || list == kLongAfter);
-    if (Count("CommitTransaction") == 0) {
-      EXPECT_EQ(list, kLongBefore);
-    }
-    if (Sleeps().size() > repeated) repeated = Sleeps().size();
-  });
-  EXPECT_GT(faults, 10u);
-  EXPECT_GT(repeated, 0u) << "some failed behind the read";
 }
 
 TEST_F(PendingOnHost, WithoutATracerTheWorkIsTheSame) {

@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/support/directory_tree.h"
 
 namespace tests {
 

@@ -3,14 +3,19 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <filesystem>
+#include <new>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/system_error.h"
 #include "platform/winapi/host/control.h"
-#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "platform/winapi/winapi/security.h"
+#include "tests/support/allocation_faults.h"
+#include "tests/support/directory_tree.h"
 #include "zum_setup_util_lib/filesystem_actions.h"
 
 namespace actions = correct_setup::FileSystemActions;
@@ -71,6 +76,18 @@ TEST(SecureDirectory, DescriptorWithoutALabel) {
   EXPECT_EQ(descriptor->sacl, std::nullopt);
 }
 
+// The size is that of Windows' structure, in this world too.
+TEST(SecureDirectory, AttributesHaveTheSystemsSizeAndLetNobodyInherit) {
+  const DirectoryTree tree;
+  host::StartCallLog();
+  host::ClearCallLog();
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  const std::vector<host::CallRecord> calls = host::CallsOf("CreateDirectoryW");
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(calls[0].Argument("security.nLength"), "12");
+  EXPECT_EQ(calls[0].Argument("security.bInheritHandle"), "0");
+}
+
 // A longest identifier makes the largest list: 32, 12 and 68.
 TEST(SecureDirectory, ListIsAsLargeAsTheUsersIdentifierAsksFor) {
   const DirectoryTree tree;
@@ -93,12 +110,12 @@ TEST(SecureDirectory, ExistingDirectoryKeepsItsDescriptor) {
   const DirectoryTree tree;
   SetToken(false);
   actions::CreateSecureDirectory(tree.Windows(u"drop"));
-  SetToken(true);
+  host::SetToken({host::MakeSid(5, {21, 7, 7, 7, 500}), kLabel});
   EXPECT_THROW(actions::CreateSecureDirectory(tree.Windows(u"drop")),
                windows_helpers::WindowsErrorException);
-  const auto descriptor = host::DescriptorOf(tree.Windows(u"drop"));
-  ASSERT_TRUE(descriptor.has_value());
-  EXPECT_EQ(descriptor->sacl, std::nullopt);
+  EXPECT_EQ(
+      host::DescriptorOf(tree.Windows(u"drop")),
+      (host::CapturedDescriptor{kDaclPresent, std::nullopt, std::nullopt, kDacl, std::nullopt}));
 }
 
 TEST(SecureDirectory, PlainDirectoriesHaveNoDescriptor) {
@@ -107,7 +124,7 @@ TEST(SecureDirectory, PlainDirectoriesHaveNoDescriptor) {
   EXPECT_EQ(host::DescriptorOf(tree.Windows(u"plain")), std::nullopt);
 }
 
-// The calls in their order, each with what the contract names of it.
+// The calls in their order.
 TEST(SecureDirectory, CallsStandInOrder) {
   const DirectoryTree tree;
   SetToken(true);
@@ -129,8 +146,66 @@ TEST(SecureDirectory, CallsStandInOrder) {
                 "GetModuleHandleA", "GetProcAddress", "InitializeAcl", "AddMandatoryAce",
                 "InitializeSecurityDescriptor", "SetSecurityDescriptorDacl",
                 "SetSecurityDescriptorSacl", "CreateDirectoryW", "CloseHandle"}));
-  EXPECT_EQ(host::CallsOf("OpenProcessToken")[0].Argument("access"), "0x8");
-  EXPECT_EQ(host::CallsOf("GetModuleHandleA")[0].Argument("name"), "advapi32");
+}
+
+std::vector<std::string> ArgumentsOf(std::string_view operation, std::string_view argument) {
+  std::vector<std::string> values;
+  for (const host::CallRecord& call : host::CallsOf(operation)) {
+    values.push_back(call.Argument(argument));
+  }
+  return values;
+}
+
+// What each call is given, with the user's identifier of 28 bytes and the label's of 12.
+TEST(SecureDirectory, CallsAreGivenWhatTheyShouldBe) {
+  using Values = std::vector<std::string>;
+  const DirectoryTree tree;
+  SetToken(true);
+  host::StartCallLog();
+  host::ClearCallLog();
+  actions::CreateSecureDirectory(tree.Windows(u"drop"));
+  EXPECT_EQ(ArgumentsOf("OpenProcessToken", "access"), Values{"0x8"});
+  EXPECT_EQ(ArgumentsOf("GetTokenInformation", "informationClass"), (Values{"1", "1", "25", "25"}));
+  EXPECT_EQ(ArgumentsOf("GetTokenInformation", "length"),
+            (Values{"0", std::to_string(sizeof(winapi::TokenUser) + 28), "0",
+                    std::to_string(sizeof(winapi::TokenMandatoryLabel) + 12)}));
+  EXPECT_EQ(ArgumentsOf("CreateWellKnownSid", "type"), Values{"22"});
+  EXPECT_EQ(ArgumentsOf("CreateWellKnownSid", "domain"), Values{"0x0"});
+  EXPECT_EQ(ArgumentsOf("InitializeAcl", "size"), (Values{"72", "28"}));
+  EXPECT_EQ(ArgumentsOf("InitializeAcl", "revision"), (Values{"2", "2"}));
+  EXPECT_EQ(ArgumentsOf("AddAccessAllowedAce", "revision"), (Values{"2", "2"}));
+  EXPECT_EQ(ArgumentsOf("AddAccessAllowedAce", "mask"), (Values{"0x10000000", "0x10000000"}));
+  EXPECT_EQ(ArgumentsOf("GetModuleHandleA", "name"), Values{"advapi32"});
+  EXPECT_EQ(ArgumentsOf("GetProcAddress", "name"), Values{"AddMandatoryAce"});
+  EXPECT_EQ(ArgumentsOf("AddMandatoryAce", "revision"), Values{"2"});
+  EXPECT_EQ(ArgumentsOf("AddMandatoryAce", "aceFlags"), Values{"0x0"});
+  EXPECT_EQ(ArgumentsOf("InitializeSecurityDescriptor", "revision"), Values{"1"});
+  for (const char* operation : {"SetSecurityDescriptorDacl", "SetSecurityDescriptorSacl"}) {
+    EXPECT_EQ(ArgumentsOf(operation, "present"), Values{"1"}) << operation;
+    EXPECT_EQ(ArgumentsOf(operation, "defaulted"), Values{"0"}) << operation;
+  }
+}
+
+TEST(SecureDirectory, LackOfMemoryLeavesNothing) {
+  const DirectoryTree tree;
+  SetToken(true);
+  const std::u16string directory = tree.Windows(u"drop");
+  actions::CreateSecureDirectory(directory);
+  std::filesystem::remove(tree.File(u"drop"));
+  const std::size_t handles = host::Live().handles;
+  std::size_t thrown = 0;
+  const std::size_t faults = tests::SweepAllocations([&](std::size_t) {
+    try {
+      actions::CreateSecureDirectory(directory);
+    } catch (const std::bad_alloc&) {
+      ++thrown;
+      EXPECT_FALSE(tree.Has(u"drop"));
+    }
+    EXPECT_EQ(host::Live().handles, handles);
+  });
+  EXPECT_EQ(thrown, faults);
+  EXPECT_GE(faults, 4u);  // the user, the label and two lists at the least
+  EXPECT_TRUE(tree.Has(u"drop"));
 }
 
 TEST(SecureDirectory, EmptyPathFailsBeforeAnyTokenIsOpened) {
@@ -227,14 +302,11 @@ TEST(SecureDirectory, LabelOnASystemWithoutLabelsFails) {
   host::ShowAll();
 }
 
+// The function is then looked for in the program, which no module stands for, and isn't there.
 TEST(SecureDirectory, LabelWithoutTheModuleFails) {
   host::HideModule("advapi32.dll");
-  const DirectoryTree tree;
-  SetToken(true);
-  EXPECT_THROW(actions::CreateSecureDirectory(tree.Windows(u"drop")),
-               windows_helpers::WindowsErrorException);
+  ExpectNoLabelFunction(127);
   host::ShowAll();
-  EXPECT_FALSE(tree.Has(u"drop"));
 }
 
 TEST(SecureDirectory, NoLabelNeedsNoFunction) {

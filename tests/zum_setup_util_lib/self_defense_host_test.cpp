@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include "oru/rtl/exception.h"
 #include "platform/winapi/host/control.h"
+#include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/product_data.h"
@@ -74,12 +76,39 @@ TEST_F(SelfDefense, DirectoryThatRefusesEndsAfter101Runs) {
   ExpectAllRunsToFail();
 }
 
+// Nothing refuses root, so root becomes somebody else for the while, who must find the way there.
 TEST_F(SelfDefense, DirectoryWithoutTheRightToWriteEndsAfter101Runs) {
-  if (::geteuid() == 0) GTEST_SKIP() << "root may write into any directory";
-  std::filesystem::permissions(
-      m_data.Path(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+  using std::filesystem::perms;
+  constexpr perms kSearch = perms::owner_exec | perms::group_exec | perms::others_exec;
+  constexpr perms kRead = perms::owner_read | perms::group_read | perms::others_read;
+  const std::filesystem::path root = host::RootFolder();
+  for (auto path = m_data.Path(); path != root.parent_path(); path = path.parent_path()) {
+    std::filesystem::permissions(path, kSearch, std::filesystem::perm_options::add);
+  }
+  std::filesystem::permissions(m_data.Path(), kRead | kSearch);
+  constexpr uid_t kNobody = 65534;
+  const uid_t user = ::geteuid();
+  ASSERT_TRUE(user != 0 || ::seteuid(kNobody) == 0);
   ExpectAllRunsToFail();
-  std::filesystem::permissions(m_data.Path(), std::filesystem::perms::owner_all);
+  ASSERT_TRUE(user != 0 || ::seteuid(user) == 0);
+  std::filesystem::permissions(m_data.Path(), perms::owner_all);
+}
+
+// The path's own question: nothing is tried, so nothing is repeated.
+TEST_F(SelfDefense, DirectoryThatCanNotBeAskedIsRefusedAtOnce) {
+  host::FailCall("GetFileAttributesW", 1, 5);
+  const InstalledTracer tracer;
+  ExpectRefusal();
+  ASSERT_EQ(tracer.Records().size(), 3u);
+  EXPECT_TRUE(tracer.Records()[1].second.starts_with(
+      "setup\t[correct_setup::detail::CheckSelfDefense] CheckFailedException - "
+      "[correct_setup::detail::CheckSelfDefense] path is not exists: path = "
+      "c:\\ProgramData\\Quorvanta\\ZUM\\Data. At "))
+      << tracer.Records()[1].second;
+  EXPECT_EQ(host::CallsOf("GetFileAttributesW").size(), 1u);
+  EXPECT_TRUE(host::CallsOf("CreateFileW").empty());
+  EXPECT_TRUE(Sleeps().empty());
+  EXPECT_TRUE(tests::ReportedChecks().empty());
 }
 
 TEST_F(SelfDefense, FullDiskCountsAlike) {
@@ -160,7 +189,10 @@ TEST_F(SelfDefense, TextNamesTheLastAttemptsFile) {
   ExpectRefusal();
   const tests::TraceRecords records = tracer.Records();
   ASSERT_EQ(records.size(), 1u + 101 + 100 + 1 + 1);
-  EXPECT_NE(records[1].second.find(TextOfAttempt(1)), std::string::npos) << records[1].second;
+  // The creation's own error: the report of the failed check leaves another one behind.
+  EXPECT_NE(records[1].second.find(TextOfAttempt(1) + "0x80000045 (Access denied). At "),
+            std::string::npos)
+      << records[1].second;
   EXPECT_EQ(records[2].second,
             "setup\t[correct_setup::helpers::TryExecuteWithRepeat] try repeat execution: count "
             "1:100");
@@ -202,6 +234,79 @@ TEST_F(SelfDefense, LeftoverOfAZeroIdentifierFailsLaterRuns) {
   ExpectRefusal();
   EXPECT_EQ(Sleeps().size(), 100u);
   EXPECT_NE(tracer.Records()[1].second.find("0x80010105 (Already exists)"), std::string::npos);
+}
+
+struct Outcome {
+  std::size_t questions;  // of the attributes, before the first allocation that failed
+  bool passed;
+  std::size_t sleeps;
+};
+
+// What each run with an allocation that fails came to. Nothing is checked meanwhile: a failure's
+// text takes memory.
+std::vector<Outcome> SweepAllocations(host::Repeat repeat) {
+  std::vector<Outcome> outcomes;
+  outcomes.reserve(1000);
+  const InstalledTracer tracer;
+  const std::size_t faults = tests::SweepAllocations(
+      [&](std::size_t) {
+        host::ClearCallLog();
+        const std::size_t sleeps = host::Sleeps().size();
+        bool passed = true;
+        try {
+          CheckSelfDefense();
+        } catch (const oru::CheckResultFailedException& exception) {
+          passed = exception.Code() != oru::MakeResultCode(0xA1780001);
+        }
+        const auto calls = host::CallsBeforeAllocationFault();
+        if (!calls) return;
+        const auto first = host::CallLog().begin();
+        const auto questions = std::count_if(
+            first, first + static_cast<std::ptrdiff_t>(*calls),
+            [](const host::CallRecord& call) { return call.operation == "GetFileAttributesW"; });
+        outcomes.push_back(
+            {static_cast<std::size_t>(questions), passed, host::Sleeps().size() - sleeps});
+      },
+      repeat);
+  EXPECT_EQ(outcomes.size(), faults);
+  return outcomes;
+}
+
+// The stage's own question takes one allocation, for the path, and isn't repeated; what the first
+// attempt lacks the second one has.
+TEST_F(SelfDefense, EachAllocationFailsOnce) {
+  std::size_t refused = 0;
+  std::size_t repeated = 0;
+  for (const Outcome& one : SweepAllocations(host::Repeat::kOnce)) {
+    SCOPED_TRACE("behind question " + std::to_string(one.questions));
+    if (!one.passed) {
+      ++refused;
+      EXPECT_EQ(one.questions, 0u);
+    }
+    EXPECT_LE(one.sleeps, one.passed && one.questions != 0 ? 1u : 0u);
+    repeated += one.sleeps;
+  }
+  EXPECT_EQ(refused, 1u);
+  EXPECT_GT(repeated, 0u);
+  EXPECT_TRUE(m_data.Names().empty()) << "no probe file is left";
+}
+
+TEST_F(SelfDefense, AllAllocationsFailFromEachOneOn) {
+  std::size_t refusedAtOnce = 0;
+  std::size_t refusedInTheEnd = 0;
+  for (const Outcome& one : SweepAllocations(host::Repeat::kForever)) {
+    SCOPED_TRACE("behind question " + std::to_string(one.questions));
+    if (one.passed) {
+      EXPECT_EQ(one.questions, 2u) << "only the record of the end was lacking";
+      EXPECT_EQ(one.sleeps, 0u);
+    } else {
+      EXPECT_EQ(one.sleeps, one.questions == 0 ? 0u : 100u);
+      (one.questions == 0 ? refusedAtOnce : refusedInTheEnd) += 1;
+    }
+  }
+  EXPECT_GT(refusedAtOnce, 0u);
+  EXPECT_GT(refusedInTheEnd, 0u);
+  EXPECT_TRUE(m_data.Names().empty()) << "no probe file is left";
 }
 
 TEST_F(SelfDefense, NothingStaysOpen) {

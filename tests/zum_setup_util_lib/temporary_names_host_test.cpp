@@ -2,10 +2,12 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "oru/rtl/exception.h"
 #include "platform/winapi/host/control.h"
-#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/support/checks.h"
+#include "tests/support/directory_tree.h"
 #include "zum_setup_util_lib/guid_text.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 #include "zum_setup_util_lib/temporary_file.h"
@@ -80,6 +82,16 @@ TEST(CreateTemporaryFileOnHost, FileThatIsThereIsRefused) {
   EXPECT_EQ(Code(helpers::CreateTemporaryFile(u"", path)), 0x80010105u);
   EXPECT_EQ(tree.Read(u"00000000-0000-0000-0000-000000000000"), "content");
   host::SetGuidSource(nullptr);
+}
+
+// Not the error that the report of the failed check leaves behind.
+TEST(CreateTemporaryFileOnHost, ErrorIsTheCreations) {
+  const DirectoryTree tree;
+  host::FailCall("CreateFileW", 1, 112);
+  std::u16string path = tree.Windows();
+  EXPECT_EQ(Code(helpers::CreateTemporaryFile(u"", path)), 0x80000062u);
+  EXPECT_EQ(tests::ReportedChecks(),
+            std::vector<std::string>{"!\"Can't create a temporary file\""});
 }
 
 TEST(CreateTemporaryFileOnHost, FileIsClosedAtOnce) {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "tests/support/checks.h"
-#include "tests/zum_setup_util_lib/directory_tree.h"
+#include "tests/support/directory_tree.h"
 #include "zum_setup_util_lib/guid_text.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 #include "zum_setup_util_lib/temporary_file.h"
@@ -158,7 +158,7 @@ TEST(MakeUniqueFileName, LengthOfTheDirectoryComesFirst) {
   const std::u16string before = path;
   EXPECT_EQ(Code(MakeUniqueFileName(u"", path)), 0x80000044u);
   EXPECT_EQ(path, before);
-  path = MissingPath(257);
+  path = MissingPath(260);
   EXPECT_EQ(Code(MakeUniqueFileName(u"", path)), 0x80010103u);
 }
 

@@ -1,7 +1,5 @@
 #include "platform/util/windows/transactions.h"
 
-#include <string>
-
 #include "platform/util/windows/system_library.h"
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/transactions.h"
@@ -11,30 +9,17 @@ namespace {
 
 constinit SystemLibrary ktmw32(u"ktmw32.dll");
 
-winapi::Handle FailCreation(winapi::Error error) noexcept {
-  winapi::SetLastError(error);
-  return winapi::InvalidHandleValue();
-}
-
-winapi::Handle Create(winapi::CreateTransactionFunction create, std::u16string description) {
-  return create(/*security=*/nullptr, /*unitOfWork=*/nullptr, /*createOptions=*/0,
-                /*isolationLevel=*/0, /*isolationFlags=*/0, /*timeout=*/winapi::kInfinite,
-                description.data());
-}
-
 }  // namespace
 
-winapi::Handle CreateTransaction(const char16_t* description) noexcept {
+winapi::Handle CreateTransaction(char16_t* description) noexcept {
   winapi::Procedure procedure = nullptr;
   if (const winapi::Error error = ktmw32.Find("CreateTransaction", procedure)) {
-    return FailCreation(error);
+    winapi::SetLastError(error);
+    return winapi::InvalidHandleValue();
   }
-  const auto create = reinterpret_cast<winapi::CreateTransactionFunction>(procedure);
-  try {
-    return Create(create, description);
-  } catch (...) {
-    return FailCreation(winapi::kErrorNotEnoughMemory);
-  }
+  return reinterpret_cast<winapi::CreateTransactionFunction>(procedure)(
+      /*security=*/nullptr, /*unitOfWork=*/nullptr, /*createOptions=*/0, /*isolationLevel=*/0,
+      /*isolationFlags=*/0, /*timeout=*/winapi::kInfinite, description);
 }
 
 winapi::Bool CommitTransaction(winapi::Handle transaction) noexcept {

@@ -9,8 +9,8 @@ namespace windows_helpers {
 
 // A new transaction without limits, to be closed by CloseHandle; a close without a commit drops its
 // work. InvalidHandleValue() with the last error set on failure, 126 or 127 where the system has
-// none. `description` is copied first, since the system's call may write into it.
-[[nodiscard]] winapi::Handle CreateTransaction(const char16_t* description) noexcept;
+// none. `description` is writable since the system's call may write into it.
+[[nodiscard]] winapi::Handle CreateTransaction(char16_t* description) noexcept;
 
 // 0 with the last error set on failure, 126 or 127 where the system has none.
 [[nodiscard]] winapi::Bool CommitTransaction(winapi::Handle transaction) noexcept;

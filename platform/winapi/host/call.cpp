@@ -58,6 +58,8 @@ constinit std::atomic<bool> startWasAsked{false};
 constinit std::atomic<std::size_t> allocations{0};
 constinit std::atomic<std::size_t> failingAllocation{0};  // 0: none
 constinit std::atomic<bool> failsForever{false};
+constinit std::atomic<std::size_t> loggedCalls{0};
+constinit std::atomic<std::size_t> callsBeforeFault{kNotLogged};
 
 std::string Hexadecimal(std::uint64_t number) {
   constexpr char kDigits[] = "0123456789abcdef";
@@ -86,11 +88,13 @@ std::size_t StartRecord(std::string_view operation) {
   State& state = TheState();
   const std::lock_guard lock(state.mutex);
   state.log.push_back({.operation = std::string(operation), .arguments = {}});
+  loggedCalls = state.log.size();
   return state.log.size() - 1;
 }
 
 void ResetAllocationPlan(std::size_t nth, Repeat repeat) {
   allocations = 0;
+  callsBeforeFault = kNotLogged;
   failsForever = repeat == Repeat::kForever;
   failingAllocation = nth;
 }
@@ -170,6 +174,7 @@ void ClearCallLog() {
   State& state = TheState();
   const std::lock_guard lock(state.mutex);
   state.log.clear();
+  loggedCalls = 0;
 }
 
 const std::vector<CallRecord>& CallLog() {
@@ -231,10 +236,17 @@ bool ShouldFailAllocation() noexcept {
   if (seamDepth != 0) return false;
   const std::size_t number = ++allocations;
   const std::size_t failing = failingAllocation;
-  return failing != 0 && (number == failing || (number > failing && failsForever));
+  if (failing == 0 || number < failing || (number > failing && !failsForever)) return false;
+  if (number == failing) callsBeforeFault = loggedCalls.load();
+  return true;
 }
 
 std::size_t AllocationCount() { return allocations; }
+
+std::optional<std::size_t> CallsBeforeAllocationFault() {
+  const std::size_t calls = callsBeforeFault;
+  return calls == kNotLogged ? std::nullopt : std::optional(calls);
+}
 
 bool InsideSeam() noexcept { return seamDepth != 0; }
 

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -107,15 +106,6 @@ std::vector<std::shared_ptr<Process>>& StartedPrograms() {
   return programs;
 }
 
-// The error of a file that can't be started at all.
-Error FileError(const std::filesystem::path& file) {
-  std::error_code error;
-  if (std::filesystem::is_directory(file, error)) return kErrorAccessDenied;
-  if (std::filesystem::exists(file, error)) return kErrorSuccess;
-  const bool hasFolder = std::filesystem::is_directory(file.parent_path(), error);
-  return hasFolder ? kErrorFileNotFound : kErrorPathNotFound;
-}
-
 Error ErrorOfSpawn(int error) {
   switch (error) {
     case ENOMEM:
@@ -150,7 +140,7 @@ class SpawnActions {
 Error Start(const char16_t* application, const char16_t* commandLine, pid_t& id) {
   std::string program;
   if (const Error error = host::HostPath(application, program); error != 0) return error;
-  if (const Error error = FileError(program); error != 0) return error;
+  if (const Error error = host::ErrorOfFile(program); error != 0) return error;
   std::string line = commandLine == nullptr ? std::string() : host::ToUtf8(commandLine);
   char* const arguments[] = {program.data(), commandLine == nullptr ? nullptr : line.data(),
                              nullptr};
@@ -249,7 +239,10 @@ void host::SetExitCode(std::optional<Dword> code) {
   TheSettings().exitCode = code;
 }
 
-void host::SetProgramWait(std::optional<Dword> result) { TheSettings().waitResult = result; }
+void host::SetProgramWait(std::optional<Dword> result) {
+  const SeamMark mark;
+  TheSettings().waitResult = result;
+}
 
 std::size_t host::RunningPrograms() {
   const SeamMark mark;

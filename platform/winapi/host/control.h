@@ -69,6 +69,9 @@ void ClearFaults();
 void FailAllocation(std::size_t nth, Repeat repeat = Repeat::kOnce);
 [[nodiscard]] bool ShouldFailAllocation() noexcept;
 [[nodiscard]] std::size_t AllocationCount();  // since the last FailAllocation or ClearFaults
+// The calls of the log that came before the first allocation that was failed since then; nullopt
+// where none was.
+[[nodiscard]] std::optional<std::size_t> CallsBeforeAllocationFault();
 
 // True while a seam operation runs on this thread.
 [[nodiscard]] bool InsideSeam() noexcept;
@@ -111,6 +114,9 @@ void SetClock(std::optional<std::uint64_t> ticks);
 void SetTimeZone(std::string_view name);
 using ZoneRule = std::function<std::optional<TimeZoneInformation>(unsigned year)>;
 void SetTimeZoneRule(ZoneRule rule);
+// The number by which GetTimeZoneInformation tells what time is on, whatever the rules say; nullopt
+// lets it tell the truth again.
+void SetTimeZoneId(std::optional<Dword> id);
 
 // The version that VerifyVersionInfoW compares with; 6.1 service pack 1 at the start.
 void SetSystemVersion(Dword major, Dword minor, std::uint16_t servicePack);
@@ -126,6 +132,17 @@ struct QueryAnswer {
 };
 using QueryScript = std::function<std::optional<QueryAnswer>(std::u16string_view name, Dword size)>;
 void SetQueryScript(QueryScript script);
+
+// What the next calls of GetTempPathW, GetCurrentDirectoryW, GetFullPathNameW or
+// GetSystemDirectoryW answer, in place of the real paths: for paths that change between two calls.
+// The function gets the buffer's size in characters. An empty function lets the operation tell the
+// truth again.
+struct PathAnswer {
+  std::u16string text = {};          // written where it fits; empty: the call gives 0
+  std::optional<Dword> length = {};  // what the call gives instead, with nothing written
+};
+using PathScript = std::function<PathAnswer(Dword size)>;
+void SetPathScript(std::string_view operation, PathScript script);
 
 // A waitable object for tests: signalled or not, or one whose wait gives `result` (such as
 // kWaitAbandoned) and leaves `error` as the last error, 0 for none. Closed by CloseHandle.
@@ -181,12 +198,13 @@ void SetProgramWait(std::optional<Dword> result);
 [[nodiscard]] std::size_t RunningPrograms();
 
 // What the trust provider says of every file that is there: the result of WinVerifyTrust (at the
-// start "no signature", for a file that has none), and the signer's display name, which counts for
-// a result of 0 or above. A helper of the provider is made to give null by FailCall, and
-// CertGetNameStringW to give 0.
+// start "no signature", for a file that has none), the signer's display name, which counts for a
+// result of 0 or above, and whether a refused file stays open, as one that passes does. A helper of
+// the provider is made to give null by FailCall, and CertGetNameStringW to give 0.
 struct TrustVerdict {
   std::int32_t status = static_cast<std::int32_t>(0x800B0100);  // TRUST_E_NOSIGNATURE
   std::u16string signer = {};
+  bool holdsRefusedFile = false;
 };
 void SetTrustVerdict(TrustVerdict verdict);
 

@@ -53,10 +53,6 @@ void KeepDescriptor(std::u16string_view fullPath, MaybeDescriptor descriptor) {
   if (descriptor) all.byPath.emplace(key, std::move(*descriptor));
 }
 
-bool IsTooLong(std::u16string_view path) {
-  return !path.starts_with(u"\\\\?\\") && host::FullPathName(path).size() >= kMaxDirectoryPath;
-}
-
 Error MakeDirectory(const host::Location& location, mode_t mode) {
   host::FileStatus status;
   if (location.isRoot) return kErrorAccessDenied;
@@ -70,11 +66,14 @@ Error MakeDirectory(const host::Location& location, mode_t mode) {
 
 Error Create(const char16_t* path, const SecurityAttributes* security) {
   MaybeDescriptor descriptor;
+  if (security != nullptr && security->nLength != kSecurityAttributesSize) {
+    return kErrorInvalidParameter;
+  }
   if (security != nullptr && security->lpSecurityDescriptor != nullptr) {
     const Error error = host::CaptureDescriptor(security->lpSecurityDescriptor, descriptor);
     if (error != kErrorSuccess) return error;
   }
-  if (path != nullptr && IsTooLong(path)) return kErrorFilenameTooLong;
+  if (path != nullptr && host::ReachesLimit(path, kMaxDirectoryPath)) return kErrorFilenameTooLong;
   host::Location location;
   if (const Error error = host::Locate(path, location); error != 0) return error;
   const Error error = MakeDirectory(location, descriptor ? 0700 : 0777);
@@ -111,6 +110,10 @@ Error Remove(const char16_t* path) {
 Bool CreateDirectoryW(const char16_t* path, const SecurityAttributes* security) noexcept {
   host::Call call("CreateDirectoryW");
   call.Argument("path", path).Argument("security", security);
+  if (security != nullptr) {
+    call.Argument("security.nLength", security->nLength);
+    call.Argument("security.bInheritHandle", static_cast<Dword>(security->bInheritHandle));
+  }
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Bool{0});
   const Error error = Create(path, security);
   return error == 0 ? 1 : host::FailWith(error, Bool{0});

@@ -233,14 +233,11 @@ Error OpenPattern(std::u16string_view pattern, Search& search) {
   return search.OpenFolder(folder, std::u16string(mask), /*isRoot=*/full.size() == 3);
 }
 
-// The limit of paths counts for the pattern as a whole.
-bool IsTooLong(std::u16string_view pattern) {
-  return !pattern.starts_with(u"\\\\?\\") && host::FullPathName(pattern).size() >= 260;
-}
+constexpr std::size_t kMaxPath = 260;  // of the pattern as a whole, as of all paths
 
 Error Start(const char16_t* pattern, Search& search, FindData& data) {
   const std::u16string_view text = pattern == nullptr ? std::u16string_view() : pattern;
-  if (text.empty() || IsTooLong(text)) return kErrorPathNotFound;
+  if (text.empty() || host::ReachesLimit(text, kMaxPath)) return kErrorPathNotFound;
   if (const Error error = OpenPattern(text, search); error != 0) return error;
   const Error error = search.Next(data);
   return error == kErrorNoMoreFiles ? kErrorFileNotFound : error;

@@ -17,7 +17,7 @@ namespace {
 using Parts = std::vector<std::u16string_view>;
 
 constexpr std::u16string_view kLongPrefix = u"\\\\?\\";
-constexpr std::size_t kMaxPath = 260;  // MAX_PATH: characters with the terminator
+constexpr std::size_t kMaxPath = 260;  // MAX_PATH, which counts the terminator
 
 bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
 
@@ -229,6 +229,19 @@ Error HostPath(std::u16string_view path, std::string& hostPath) {
   }
   hostPath = found.empty() ? "/" : found;
   return kErrorSuccess;
+}
+
+bool ReachesLimit(std::u16string_view path, std::size_t limit) {
+  return !path.starts_with(kLongPrefix) && FullPathName(path).size() >= limit;
+}
+
+Error ErrorOfFile(const std::string& hostPath) {
+  std::error_code error;
+  const std::filesystem::path file(hostPath);
+  if (std::filesystem::is_directory(file, error)) return kErrorAccessDenied;
+  if (std::filesystem::exists(file, error)) return kErrorSuccess;
+  const bool hasFolder = std::filesystem::is_directory(file.parent_path(), error);
+  return hasFolder ? kErrorFileNotFound : kErrorPathNotFound;
 }
 
 std::u16string WindowsPath(std::string_view hostPath) {

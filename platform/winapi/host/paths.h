@@ -9,6 +9,7 @@
 #ifndef PLATFORM_WINAPI_HOST_PATHS_H_
 #define PLATFORM_WINAPI_HOST_PATHS_H_
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,13 @@ namespace winapi::host {
 // Where a folder holds no file of exactly a part's name, one that differs in case only is taken.
 // Errors as above, and 3 for a drive that isn't there.
 [[nodiscard]] Error HostPath(std::u16string_view path, std::string& hostPath);
+
+// True for a path without the prefix "\\?\" that has `limit` characters or more in its full form.
+[[nodiscard]] bool ReachesLimit(std::u16string_view path, std::size_t limit);
+
+// What speaks against reading or starting the file of an absolute host path: 5 for a folder, 2 for
+// none of that name, 3 where its folder is missing too, else 0.
+[[nodiscard]] Error ErrorOfFile(const std::string& hostPath);
 
 // The Windows path of an absolute host path: below C: if it lies in drive_c, else below Z:.
 [[nodiscard]] std::u16string WindowsPath(std::string_view hostPath);

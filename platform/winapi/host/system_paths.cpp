@@ -4,10 +4,15 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/winapi/host/call.h"
+#include "platform/winapi/host/control.h"
 #include "platform/winapi/host/last_error.h"
 #include "platform/winapi/host/paths.h"
 #include "platform/winapi/host/root.h"
@@ -27,6 +32,21 @@ Dword Give(std::u16string_view text, Dword size, char16_t* buffer) {
   std::copy(text.begin(), text.end(), buffer);
   buffer[length] = u'\0';
   return length;
+}
+
+std::map<std::string, host::PathScript, std::less<>>& TheScripts() {
+  static auto& scripts = *new std::map<std::string, host::PathScript, std::less<>>;
+  return scripts;
+}
+
+// What the test's script for the operation answers; nullopt without one.
+std::optional<Dword> AskScript(std::string_view operation, Dword size, char16_t* buffer) {
+  const auto found = TheScripts().find(operation);
+  if (found == TheScripts().end()) return std::nullopt;
+  const host::PathScript script = found->second;  // a script may replace itself
+  const host::PathAnswer answer = script(size);
+  if (answer.length) return answer.length;
+  return answer.text.empty() ? Dword{0} : Give(answer.text, size, buffer);
 }
 
 // Makes a folder of C: where it is missing.
@@ -67,6 +87,7 @@ Dword GetFullPathNameW(const char16_t* path, Dword size, char16_t* buffer,
   host::Call call("GetFullPathNameW");
   call.Argument("path", path).Argument("size", size);
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Dword{0});
+  if (const auto scripted = AskScript("GetFullPathNameW", size, buffer)) return *scripted;
   const std::u16string full = path == nullptr ? std::u16string() : host::FullPathName(path);
   if (full.empty()) return 0;  // as on Windows the last error doesn't tell of it
   const Dword given = Give(full, size, buffer);
@@ -80,6 +101,7 @@ Dword GetCurrentDirectoryW(Dword size, char16_t* buffer) noexcept {
   host::Call call("GetCurrentDirectoryW");
   call.Argument("size", size);
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Dword{0});
+  if (const auto scripted = AskScript("GetCurrentDirectoryW", size, buffer)) return *scripted;
   return Give(host::CurrentDirectory(), size, buffer);
 }
 
@@ -87,6 +109,7 @@ Dword GetTempPathW(Dword size, char16_t* buffer) noexcept {
   host::Call call("GetTempPathW");
   call.Argument("size", size);
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Dword{0});
+  if (const auto scripted = AskScript("GetTempPathW", size, buffer)) return *scripted;
   const std::u16string path = TemporaryDirectory();
   const Dword given = Give(path, size, buffer);
   // As on Windows the rest of the buffer becomes zero.
@@ -98,8 +121,16 @@ Dword GetSystemDirectoryW(char16_t* buffer, Dword size) noexcept {
   host::Call call("GetSystemDirectoryW");
   call.Argument("size", size);
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Dword{0});
+  if (const auto scripted = AskScript("GetSystemDirectoryW", size, buffer)) return *scripted;
   Provide(kSystemDirectory);
   return Give(kSystemDirectory, size, buffer);
+}
+
+void host::SetPathScript(std::string_view operation, PathScript script) {
+  const SeamMark mark;
+  auto& scripts = TheScripts();
+  scripts.erase(std::string(operation));
+  if (script) scripts.emplace(operation, std::move(script));
 }
 
 }  // namespace winapi

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <compare>
+#include <optional>
 
 #include "platform/winapi/host/call.h"
 #include "platform/winapi/host/clock.h"
@@ -12,6 +13,8 @@
 
 namespace winapi {
 namespace {
+
+std::optional<Dword> timeZoneId;  // that a test has set
 
 using std::chrono::days;
 using std::chrono::sys_days;
@@ -153,9 +156,12 @@ Dword GetTimeZoneInformation(TimeZoneInformation* zone) noexcept {
   const auto rules = host::ZoneOfYear(year);
   if (!rules) return host::FailWith(kErrorFileNotFound, kTimeZoneIdInvalid);
   *zone = *rules;
+  if (timeZoneId) return *timeZoneId;
   if (zone->DaylightDate.wMonth == 0 || zone->StandardDate.wMonth == 0) return kUnknown;
   return host::IsDaylightTime(*zone, year, now) ? kDaylight : kStandard;
 }
+
+void host::SetTimeZoneId(std::optional<Dword> id) { timeZoneId = id; }
 
 Bool WINAPI_STDCALL host::GetTimeZoneInformationForYear(std::uint16_t year, void* dynamicZone,
                                                         TimeZoneInformation* zone) noexcept {

@@ -1,7 +1,6 @@
 #include "platform/winapi/host/trust.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -79,12 +78,7 @@ bool IsVerifiable(const WintrustData& data) {
 Error FileError(const char16_t* path) {
   std::string hostPath;
   if (path == nullptr || HostPath(path, hostPath) != kErrorSuccess) return kErrorPathNotFound;
-  std::error_code error;
-  const std::filesystem::path file(hostPath);
-  if (std::filesystem::is_directory(file, error)) return kErrorAccessDenied;
-  if (std::filesystem::exists(file, error)) return kErrorSuccess;
-  const bool hasFolder = std::filesystem::is_directory(file.parent_path(), error);
-  return hasFolder ? kErrorFileNotFound : kErrorPathNotFound;
+  return ErrorOfFile(hostPath);
 }
 
 std::int32_t Verify(WintrustData& data) {
@@ -96,8 +90,9 @@ std::int32_t Verify(WintrustData& data) {
   state->hasSigner = fileError == 0 && status >= 0;
   state->context.name = provider.verdict.signer;
   state->certificate.pCert = &state->context;
-  if (state->hasSigner) state->file = OpenHandle(std::make_shared<TrustedFile>());
-  data.pFile->hFile = state->hasSigner ? state->file : InvalidHandleValue();
+  const bool opens = state->hasSigner || (fileError == 0 && provider.verdict.holdsRefusedFile);
+  if (opens) state->file = OpenHandle(std::make_shared<TrustedFile>());
+  data.pFile->hFile = opens ? state->file : InvalidHandleValue();
   data.hWVTStateData = state.get();
   provider.states.emplace(state.get(), std::move(state));
   ++liveCounters.trustStates;

@@ -13,8 +13,8 @@ namespace winapi::host {
 // give 0x80070057. Verifying makes a state in any case. A file that isn't there gives its plain
 // Win32 error as Wine's does, which is positive: 2, 3, for a folder 5; the state then has provider
 // data and no signer. Else the verdict is the test's, 0x800B0100 without one. Behind a verdict of
-// 0 or above, `hFile` is an open handle of the file, which the close of the state closes if nobody
-// else has; behind others it is InvalidHandleValue().
+// 0 or above, and behind others where the test says so, `hFile` is an open handle of the file,
+// which the close of the state closes if nobody else has; else it is InvalidHandleValue().
 std::int32_t WINAPI_STDCALL WinVerifyTrust(Handle window, const Guid* action,
                                            WintrustData* data) noexcept;
 

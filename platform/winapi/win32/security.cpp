@@ -19,6 +19,8 @@ static_assert(kGenericAll == GENERIC_ALL);
 static_assert(kMandatoryLabelNoWriteUp == SYSTEM_MANDATORY_LABEL_NO_WRITE_UP);
 static_assert(kMandatoryLabelNoReadUp == SYSTEM_MANDATORY_LABEL_NO_READ_UP);
 
+static_assert(kSecurityAttributesSize == sizeof(SECURITY_ATTRIBUTES));
+
 static_assert(sizeof(Acl) == sizeof(ACL));
 static_assert(offsetof(Acl, AclRevision) == offsetof(ACL, AclRevision));
 static_assert(offsetof(Acl, Sbz1) == offsetof(ACL, Sbz1));

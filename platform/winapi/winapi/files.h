@@ -4,8 +4,8 @@
 //
 // Errors that all operations on paths share: 2 for a missing file, 3 for a missing directory on the
 // way to it, an empty path, a missing drive, or a path of 260 characters and more (the terminator
-// counts) without the prefix "\\?\", 123 for a name with a character that none may have, 5 where
-// access is denied, 32 for a file that somebody else holds open.
+// isn't counted: 259 pass) without the prefix "\\?\", 123 for a name with a character that none may
+// have or of more than 255, 5 where access is denied, 32 for a file that somebody else holds open.
 //
 // The host leaves out shares, devices, streams, short names and the access lists of files.
 #ifndef PLATFORM_WINAPI_WINAPI_FILES_H_
@@ -63,10 +63,11 @@ void OpenOutputStream(std::ofstream& stream, const char16_t* path);
 // 5 for a directory and for a read-only file, 123 for a path that ends in a separator. Of a link
 // only the link goes.
 [[nodiscard]] Bool DeleteFileW(const char16_t* path) noexcept;
-// One directory. 183 where the name exists, 206 for a path of 248 characters and more (the
-// terminator counts) without the prefix, 1305 and the like for a damaged descriptor. The host keeps
-// the descriptor for a test to read back, in its absolute form only, and gives the directory mode
-// 0700 then.
+// One directory. 183 where the name exists, 206 for a path of 248 characters and more without the
+// prefix (the terminator isn't counted: 247 pass), 1305 and the like for a damaged descriptor. The
+// host keeps the descriptor for a test to read back, in its absolute form only, and gives the
+// directory mode 0700 then; it refuses attributes of another size than kSecurityAttributesSize
+// (87), at which Windows doesn't look.
 [[nodiscard]] Bool CreateDirectoryW(const char16_t* path,
                                     const SecurityAttributes* security) noexcept;
 // An empty directory, or a link to one, of which only the link goes. 145 for one that isn't empty,
@@ -86,6 +87,7 @@ void OpenOutputStream(std::ofstream& stream, const char16_t* path);
                                       int search, void* filter, Dword flags) noexcept;
 // 0 with last error 18 behind the last entry.
 [[nodiscard]] Bool FindNextFileW(Handle search, FindData* data) noexcept;
+// Ends a search, which CloseHandle doesn't. 6 for a handle of none, one that was closed included.
 [[nodiscard]] Bool FindClose(Handle search) noexcept;
 
 // The following give a length in characters without the terminator, or, where the buffer of `size`

@@ -62,9 +62,8 @@ inline Key HkeyPerformanceData() noexcept {
 // which is the answer for a buffer that is too small (`data` is then untouched). A null `data` asks
 // for the size only. A string that isn't empty and has no terminator gets a zero character behind
 // it, which isn't counted, where the buffer has room for that. 2 for a missing value, with `*type`
-// and
-// `*size` untouched. `reserved` must be null, and `size` may be null only with `data` (87). A null
-// or empty name is the default value.
+// and `*size` untouched. `reserved` must be null, and `size` may be null only with `data` (87). A
+// null or empty name is the default value.
 [[nodiscard]] Error RegQueryValueExW(Key key, const char16_t* name, Dword* reserved, Dword* type,
                                      std::uint8_t* data, Dword* size) noexcept;
 

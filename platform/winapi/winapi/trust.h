@@ -63,15 +63,33 @@ inline constexpr Dword kCertNameFriendlyDisplayType = 5;    // CERT_NAME_FRIENDL
 inline constexpr Guid kWintrustActionGenericVerifyV2 = {
     0x00AAC56B, 0xCD44, 0x11D0, {0x8C, 0xC2, 0x00, 0xC0, 0x4F, 0xC2, 0x95, 0xEE}};
 
-// What GetProcAddress gives for the functions of these names.
+// What GetProcAddress gives for the functions of these names. None says anything by the last error.
+
+// Verifies the file of `data`, or closes the state that a verification left, which must be done for
+// each, a failed one too. Gives 0 for a trusted signature and else a status, negative for the
+// verdicts; for a file that can't be opened the error, which is positive under Wine and on the host
+// (2, 3, 5) and 0x80092003 on Windows. Sets the state's handle and, where it opened the file, the
+// file's. `window` is the owner of dialogs, or InvalidHandleValue() for none. The host knows the
+// one action above, files alone and no dialog, and looks at no signature: the verdict is the
+// test's.
 using WinVerifyTrustFunction = std::int32_t(WINAPI_STDCALL*)(Handle window, const Guid* action,
                                                              WintrustData* data);
+// What the provider knows by a state that isn't closed; null where it knows nothing. Belongs to the
+// state, as all that the following three give.
 using WTHelperProvDataFromStateDataFunction = CryptProviderData*(WINAPI_STDCALL*)(Handle state);
+// The signer of that number, from 0, or one of its counter signers; null where there is none. The
+// host has one signer, for a verdict of 0 or above, and no counter signers.
 using WTHelperGetProvSignerFromChainFunction =
     CryptProviderSigner*(WINAPI_STDCALL*)(CryptProviderData* data, Dword signer, Bool counterSigner,
                                           Dword counterSignerIndex);
+// The certificate of that number in the signer's chain, 0 for its own; null where there is none.
+// The host's chain has one.
 using WTHelperGetProvCertFromChainFunction =
     CryptProviderCert*(WINAPI_STDCALL*)(CryptProviderSigner* signer, Dword certificate);
+// A certificate's name of the given type as text. Gives the length in characters with the
+// terminator, so 1 for a certificate without such a name; for a null or empty buffer the size
+// needed. What doesn't fit is cut off. The host has one name, whatever the type, and 1 for a
+// context of no open state.
 using CertGetNameStringWFunction = Dword(WINAPI_STDCALL*)(const CertContext* certificate,
                                                           Dword type, Dword flags,
                                                           void* typeParameter, char16_t* name,

@@ -161,6 +161,22 @@ TEST_F(HostFaults, AllocationsOfTheProductFail) {
   EXPECT_TRUE(ShouldFailAllocation());
 }
 
+TEST_F(HostFaults, TheCallsBeforeAFailedAllocationAreCounted) {
+  StartCallLog();
+  ClearCallLog();
+  FailAllocation(2, Repeat::kForever);
+  (void)CallNamed("A");
+  EXPECT_FALSE(ShouldFailAllocation());
+  EXPECT_EQ(CallsBeforeAllocationFault(), std::nullopt);
+  (void)CallNamed("A");
+  EXPECT_TRUE(ShouldFailAllocation());
+  (void)CallNamed("A");
+  EXPECT_TRUE(ShouldFailAllocation());
+  EXPECT_EQ(CallsBeforeAllocationFault(), 2U);
+  FailAllocation(5);
+  EXPECT_EQ(CallsBeforeAllocationFault(), std::nullopt);
+}
+
 TEST_F(HostFaults, AllocationsOfTheSeamNeverFail) {
   FailAllocation(1, Repeat::kForever);
   {

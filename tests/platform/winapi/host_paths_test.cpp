@@ -7,9 +7,11 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "platform/winapi/host/control.h"
 #include "platform/winapi/host/root.h"
+#include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/files.h"
 #include "tests/support/temporary_folder.h"
 
@@ -181,6 +183,72 @@ TEST(HostPaths, HostPathsAsWindowsPaths) {
   EXPECT_EQ(host::WindowsPath(drive + "/a"), u"C:\\a");
   const std::u16string beside = host::WindowsPath(drive + "x");
   EXPECT_EQ(beside.substr(0, 3), u"Z:\\") << "a folder whose name only starts alike";
+}
+
+// Each of the four calls, with a buffer of that size.
+struct PathCall {
+  const char* operation;
+  Dword (*call)(Dword size, char16_t* buffer);
+};
+
+const PathCall kPathCalls[] = {
+    {"GetFullPathNameW",
+     [](Dword size, char16_t* buffer) {
+       return GetFullPathNameW(u"C:\\a", size, buffer, /*filePart=*/nullptr);
+     }},
+    {"GetCurrentDirectoryW", GetCurrentDirectoryW},
+    {"GetTempPathW", GetTempPathW},
+    {"GetSystemDirectoryW",
+     [](Dword size, char16_t* buffer) { return GetSystemDirectoryW(buffer, size); }},
+};
+
+TEST(HostPathScripts, AnswerInThePlaceOfTheRealPath) {
+  for (const PathCall& one : kPathCalls) {
+    SCOPED_TRACE(one.operation);
+    std::vector<Dword> asked;
+    host::SetPathScript(one.operation, [&asked](Dword size) {
+      asked.push_back(size);
+      return host::PathAnswer{u"D:\\path", {}};
+    });
+    std::u16string buffer(20, u'?');
+    EXPECT_EQ(one.call(7, buffer.data()), 8U);
+    EXPECT_EQ(buffer, std::u16string(20, u'?'));
+    EXPECT_EQ(one.call(0, nullptr), 8U);
+    EXPECT_EQ(one.call(8, buffer.data()), 7U);
+    EXPECT_EQ(buffer.substr(0, 8), std::u16string(u"D:\\path\0", 8));
+    EXPECT_EQ(asked, (std::vector<Dword>{7, 0, 8}));
+    host::SetPathScript(one.operation, nullptr);
+    EXPECT_NE(one.call(0, nullptr), 8U);
+  }
+}
+
+TEST(HostPathScripts, MayGiveAnyLengthAndThenWriteNothing) {
+  for (const PathCall& one : kPathCalls) {
+    SCOPED_TRACE(one.operation);
+    host::SetPathScript(one.operation, [](Dword size) {
+      return host::PathAnswer{u"text", size + 7};
+    });
+    std::u16string buffer(20, u'?');
+    EXPECT_EQ(one.call(20, buffer.data()), 27U);
+    EXPECT_EQ(buffer, std::u16string(20, u'?'));
+    host::SetPathScript(one.operation, [](Dword) { return host::PathAnswer{}; });
+    EXPECT_EQ(one.call(20, buffer.data()), 0U);
+    host::FailCall(one.operation, 1, 5);
+    EXPECT_EQ(one.call(20, buffer.data()), 0U);
+    EXPECT_EQ(GetLastError(), 5U);
+    host::SetPathScript(one.operation, nullptr);
+  }
+}
+
+TEST(HostPathScripts, AreOneForEachCall) {
+  const auto answer = [](Dword) { return host::PathAnswer{u"D:\\x", {}}; };
+  host::SetPathScript("GetTempPathW", answer);
+  host::SetPathScript("GetCurrentDirectoryW", answer);
+  host::SetPathScript("GetTempPathW", nullptr);
+  EXPECT_EQ(GetCurrentDirectoryW(0, nullptr), 5U);
+  EXPECT_EQ(GetSystemDirectoryW(nullptr, 0), 20U);
+  EXPECT_NE(GetTempPathW(0, nullptr), 5U);
+  host::SetPathScript("GetCurrentDirectoryW", nullptr);
 }
 
 TEST(HostFiles, AnOutputStreamIsBinaryAndTruncates) {

@@ -139,7 +139,7 @@ class HostDescriptor : public ::testing::Test {
   void* Sid() { return m_sid.data(); }
 
   Error Create(const char16_t* path) {
-    const SecurityAttributes security{sizeof(security), &m_descriptor, 0};
+    const SecurityAttributes security{kSecurityAttributesSize, &m_descriptor, 0};
     SetLastError(0xABCD);
     return CreateDirectoryW(path, &security) != 0 ? 0 : GetLastError();
   }

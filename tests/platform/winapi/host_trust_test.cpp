@@ -103,6 +103,17 @@ TEST_F(HostTrust, AVerdictThatPassesHasASignerAndAnOpenFile) {
   }
 }
 
+TEST_F(HostTrust, ARefusedFileMayStayOpen) {
+  host::SetTrustVerdict(
+      {.status = static_cast<std::int32_t>(0x800B0101), .signer = {}, .holdsRefusedFile = true});
+  EXPECT_EQ(Verify(), 0x800B0101U);
+  EXPECT_EQ(host::Live().handles, 1U);
+  EXPECT_EQ(Certificate(), nullptr);
+  EXPECT_NE(CloseHandle(m_file.hFile), 0);
+  EXPECT_EQ(Close(), 0U);
+  EXPECT_EQ(host::Live().handles, 0U);
+}
+
 TEST_F(HostTrust, TheFileMayBeClosedBeforeTheState) {
   host::SetTrustVerdict({.status = 0, .signer = u"a"});
   EXPECT_EQ(Verify(), 0U);

@@ -1,19 +1,18 @@
 #include "platform/util/windows/filesystem/file_operations.h"
 
 #include "oru/rtl/check.h"
-#include "oru/rtl/error_mapping.h"
 #include "oru/rtl/exception_guard.h"
 #include "platform/util/windows/filesystem/directory_walker.h"
+#include "platform/util/windows/filesystem/failure.h"
 #include "platform/util/windows/filesystem/find_context.h"
 #include "platform/util/windows/filesystem/path.h"
-#include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/files.h"
 
 namespace product_platform::filesystem {
 namespace {
 
 oru::ResultCode ResultOf(winapi::Bool succeeded) noexcept {
-  return succeeded != 0 ? oru::sOk : oru::Win32ErrorToResult(winapi::GetLastError());
+  return succeeded != 0 ? oru::sOk : LastFailure();
 }
 
 oru::ResultCode RemoveLink(const std::u16string& path, winapi::Dword attributes) noexcept {
@@ -38,7 +37,8 @@ void RemoveEntry(const std::u16string& path, winapi::Dword attributes) noexcept 
 void RemoveEntries(DirectoryWalker<RemovalPolicy>& finder) {
   do {
     ORU_CHECK(finder.IsValid());
-    RemoveEntry(finder.CurrentPath(), finder.Current()->Data().dwFileAttributes);
+    const FindContext* const current = finder.Current();
+    if (current != nullptr) RemoveEntry(finder.CurrentPath(), current->Data().dwFileAttributes);
   } while (finder.Next() == oru::sOk);
 }
 
@@ -48,7 +48,7 @@ oru::ResultCode RemoveTree(const std::u16string& path) {
       ClassifyEntry(attributes) == EntryClass::kLink) {
     return RemoveLink(path, attributes);
   }
-  {
+  {  // a search that is still open after a failed step would hold the directory
     DirectoryWalker<RemovalPolicy> finder;
     if (const oru::ResultCode rc = finder.Open(path); ORU_FAILED(rc)) return rc;
     RemoveEntries(finder);
@@ -61,11 +61,15 @@ oru::ResultCode RemoveTree(const std::u16string& path) {
 oru::ResultCode QueryFileAttributes(const std::u16string& path,
                                     winapi::Dword& attributes) noexcept {
   const winapi::Dword found = winapi::GetFileAttributesW(path.c_str());
-  if (found == winapi::kInvalidFileAttributes) {
-    return oru::Win32ErrorToResult(winapi::GetLastError());
-  }
+  if (found == winapi::kInvalidFileAttributes) return LastFailure();
   attributes = found;
   return oru::sOk;
+}
+
+oru::ResultCode TestDirectory(const std::u16string& path) noexcept {
+  winapi::Dword attributes = 0;
+  if (const oru::ResultCode rc = QueryFileAttributes(path, attributes); ORU_FAILED(rc)) return rc;
+  return ClassifyEntry(attributes) == EntryClass::kDirectory ? oru::sOk : oru::sFalse;
 }
 
 oru::ResultCode RemoveFile(const std::u16string& path) noexcept {

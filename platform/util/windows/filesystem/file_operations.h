@@ -13,6 +13,10 @@ namespace product_platform::filesystem {
 [[nodiscard]] oru::ResultCode QueryFileAttributes(const std::u16string& path,
                                                   winapi::Dword& attributes) noexcept;
 
+// sOk for a plain directory, sFalse for anything else that is there, a link to a directory too,
+// else the failure.
+[[nodiscard]] oru::ResultCode TestDirectory(const std::u16string& path) noexcept;
+
 [[nodiscard]] oru::ResultCode RemoveFile(const std::u16string& path) noexcept;
 [[nodiscard]] oru::ResultCode RemoveEmptyDirectory(const std::u16string& path) noexcept;
 

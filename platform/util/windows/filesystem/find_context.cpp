@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "oru/rtl/check.h"
-#include "oru/rtl/error_mapping.h"
 #include "oru/rtl/last_error_keeper.h"
+#include "platform/util/windows/filesystem/failure.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "platform/winapi/winapi/errors.h"
 
@@ -17,18 +17,11 @@ namespace {
 // form it stays within the limit of paths without the prefix.
 constexpr std::size_t kLongPathFrom = 247;
 
-// The result code of a call that has failed. Some calls fail without setting the last error, and an
-// old 0 must not pass for a success.
-oru::ResultCode FailureOf(winapi::Error error) noexcept {
-  const oru::ResultCode rc = oru::Win32ErrorToResult(error);
-  return ORU_FAILED(rc) ? rc : oru::errUnspecified;
-}
-
 // The absolute form of a path, with the long-path prefix unless it is rooted by itself.
 oru::ResultCode GetAbsolutePath(std::u16string_view path, std::u16string& absolute) {
   const std::u16string source(path);
   const winapi::Dword size = winapi::GetFullPathNameW(source.c_str(), 0, nullptr, nullptr);
-  if (size == 0) return FailureOf(winapi::GetLastError());
+  if (size == 0) return LastFailure();
   std::u16string text(size, u'\0');
   const winapi::Dword length = winapi::GetFullPathNameW(source.c_str(), size, text.data(), nullptr);
   if (length == 0 || length >= size) return oru::errUnspecified;
@@ -53,8 +46,7 @@ bool FindHandleTraits::IsValid(winapi::Handle h) noexcept {
 
 oru::ResultCode FindHandleTraits::Close(winapi::Handle h) noexcept {
   ORU_CHECK(IsValid(h));
-  if (winapi::FindClose(h) == 0) return oru::Win32ErrorToResult(winapi::GetLastError());
-  return oru::sOk;
+  return winapi::FindClose(h) != 0 ? oru::sOk : LastFailure();
 }
 
 FindContext::~FindContext() {
@@ -71,6 +63,7 @@ const winapi::FindData& FindContext::Data() const noexcept {
 
 oru::ResultCode FindContext::Close() noexcept {
   if (!IsValid()) return oru::sOk;
+  m_data = {};
   return FindHandleTraits::Close(std::exchange(m_handle, winapi::InvalidHandleValue()));
 }
 

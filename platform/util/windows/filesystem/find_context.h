@@ -38,7 +38,8 @@ class FindContext {
   [[nodiscard]] std::u16string_view Name() const noexcept { return Data().cFileName; }
 
   // Searches `directory`, in place of what was searched before; a long or relative path by way of
-  // its absolute form. sOk when the search stands at the first entry.
+  // its absolute form. sOk when the search stands at the first entry. On a failure no search is
+  // open, except that the one before goes on where the absolute form can't be told.
   [[nodiscard]] oru::ResultCode OpenFind(std::u16string_view directory);
   // The next entry: sOk, sFalse at the end, a failure code otherwise.
   [[nodiscard]] oru::ResultCode FindNext() noexcept;

@@ -6,15 +6,14 @@
 #include <string>
 #include <utility>
 
-#include "oru/rtl/error_mapping.h"
 #include "oru/rtl/result_code.h"
-#include "platform/winapi/winapi/errors.h"
+#include "platform/util/windows/filesystem/failure.h"
 #include "platform/winapi/winapi/types.h"
 
 namespace product_platform::filesystem {
 
 // Calls `function(size, buffer)`, sizes in characters, with 260 and then with what it asked for,
-// five times at the most. A return of 0 gives the last error's result code, one that isn't above
+// five times at the most. A return of 0 gives the last error's failure, one that isn't above
 // the size is the text's length. A function that asks for more each time ends in a success with an
 // empty `result`. Running out of memory gives errOutOfMemory. `result` is empty on failure.
 template <typename Function>
@@ -29,7 +28,7 @@ template <typename Function>
       return oru::errOutOfMemory;
     }
     const winapi::Dword length = function(size, buffer.data());
-    if (length == 0) return oru::Win32ErrorToResult(winapi::GetLastError());
+    if (length == 0) return LastFailure();
     if (length <= size) {
       buffer.resize(length);
       result = std::move(buffer);

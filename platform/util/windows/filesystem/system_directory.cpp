@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "oru/rtl/error_mapping.h"
 #include "oru/rtl/exception.h"
-#include "platform/winapi/winapi/errors.h"
+#include "platform/util/windows/filesystem/failure.h"
 #include "platform/winapi/winapi/files.h"
 
 namespace product_platform::windows::detail {
@@ -16,8 +15,7 @@ constexpr char kSourceFile[] = "platform/util/windows/filesystem/system_director
 winapi::Dword AskSystemDirectory(char16_t* buffer, winapi::Dword size, std::uint32_t line) {
   const winapi::Dword result = winapi::GetSystemDirectoryW(buffer, size);
   if (result != 0) return result;
-  throw oru::CheckResultFailedException(kSourceFile, line,
-                                        oru::Win32ErrorToResult(winapi::GetLastError()))
+  throw oru::CheckResultFailedException(kSourceFile, line, filesystem::LastFailure())
       << u"product_platform::windows::detail::GetSystemFilesDirectory" << u" failed ";
 }
 
@@ -27,7 +25,8 @@ std::u16string GetSystemFilesDirectory() {
   const winapi::Dword size = AskSystemDirectory(nullptr, 0, __LINE__);
   std::u16string directory(size, u'\0');
   const winapi::Dword length = AskSystemDirectory(directory.data(), size, __LINE__);
-  // A directory that has become longer in between doesn't: what the buffer has is all there is.
+  // A longer answer than the first is the size that it would take, with nothing written: what is
+  // left then is the buffer of zeros, a path at which nothing can be found.
   directory.resize(std::min(length, size));
   return directory;
 }

@@ -325,6 +325,26 @@ TEST(GetTimeZoneBiasTest, UnknownZoneThrowsWithTheLastError) {
   }
 }
 
+// An answer that names no kind of time is passed on, and refused where the kind is needed.
+TEST(GetTimeZoneBiasTest, AnswerThatIsNoKindOfTimeThrows) {
+  UseZone(kBerlin);
+  host::SetTimeZoneId(3);
+  host::FailCall(kYearFunction, 1, 2, host::Repeat::kForever);
+  TimeZoneInformation record{};
+  EXPECT_EQ(GetYearTimeZone(2026, record), 3);
+  bool daylight = true;
+  try {
+    (void)GetTimeZoneBias(Instant(2026, 7, 15), 2026, true, daylight);
+    ADD_FAILURE() << "nothing thrown";
+  } catch (const TimeSystemError& error) {
+    EXPECT_EQ(error.Message(), u"Cannot get timezone information");
+    EXPECT_EQ(error.Line(), 245u);
+  }
+  EXPECT_FALSE(daylight);
+  host::SetTimeZoneId(std::nullopt);
+  host::ClearFaults();
+}
+
 TEST(ToLocalSystemTimeTest, TakesTwoConversionsAndOneZone) {
   UseZone(kNepal);
   host::StartCallLog();

@@ -145,8 +145,23 @@ TEST(FindContext, FailedNewSearchClosesTheOld) {
   const Tree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
+  ASSERT_EQ(context.Name(), u".");
   EXPECT_EQ(Code(context.OpenFind(tree.Windows(u"missing"))), 0x80010103u);
   EXPECT_FALSE(context.IsValid());
+  EXPECT_EQ(context.Name(), u"");  // nothing is left of the old one's entry
+  EXPECT_EQ(context.Data().dwFileAttributes, 0u);
+  EXPECT_EQ(ReportedChecks(), Reports{"IsValid()"});
+}
+
+TEST(FindContext, SearchGoesOnWhereTheNewPathHasNoAbsoluteForm) {
+  const Tree tree;
+  tree.Write(u"a");
+  FindContext context;
+  ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
+  winapi::SetLastError(0);
+  EXPECT_EQ(Code(context.OpenFind(u"")), 0x8000004Bu);
+  EXPECT_TRUE(context.IsValid());
+  EXPECT_EQ(Rest(context), (Names{u".", u"..", u"a"}));
 }
 
 TEST(FindContext, ReadingAnInvalidSearchIsReported) {

@@ -80,6 +80,17 @@ TEST(CallWithGrowingBuffer, LengthOfZeroIsTheLastErrorsFailure) {
   EXPECT_EQ(result, u"");
 }
 
+// Where the function sets no last error, what stands there from before is no success.
+TEST(CallWithGrowingBuffer, LengthOfZeroWithoutAnErrorIsAFailureToo) {
+  std::u16string result = u"before";
+  const oru::ResultCode rc = CallWithGrowingBuffer(result, [](winapi::Dword, char16_t*) {
+    winapi::SetLastError(0);
+    return winapi::Dword{0};
+  });
+  EXPECT_EQ(Code(rc), 0x8000004Bu);
+  EXPECT_EQ(result, u"");
+}
+
 TEST(CallWithGrowingBuffer, FailureAfterGrowingIsAFailureToo) {
   std::u16string result;
   int calls = 0;

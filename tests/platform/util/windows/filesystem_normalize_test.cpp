@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "platform/util/windows/filesystem/path.h"
+#include "tests/platform/util/windows/filesystem_reference.h"
 #include "tests/platform/util/windows/filesystem_text.h"
 
 namespace {
@@ -177,80 +177,11 @@ TEST(NormalizePath, PrefixBeforeAServerFormLosesItsServer) {
   EXPECT_EQ(Normal(u"\\\\?\\\\\\server\\share\\dir"), u"\\\\?\\server\\share\\dir");
 }
 
-// The same rules another way round: from the front, on a list of what is kept.
-bool IsSeparator(char16_t c) { return c == u'\\' || c == u'/'; }
-
-// How much of `text` its first `count` components take up, with the one separator between them.
-std::size_t Components(std::u16string_view text, int count) {
-  std::size_t used = 0;
-  while (true) {
-    const std::size_t end = text.find_first_of(u"\\/", used);
-    if (end == text.npos) return text.size();
-    if (--count == 0) return end;
-    used = end + 1;
-  }
-}
-
-std::size_t RootLength(const std::u16string& path) {
-  if (path.substr(0, 2) != u"\\\\") {
-    return path.size() > 2 && path[1] == u':' && IsSeparator(path[2]) ? 2 : 0;
-  }
-  const std::u16string head = path.substr(0, 4);
-  const std::u16string_view rest =
-      std::u16string_view(path).substr(std::min<std::size_t>(4, path.size()));
-  std::size_t length = 0;
-  if (head != u"\\\\?\\" && head != u"\\\\.\\") {
-    length = 2 + Components(std::u16string_view(path).substr(2), 2);
-  } else if (rest.substr(0, 3) == u"UNC") {
-    const std::u16string_view server = rest.substr(3);
-    const bool separated = !server.empty() && IsSeparator(server[0]);
-    length = 7 + (separated ? 1 + Components(server.substr(1), 2) : Components(server, 2));
-  } else if (rest.size() > 2 && rest[1] == u':' && IsSeparator(rest[2])) {
-    length = 7;
-  } else {
-    length = 4 + Components(rest, 1);
-  }
-  return IsSeparator(path[length - 1]) ? length - 1 : length;
-}
-
-std::u16string Reference(const std::u16string& path) {
-  if (path.empty() || (path.size() == 2 && path[1] == u':')) return path;
-  const std::u16string root = path.substr(0, RootLength(path));
-  const std::u16string part = path.substr(root.size());
-  const bool separated = !part.empty() && IsSeparator(part[0]);
-  std::vector<std::u16string> kept;
-  std::u16string segment;
-  bool first = true;
-  for (const char16_t c : part + u"/") {
-    if (!IsSeparator(c)) {
-      segment += c;
-      continue;
-    }
-    if (segment == u"..") {
-      if (!kept.empty() && kept.back() != u"..") {
-        kept.pop_back();
-      } else if (!separated) {
-        kept.push_back(segment);
-      }
-    } else if (!segment.empty() && (segment != u"." || first)) {
-      kept.push_back(segment);
-    }
-    segment.clear();
-    first = false;
-  }
-  std::u16string result = root;
-  for (std::size_t i = 0; i < kept.size(); ++i) {
-    if (i > 0 || separated) result += u"\\";
-    result += kept[i];
-  }
-  return kept.empty() && separated ? result + u"\\" : result;
-}
-
 TEST(NormalizePath, IsTheSameAsASecondImplementation) {
   auto random = RandomPaths();
   for (int i = 0; i < 100000; ++i) {
     const std::u16string path = random(9);
-    ASSERT_EQ(Normal(path), Reference(path)) << Shown(path);
+    ASSERT_EQ(Normal(path), tests::ReferenceNormal(path)) << Shown(path);
   }
 }
 

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <map>
 #include <string>
-#include <string_view>
 
 #include "platform/util/windows/filesystem/path.h"
+#include "tests/platform/util/windows/filesystem_reference.h"
 #include "tests/platform/util/windows/filesystem_text.h"
 
 namespace {
@@ -15,6 +17,7 @@ using product_platform::filesystem::IsSamePathChar;
 using product_platform::filesystem::JoinPath;
 using product_platform::filesystem::MatchPathMask;
 using product_platform::filesystem::MatchWildcard;
+using tests::DirectoryRule;
 using tests::RandomPaths;
 using tests::RandomText;
 using tests::Shown;
@@ -98,18 +101,6 @@ TEST(MatchWildcard, MaskEndingInDotStarNeedsAnExtension) {
   EXPECT_TRUE(MatchWildcard(u"name.msi", u"name.*"));
 }
 
-// The rules as they are said, without regard to time.
-bool Recursive(std::u16string_view name, std::u16string_view mask) {
-  if (mask.empty()) return name.empty();
-  if (mask[0] == u'*') {
-    return Recursive(name, mask.substr(1)) || (!name.empty() && Recursive(name.substr(1), mask));
-  }
-  if (name.empty()) return false;
-  const bool same = mask[0] == u'?' || mask[0] == name[0] || (mask[0] == u'a' && name[0] == u'A') ||
-                    (mask[0] == u'A' && name[0] == u'a');
-  return same && Recursive(name.substr(1), mask.substr(1));
-}
-
 TEST(MatchWildcard, IsTheSameAsARecursiveMatcher) {
   RandomText names({u"a", u"b", u"A", u"."});
   RandomText masks({u"a", u"b", u"A", u".", u"*", u"?"});
@@ -117,7 +108,8 @@ TEST(MatchWildcard, IsTheSameAsARecursiveMatcher) {
   for (int i = 0; i < 100000; ++i) {
     const std::u16string name = names(8);
     const std::u16string mask = masks(6);
-    const bool expected = Recursive(name, mask);
+    const bool expected =
+        tests::ReferenceWildcard(tests::Comparable(name), tests::Comparable(mask));
     matches += expected ? 1 : 0;
     ASSERT_EQ(MatchWildcard(name, mask), expected) << Shown(name) << " against " << Shown(mask);
   }
@@ -264,6 +256,68 @@ TEST(MatchPathMask, DirectoryAndStarMatchesWhatIsJoinedToIt) {
     ASSERT_FALSE(MatchPathMask(JoinPath(directory, u"sub\\" + name), JoinPath(directory, u"*")))
         << Shown(directory) << " with " << Shown(name);
   }
+}
+
+// Some characters become wildcards, other separators, or letters of the other case.
+std::u16string Varied(std::u16string text, RandomText& random) {
+  for (char16_t& c : text) {
+    const bool isLetter = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+    switch (random.Number(10)) {
+      case 0:
+        c = u'*';
+        break;
+      case 1:
+        c = u'?';
+        break;
+      case 2:
+        if (isLetter) c = static_cast<char16_t>(c ^ 0x20);
+        break;
+      case 3:
+        if (c == u'\\' || c == u'/') c = static_cast<char16_t>(u'\\' + u'/' - c);
+        break;
+      default:
+        break;
+    }
+  }
+  return text;
+}
+
+// The whole path or its end, as it is or varied, or one that has nothing to do with it.
+std::u16string MaskFor(const std::u16string& path, RandomText& random) {
+  const std::size_t begin = random.Number(2) == 0 ? 0 : random.Number(path.size() + 1);
+  switch (random.Number(6)) {
+    case 0:
+      return random(5);
+    case 1:
+      return path.substr(begin);
+    case 2:
+      return tests::ReferenceCut(path).directory.append(u"*");
+    default:
+      return Varied(path.substr(begin), random);
+  }
+}
+
+TEST(MatchPathMask, IsTheSameAsASecondImplementation) {
+  RandomText random({u"\\", u"\\", u"/", u"\\\\", u"a", u"b", u"A", u"a.b", u"C:", u"C:\\", u"D:/",
+                     u"\\\\?\\", u"\\\\.\\C:\\", u"\\\\s\\h\\", u"dir\\", u"dir\\", u"*", u"?",
+                     u"."});
+  std::map<DirectoryRule, int> matches;
+  std::map<DirectoryRule, int> others;
+  for (int i = 0; i < 200000; ++i) {
+    const std::u16string path = random(7);
+    const std::u16string mask = MaskFor(path, random);
+    const bool expected = tests::ReferenceMatch(path, mask);
+    ++(expected ? matches : others)[tests::RuleOf(mask)];
+    ASSERT_EQ(MatchPathMask(path, mask), expected) << Shown(path) << " against " << Shown(mask);
+  }
+  // The texts aren't beside the point of any of the rules.
+  for (const DirectoryRule rule : {DirectoryRule::kNone, DirectoryRule::kRelative,
+                                   DirectoryRule::kWhole, DirectoryRule::kBeginning}) {
+    EXPECT_GT(matches[rule], 2000) << static_cast<int>(rule);
+    EXPECT_GT(others[rule], 2000) << static_cast<int>(rule);
+  }
+  EXPECT_GT(matches[DirectoryRule::kAnyAbsolute], 100);
+  EXPECT_GT(others[DirectoryRule::kAnyAbsolute], 100);
 }
 
 }  // namespace

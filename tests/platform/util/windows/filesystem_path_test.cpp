@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/platform/util/windows/filesystem_reference.h"
 #include "tests/platform/util/windows/filesystem_text.h"
 #include "tests/support/temporary_folder.h"
 
@@ -176,6 +177,41 @@ TEST(GetFileNamePart, IsTheEndOfThePathAndHoldsNoSeparator) {
   }
 }
 
+TEST(SplitAndJoin, AreTheSameAsSecondImplementations) {
+  auto random = RandomPaths();
+  for (int i = 0; i < 100000; ++i) {
+    const std::u16string left = random(6);
+    const std::u16string right = random(6);
+    const std::u16string joined = JoinPath(left, right);
+    ASSERT_EQ(joined, tests::ReferenceJoin(left, right)) << Shown(left) << " and " << Shown(right);
+    ASSERT_EQ(GetFileNamePart(joined), tests::ReferenceCut(joined).name) << Shown(joined);
+    ASSERT_EQ(GetParentPath(joined), tests::ReferenceParent(joined)) << Shown(joined);
+  }
+}
+
+std::u16string WithoutSeparators(std::u16string path) {
+  std::erase_if(path, IsPathSeparator);
+  return path;
+}
+
+// But for separators, of which there may be others and another number.
+TEST(SplitAndJoin, JoinUndoesASplit) {
+  auto random = RandomPaths();
+  int same = 0;
+  for (int i = 0; i < 50000; ++i) {
+    const std::u16string path = random(8);
+    const std::u16string again = JoinPath(GetParentPath(path), GetFileNamePart(path));
+    if (GetFileNamePart(path).empty()) {
+      ASSERT_EQ(again, GetParentPath(path)) << Shown(path);
+    } else {
+      ASSERT_EQ(GetFileNamePart(again), GetFileNamePart(path)) << Shown(path);
+    }
+    ASSERT_EQ(WithoutSeparators(again), WithoutSeparators(path)) << Shown(path);
+    same += again == path ? 1 : 0;
+  }
+  EXPECT_GT(same, 10000);
+}
+
 struct LongPathCase {
   const char* name;
   std::u16string path;
@@ -235,6 +271,24 @@ TEST(MakeLongPath, HalfAbsolutePathsAreRelativeOnes) {
   const std::u16string base = u"\\\\?\\" + folder.Windows();
   EXPECT_EQ(MakeLongPath(u"\\x"), base + u"\\x");
   EXPECT_EQ(MakeLongPath(u"C:x"), base + u"\\C:x");
+}
+
+TEST(MakeLongPath, RelativePathIsMadeAbsoluteWhateverItsLength) {
+  const InOwnFolder folder;
+  const std::u16string base = u"\\\\?\\" + folder.Windows() + u"\\";
+  for (const std::size_t length : {1u, 246u, 247u, 259u, 260u, 300u, 40000u}) {
+    const std::u16string path(length, u'n');
+    EXPECT_TRUE(MakeLongPath(path) == base + path) << length;
+  }
+}
+
+TEST(MakeLongPath, IsTheSameAsASecondImplementation) {
+  const InOwnFolder folder;
+  auto random = RandomPaths();
+  for (int i = 0; i < 30000; ++i) {
+    const std::u16string path = random(8);
+    ASSERT_EQ(MakeLongPath(path), tests::ReferenceLong(path, folder.Windows())) << Shown(path);
+  }
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Removing trees with links in them, and when the system refuses.
+// Removing trees with links in them, and when the system refuses. Links are shown on the host
+// alone: under Wine the removal of a link removes what it leads to and keeps the link.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -6,10 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "oru/rtl/exception.h"
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "platform/util/windows/filesystem/path.h"
-#include "platform/util/windows/filesystem/system_directory.h"
 #include "platform/winapi/host/control.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
@@ -18,11 +16,48 @@ namespace host = winapi::host;
 
 namespace {
 
-using product_platform::filesystem::MakeLongPath;
 using product_platform::filesystem::RemoveDirectoryRecursive;
+using product_platform::filesystem::TestDirectory;
 using tests::Tree;
 
 std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
+
+struct SilentFailure {
+  const char* call;
+  oru::ResultCode (*run)(const std::u16string& path);
+};
+
+oru::ResultCode Query(const std::u16string& path) {
+  winapi::Dword attributes = 0;
+  return product_platform::filesystem::QueryFileAttributes(path, attributes);
+}
+
+// What fails without setting the last error finds an old one there, which may be 0.
+TEST(FileOperationsOnHost, FailureWithoutAnErrorIsNoSuccess) {
+  const SilentFailure cases[] = {
+      {"GetFileAttributesW", Query},
+      {"GetFileAttributesW", TestDirectory},
+      {"DeleteFileW", product_platform::filesystem::RemoveFile},
+      {"RemoveDirectoryW", product_platform::filesystem::RemoveEmptyDirectory},
+      {"RemoveDirectoryW", RemoveDirectoryRecursive},
+      {"FindFirstFileExW", RemoveDirectoryRecursive},
+  };
+  for (const SilentFailure& test : cases) {
+    const Tree tree;
+    host::FailCall(test.call, 1, 0);
+    EXPECT_EQ(Code(test.run(tree.Windows())), 0x8000004Bu) << test.call;
+    EXPECT_EQ(host::InjectedFaultCount(), 1u) << test.call;
+    EXPECT_TRUE(tree.Has(u"")) << test.call;
+    host::ClearFaults();
+  }
+}
+
+TEST(TestDirectoryOnHost, LinkToADirectoryIsNone) {
+  const Tree tree;
+  tree.MakeDirectory(u"target");
+  std::filesystem::create_directory_symlink(tree.File(u"target"), tree.File(u"link"));
+  EXPECT_EQ(TestDirectory(tree.Windows(u"link")), oru::sFalse);
+}
 
 TEST(RemoveDirectoryRecursiveOnHost, LinkToADirectoryElsewhereGoesAndItsTargetStays) {
   const Tree tree;
@@ -79,12 +114,36 @@ TEST(RemoveDirectoryRecursiveOnHost, RefusedRemovalOfALinkIsTheResult) {
   EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"link"))), 0x80000045u);
 }
 
+TEST(RemoveDirectoryRecursiveOnHost, RefusedRemovalOfALinkToAFileIsTheResult) {
+  const Tree tree;
+  tree.Write(u"target");
+  std::filesystem::create_symlink(tree.File(u"target"), tree.File(u"link"));
+  host::StartCallLog();
+  host::ClearCallLog();
+  host::FailCall("DeleteFileW", 1, 5);
+  EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"link"))), 0x80000045u);
+  EXPECT_EQ(host::CallsOf("DeleteFileW").size(), 1u);
+  EXPECT_TRUE(host::CallsOf("RemoveDirectoryW").empty());
+  EXPECT_TRUE(tree.Has(u"link"));
+}
+
 TEST(RemoveDirectoryRecursiveOnHost, FailedQueryOfTheAttributesChangesNothing) {
   const Tree tree;
   tree.MakeDirectory(u"top/a");
   host::FailCall("GetFileAttributesW", 1, 5);
   EXPECT_EQ(RemoveDirectoryRecursive(tree.Windows(u"top")), oru::sOk);
+  EXPECT_EQ(host::InjectedFaultCount(), 1u);
   EXPECT_FALSE(tree.Has(u"top"));
+}
+
+// The calls that were to remove just this directory.
+std::size_t RemovalsOf(const std::u16string& path) {
+  const std::string removed = "\\\\?\\" + std::string(path.begin(), path.end());
+  std::size_t count = 0;
+  for (const host::CallRecord& call : host::CallsOf("RemoveDirectoryW")) {
+    count += call.Argument("path") == removed ? 1 : 0;
+  }
+  return count;
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, DirectoryThatCanNotBeListedStaysWithThoseAbove) {
@@ -93,8 +152,13 @@ TEST(RemoveDirectoryRecursiveOnHost, DirectoryThatCanNotBeListedStaysWithThoseAb
   tree.Write(u"top/a/f");
   tree.MakeDirectory(u"top/b");
   tree.Write(u"top/z");
+  host::StartCallLog();
+  host::ClearCallLog();
   host::FailCall("FindFirstFileExW", 2, 5);  // the first of the two
   EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"top"))), 0x80070091u);  // 145
+  EXPECT_EQ(host::InjectedFaultCount(), 1u);
+  EXPECT_EQ(RemovalsOf(tree.Windows(u"top")), 1u);
+  EXPECT_EQ(tests::ReportedChecks(), std::vector<std::string>{});
   EXPECT_NE(tree.Has(u"top/a"), tree.Has(u"top/b"));
   EXPECT_FALSE(tree.Has(u"top/z"));
   EXPECT_EQ(host::Live().handles, 0u);
@@ -108,6 +172,36 @@ TEST(RemoveDirectoryRecursiveOnHost, FailedStepEndsInTheRemovalOfTheRoot) {
   EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"top"))), 0x80070091u);  // 145
   EXPECT_TRUE(tree.Has(u"top/f"));
   EXPECT_EQ(host::Live().handles, 0u);
+}
+
+// An open search would hold the directory.
+TEST(RemoveDirectoryRecursiveOnHost, SearchOfAFailedStepIsClosedBeforeTheRootGoes) {
+  const Tree tree;
+  tree.MakeDirectory(u"top/a");
+  host::StartCallLog();
+  host::ClearCallLog();
+  host::FailCall("FindNextFileW", 3, 5);  // the first within "a", which is entered by the second
+  EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"top"))), 0x80070091u);  // 145
+  std::vector<std::string> calls;
+  for (const host::CallRecord& call : host::CallLog()) {
+    if (call.operation.find("LastError") == std::string::npos) calls.push_back(call.operation);
+  }
+  EXPECT_EQ(calls,
+            (std::vector<std::string>{"GetFileAttributesW", "FindFirstFileExW", "FindNextFileW",
+                                      "FindNextFileW", "FindFirstFileExW", "FindNextFileW",
+                                      "FindClose", "FindClose", "RemoveDirectoryW"}));
+}
+
+TEST(RemoveDirectoryRecursiveOnHost, SearchesThatCanNotBeClosedAreReportedAndKeepNothing) {
+  const Tree tree;
+  tree.MakeDirectory(u"top/a/b");
+  tree.Write(u"top/a/f");
+  host::FailCall("FindClose", 1, 6, host::Repeat::kForever);
+  EXPECT_EQ(RemoveDirectoryRecursive(tree.Windows(u"top")), oru::sOk);
+  EXPECT_EQ(host::InjectedFaultCount(), 3u);
+  EXPECT_FALSE(tree.Has(u"top"));
+  EXPECT_EQ(tests::ReportedChecks(),
+            std::vector<std::string>{"oru::sOk == Traits::Close(m_handle)"});
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, SubdirectoryThatStaysIsSeenAtTheRoot) {
@@ -163,50 +257,6 @@ TEST(RemoveDirectoryRecursiveOnHost, MemoryGrowsWithDepthOnly) {
   const long before = PeakMemory();
   ASSERT_EQ(RemoveDirectoryRecursive(tree.Windows(u"top")), oru::sOk);
   EXPECT_LT(PeakMemory() - before, 1024);
-}
-
-TEST(MakeLongPathOnHost, UnknownCurrentDirectoryIsThrown) {
-  host::FailCall("GetCurrentDirectoryW", 1, 5);
-  try {
-    (void)MakeLongPath(u"a");
-    FAIL() << "nothing was thrown";
-  } catch (const oru::ResultCodeException& exception) {
-    EXPECT_EQ(Code(exception.Code()), 0x80000045u);
-    EXPECT_STREQ(exception.File(), "platform/util/windows/filesystem/path");
-  }
-}
-
-TEST(MakeLongPathOnHost, AbsolutePathNeedsNoCurrentDirectory) {
-  host::StartCallLog();
-  host::ClearCallLog();
-  EXPECT_EQ(MakeLongPath(u"C:\\a"), u"\\\\?\\C:\\a");
-  EXPECT_TRUE(host::CallsOf("GetCurrentDirectoryW").empty());
-}
-
-TEST(GetSystemFilesDirectoryOnHost, EitherCallsFailureIsThrown) {
-  for (const std::size_t nth : {1u, 2u}) {
-    host::FailCall("GetSystemDirectoryW", nth, 5);
-    try {
-      (void)product_platform::windows::detail::GetSystemFilesDirectory();
-      ADD_FAILURE() << "nothing was thrown at call " << nth;
-    } catch (const oru::CheckResultFailedException& exception) {
-      EXPECT_EQ(Code(exception.Code()), 0x80000045u);
-      EXPECT_EQ(exception.Message().view(),
-                u"product_platform::windows::detail::GetSystemFilesDirectory failed ");
-      EXPECT_STREQ(exception.File(), "platform/util/windows/filesystem/system_directory");
-    }
-    EXPECT_EQ(host::InjectedFaultCount(), 1u);
-    host::ClearFaults();
-  }
-}
-
-TEST(GetSystemFilesDirectoryOnHost, AsksForTheSizeFirst) {
-  host::StartCallLog();
-  host::ClearCallLog();
-  (void)product_platform::windows::detail::GetSystemFilesDirectory();
-  EXPECT_EQ(host::CallsOf("GetSystemDirectoryW").size(), 2u);
-  EXPECT_EQ(host::CallsOf("GetSystemDirectoryW").at(0).Argument("size"), "0");
-  EXPECT_EQ(host::CallsOf("GetSystemDirectoryW").at(1).Argument("size"), "20");
 }
 
 }  // namespace

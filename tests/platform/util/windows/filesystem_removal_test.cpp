@@ -6,6 +6,7 @@
 
 #include "platform/util/windows/filesystem/file_operations.h"
 #include "platform/winapi/winapi/files.h"
+#include "tests/contract/difference.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
 
@@ -15,6 +16,7 @@ using product_platform::filesystem::QueryFileAttributes;
 using product_platform::filesystem::RemoveDirectoryRecursive;
 using product_platform::filesystem::RemoveEmptyDirectory;
 using product_platform::filesystem::RemoveFile;
+using product_platform::filesystem::TestDirectory;
 using tests::HeldFile;
 using tests::Tree;
 
@@ -44,6 +46,16 @@ TEST(QueryFileAttributes, FailureLeavesTheOutputAlone) {
   EXPECT_EQ(Code(QueryFileAttributes(tree.Windows(u"missing"), attributes)), 0x80010102u);
   EXPECT_EQ(Code(QueryFileAttributes(tree.Windows(u"missing/x"), attributes)), 0x80010103u);
   EXPECT_EQ(attributes, 4711u);
+}
+
+TEST(TestDirectory, TellsADirectoryFromAFileAndFromNothing) {
+  const Tree tree;
+  tree.Write(u"a");
+  EXPECT_EQ(TestDirectory(tree.Windows()), oru::sOk);
+  EXPECT_EQ(TestDirectory(tree.Windows(u"a")), oru::sFalse);
+  EXPECT_EQ(Code(TestDirectory(tree.Windows(u"missing"))), 0x80010102u);
+  EXPECT_EQ(Code(TestDirectory(tree.Windows(u"missing/x"))), 0x80010103u);
+  EXPECT_EQ(Code(TestDirectory(u"")), 0x80010103u);
 }
 
 TEST(RemoveFile, RemovesAFileAlone) {
@@ -124,7 +136,9 @@ TEST(RemoveDirectoryRecursive, MissingDirectoryIsAFailure) {
 TEST(RemoveDirectoryRecursive, FileIsNoTree) {
   const Tree tree;
   tree.Write(u"a");
-  EXPECT_TRUE(ORU_FAILED(RemoveDirectoryRecursive(tree.Windows(u"a"))));
+  EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"a"))),
+            tests::Expected(0x80010103u, 0x80010109u,
+                            "calls a file in the place of a directory a bad name"));
   EXPECT_TRUE(tree.Has(u"a"));
 }
 
@@ -151,6 +165,10 @@ TEST(RemoveDirectoryRecursive, HeldFileKeepsTheDirectoriesAboveItAlone) {
 TEST(RemoveDirectoryRecursive, DeepTreeGoes) {
   const Tree tree;
   tree.MakeDeep(kLevels);
+  std::u16string innermost = u"top";
+  for (int i = 1; i < kLevels; ++i) innermost += u"/d";
+  ASSERT_TRUE(tree.Has(innermost + u"/f"));
+  ASSERT_FALSE(tree.Has(innermost + u"/d"));
   EXPECT_EQ(RemoveDirectoryRecursive(tree.Windows(u"top")), oru::sOk);
   EXPECT_FALSE(tree.Has(u"top"));
 }

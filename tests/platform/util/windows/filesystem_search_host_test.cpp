@@ -1,6 +1,7 @@
 // Searches and walks as the seam sees them, and when its calls fail.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,62 @@ TEST(OpenFindOnHost, RelativePathIsAlwaysMadeAbsolute) {
   EXPECT_EQ(seen.pattern, "\\\\?\\" + std::string(folder.begin(), folder.end()) + "\\a\\*");
   EXPECT_EQ(seen.fullPathCalls, 2u);
   std::filesystem::current_path("/");
+}
+
+// The drive stands for the current directory's.
+TEST(OpenFindOnHost, EveryOtherPathIsMadeAbsoluteWhateverItsLength) {
+  const Tree tree;
+  std::filesystem::current_path(tree.File(u""));
+  const std::u16string folder = tree.Windows();
+  const std::string base(folder.begin(), folder.end());
+  struct Case {
+    const char* name;
+    std::u16string path;
+    std::string pattern;
+  };
+  const Case cases[] = {
+      {"one character", u"a", base + "\\a\\*"},
+      {"300 characters", std::u16string(300, u'n'), base + "\\" + std::string(300, 'n') + "\\*"},
+      {"one separator in front", u"\\x", "Z:\\x\\*"},
+      {"drive without a separator", u"C:x", "C:\\x\\*"},
+      {"drive alone", u"C:", "C:\\*"},
+  };
+  for (const Case& test : cases) {
+    const Seen seen = Search(test.path);
+    EXPECT_EQ(seen.pattern, "\\\\?\\" + test.pattern) << test.name;
+    EXPECT_EQ(seen.fullPathCalls, 2u) << test.name;
+  }
+  std::filesystem::current_path("/");
+}
+
+// What the two calls for the absolute form answer.
+host::PathScript Answers(winapi::Dword first, host::PathAnswer second) {
+  return [=](winapi::Dword size) { return size == 0 ? host::PathAnswer{{}, first} : second; };
+}
+
+TEST(OpenFindOnHost, AbsoluteFormMustFitTheSizeThatWasAsked) {
+  struct Case {
+    const char* name;
+    host::PathAnswer second;
+    std::uint32_t code;
+    std::size_t searches;
+  };
+  const Case cases[] = {
+      {"below the size", {u"Z:\\nowhere", {}}, 0x80010103, 1},
+      {"equal to the size", {{}, 20}, 0x8000004B, 0},
+      {"above the size", {{}, 21}, 0x8000004B, 0},
+      {"nothing", {{}, 0}, 0x8000004B, 0},
+  };
+  for (const Case& test : cases) {
+    host::SetPathScript("GetFullPathNameW", Answers(20, test.second));
+    host::StartCallLog();
+    host::ClearCallLog();
+    FindContext context;
+    EXPECT_EQ(Code(context.OpenFind(u"a")), test.code) << test.name;
+    EXPECT_EQ(host::CallsOf("GetFullPathNameW").size(), 2u) << test.name;
+    EXPECT_EQ(host::CallsOf("FindFirstFileExW").size(), test.searches) << test.name;
+  }
+  host::SetPathScript("GetFullPathNameW", nullptr);
 }
 
 TEST(OpenFindOnHost, RootedPathIsSearchedDirectlyWhateverItsLength) {
@@ -170,6 +227,41 @@ TEST(FindContextOnHost, FailedCloseForANewSearchIsReported) {
   EXPECT_EQ(ReportedChecks(), Reports{"oru::sOk == Close()"});
 }
 
+// The operations of the log, in its order, of which the names are given.
+Reports Order(const std::vector<std::string>& names) {
+  Reports order;
+  for (const host::CallRecord& call : host::CallLog()) {
+    if (std::find(names.begin(), names.end(), call.operation) == names.end()) continue;
+    const std::string path = call.Argument("path");
+    order.push_back(path.empty() ? call.operation : call.operation + " " + path);
+  }
+  return order;
+}
+
+TEST(FindContextOnHost, OldSearchIsClosedBehindTheNewOnesStart) {
+  const Tree tree;
+  tree.MakeDirectory(u"a");
+  FindContext context;
+  ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
+  host::StartCallLog();
+  for (const char16_t* const name : {u"a", u"missing"}) {
+    ASSERT_TRUE(context.IsValid());
+    host::ClearCallLog();
+    (void)context.OpenFind(tree.Windows(name));
+    EXPECT_EQ(Order({"FindFirstFileExW", "FindClose"}), (Reports{"FindFirstFileExW", "FindClose"}));
+  }
+}
+
+// A close that fails without an error is no success either.
+TEST(FindContextOnHost, FailedCloseWithoutAnErrorIsReported) {
+  const Tree tree;
+  FindContext context;
+  ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
+  host::FailCall("FindClose", 1, 0);
+  EXPECT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
+  EXPECT_EQ(ReportedChecks(), Reports{"oru::sOk == Close()"});
+}
+
 // The old search's end mustn't hide why the new one failed.
 TEST(FindContextOnHost, FailedCloseLeavesTheNewSearchsFailure) {
   const Tree tree;
@@ -208,6 +300,25 @@ TEST(DirectoryWalkerOnHost, DestructorClosesInnermostFirst) {
   for (std::size_t i = 1; i < opened.size(); ++i) {  // handles are given out in rising order
     EXPECT_GT(std::stoul(opened[i - 1], nullptr, 0), std::stoul(opened[i], nullptr, 0));
   }
+  EXPECT_EQ(host::Live().handles, 0u);
+}
+
+// So that the search of a directory doesn't hold it when it is removed.
+TEST(DirectoryWalkerOnHost, DirectoryIsLeftThenClosedThenRemoved) {
+  const Tree tree;
+  tree.MakeDirectory(u"top/a/b");
+  const std::u16string top = tree.Windows(u"top");
+  const std::string root(top.begin(), top.end());
+  host::StartCallLog();
+  host::ClearCallLog();
+  DirectoryWalker<RemovalPolicy> walker;
+  ASSERT_EQ(walker.Open(top), oru::sOk);
+  while (walker.Next() == oru::sOk) {
+  }
+  EXPECT_EQ(Order({"FindFirstFileExW", "FindClose", "RemoveDirectoryW"}),
+            (Reports{"FindFirstFileExW", "FindFirstFileExW", "FindFirstFileExW", "FindClose",
+                     "RemoveDirectoryW " + root + "\\a\\b", "FindClose",
+                     "RemoveDirectoryW " + root + "\\a", "FindClose"}));
   EXPECT_EQ(host::Live().handles, 0u);
 }
 

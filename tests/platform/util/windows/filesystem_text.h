@@ -29,11 +29,10 @@ class RandomText {
     }
     return text;
   }
+  // Below `limit`. The library's distributions differ between the worlds.
+  [[nodiscard]] std::size_t Number(std::size_t limit) { return m_engine() % limit; }
 
  private:
-  // Below `limit`. The library's distributions differ between the worlds.
-  std::size_t Number(std::size_t limit) { return m_engine() % limit; }
-
   std::mt19937 m_engine;
   std::vector<std::u16string> m_pieces;
 };

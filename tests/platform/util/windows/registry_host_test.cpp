@@ -73,7 +73,8 @@ TEST_F(RegistryOnHost, OpenKeyGivesTheErrorAndLeavesTheTargetEmpty) {
 
 TEST_F(RegistryOnHost, TransactedOpenPassesTheTransaction) {
   KernelHandle transaction;
-  transaction.Attach(windows_helpers::CreateTransaction(u"test"));
+  char16_t description[] = u"test";
+  transaction.Attach(windows_helpers::CreateTransaction(description));
   StartLog();
   RegKey key;
   ASSERT_EQ(
@@ -92,7 +93,8 @@ TEST_F(RegistryOnHost, TransactedOpenPassesTheTransaction) {
 // A full target is reported by the assignment alone: the open has no checks of its own here.
 TEST_F(RegistryOnHost, TransactedOpenIntoAFullTargetReportsTheAssignmentOnly) {
   KernelHandle transaction;
-  transaction.Attach(windows_helpers::CreateTransaction(u"test"));
+  char16_t description[] = u"test";
+  transaction.Attach(windows_helpers::CreateTransaction(description));
   RegKey key;
   Open(key);
   const winapi::Key first = key.GetValue();

@@ -9,7 +9,8 @@ namespace {
 // Under Wine this shows no more than that the functions are found and called by their convention:
 // its transactions are all one number and do nothing.
 TEST(Transactions, IsMadeAndCommitted) {
-  const winapi::Handle transaction = windows_helpers::CreateTransaction(u"Transactions");
+  char16_t description[] = u"Transactions";
+  const winapi::Handle transaction = windows_helpers::CreateTransaction(description);
   EXPECT_NE(transaction, nullptr);
   EXPECT_NE(transaction, winapi::InvalidHandleValue());
   EXPECT_NE(windows_helpers::CommitTransaction(transaction), 0);
