@@ -108,6 +108,9 @@ void SetFault(const Fault& fault) {
     case Fault::Kind::kCall:
       host::FailAnyCall(fault.nth, fault.error, fault.repeat);
       break;
+    case Fault::Kind::kOperation:
+      host::FailCall(fault.operation, fault.nth, fault.error, fault.repeat);
+      break;
     case Fault::Kind::kAllocation:
       host::FailAllocation(fault.nth, fault.repeat);
       break;
@@ -190,11 +193,10 @@ void ReadLine(const std::vector<std::string>& fields, RunResult& result) {
 
 std::string Describe(const Fault& fault) {
   std::ostringstream text;
-  text << (fault.kind == Fault::Kind::kNone   ? "no fault"
-           : fault.kind == Fault::Kind::kCall ? "call "
-                                              : "allocation ");
-  if (fault.kind != Fault::Kind::kNone) text << fault.nth;
-  if (fault.kind == Fault::Kind::kCall) text << " with error " << fault.error;
+  if (fault.kind == Fault::Kind::kNone) return "no fault";
+  text << (fault.kind == Fault::Kind::kAllocation ? "allocation " : fault.operation + " call ")
+       << fault.nth;
+  if (fault.kind != Fault::Kind::kAllocation) text << " with error " << fault.error;
   if (fault.repeat == host::Repeat::kForever) text << " and all behind it";
   return text.str();
 }

@@ -16,11 +16,13 @@
 namespace tests {
 
 struct Fault {
-  enum class Kind { kNone, kCall, kAllocation };
+  enum class Kind { kNone, kCall, kOperation, kAllocation };
   Kind kind = Kind::kNone;
-  std::size_t nth = 0;  // of the calls that can fail, or of the allocations; from 1
+  std::size_t nth = 0;  // of the calls that can fail, those of the operation, or of the
+                        // allocations; from 1
   winapi::Error error = 0;
   winapi::host::Repeat repeat = winapi::host::Repeat::kOnce;
+  std::string operation = {};  // for kOperation
 };
 
 [[nodiscard]] std::string Describe(const Fault& fault);

@@ -5,16 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "tests/support/faulted_run.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/fault_sweep.h"
 #include "tests/zum_setup_util_lib/pipeline_progress.h"
 #include "tests/zum_setup_util_lib/pipeline_run.h"
 
@@ -40,32 +37,18 @@ using tests::kRenamesSkipped;
 using tests::kSelfDefenseCode;
 using tests::kSignatureCode;
 
-class CorrectSetupSweep : public testing::Test {
+class CorrectSetupSweep : public tests::FaultSweep {
  protected:
   RunResult Run(const Fault& fault, const std::function<void()>& begin = tests::BeginPipelineRun) {
-    const std::filesystem::path folder = m_folder.Path() / std::to_string(++m_runs);
-    std::filesystem::create_directory(folder);
-    RunResult run = tests::RunPipeline(fault, folder.string(), begin);
-    std::filesystem::remove_all(folder);
+    const RunResult run = RunOnce(tests::PipelinePlan(begin), fault);
     ExpectSoundEnd(run);
-    m_outcomes.insert(ToText(run));
-    m_injected += run.injectedFaults;
+    Note(run, ToText(run));
     return run;
   }
 
   // What holds for every run, whatever failed.
   static void ExpectSoundEnd(const RunResult& run) {
-    ASSERT_TRUE(run.ended) << "signal " << run.status << '\n' << run.errors;
-    EXPECT_FALSE(run.threw);
     EXPECT_EQ(run.output, "");
-    EXPECT_EQ(run.errors, "");
-    EXPECT_EQ(run.status, static_cast<int>(run.code & 0xFF));
-    // What fails to close is let go of all the same, but for blocks of memory.
-    EXPECT_EQ(run.live.keys, 0u);
-    EXPECT_EQ(run.live.handles, 0u);
-    EXPECT_LE(run.live.localBlocks, Count(run, "LocalFree", true));
-    EXPECT_LE(run.live.heapBlocks,
-              Count(run, "HeapFree", true) + Count(run, "GetProcessHeap", true));
     // The three libraries of the pipeline stay with the process.
     EXPECT_LE(run.live.moduleReferences, 3u);
     EXPECT_NE(run.facts.at("renames"), "damaged");
@@ -73,17 +56,6 @@ class CorrectSetupSweep : public testing::Test {
     EXPECT_LE(run.runningPrograms, Count(run, "WaitForSingleObjectEx", true));
     EXPECT_TRUE(run.facts.at("trace").starts_with("TVX TRACE FILE\tTime: "));
   }
-
-  void PrintSummary(const char* what, std::size_t seen) const {
-    std::cout << what << ": " << seen << " seen, " << m_injected << " faults injected in " << m_runs
-              << " runs, " << m_outcomes.size() << " distinct outcomes\n";
-    for (const std::string& outcome : m_outcomes) std::cout << "  " << outcome << '\n';
-  }
-
-  tests::TemporaryFolder m_folder;
-  std::size_t m_runs = 0;
-  std::size_t m_injected = 0;
-  std::set<std::string> m_outcomes;
 };
 
 // The call that was made to fail, with what tells it from others of its operation.
@@ -320,16 +292,99 @@ TEST_F(CorrectSetupSweep, AllCallsFailFromEachOneOn) {
   PrintSummary("calls", nth - 1);
 }
 
+struct ForEver {
+  const char* operation;
+  Expected expected;
+  std::size_t drops = 0;  // directories left behind
+};
+
+constexpr Expected kRefused = {kSignatureCode, "marked"};
+constexpr Expected kNotDropped = {kDropCode, "marked"};
+// All attempts fail, and none of them leaves a trace in the registry.
+constexpr Expected kNotCommitted = {kPendingCode, "restored", "as it was", 1};
+
+// One operation alone that never works, in the order in which the correction comes to them.
+constexpr ForEver kOperationsForEver[] = {
+    {"GetFileAttributesW", {kSelfDefenseCode, "marked"}},
+    {"CoCreateGuid", kCompleted},  // the zeros serve
+    {"CreateFileW", {kSelfDefenseCode, "marked"}},
+    {"CloseHandle", kCompleted},
+    // The probe file stays, and so does the private directory, with the copy in it.
+    {"DeleteFileW", {kPassed, "restored", "corrected", 1, 0, 1}, 1},
+    {"GetTempPathW", kNotDropped},
+    {"OpenProcessToken", kNotDropped},
+    {"GetTokenInformation", kNotDropped},
+    {"CreateWellKnownSid", kNotDropped},
+    {"InitializeAcl", kNotDropped},
+    {"AddAccessAllowedAce", kNotDropped},
+    {"GetModuleHandleA", kNotDropped},
+    {"GetProcAddress", kNotDropped},
+    {"AddMandatoryAce", kNotDropped},
+    {"InitializeSecurityDescriptor", kNotDropped},
+    {"SetSecurityDescriptorDacl", kNotDropped},
+    {"SetSecurityDescriptorSacl", kNotDropped},
+    {"CreateDirectoryW", kNotDropped},
+    {"CopyFileW", kNotDropped},
+    // No package is found, so none is copied; the removal can't list either.
+    {"FindFirstFileExW", kRefusedWithState, 1},
+    {"FindNextFileW", kRefusedWithState},
+    {"FindClose", kCompleted},
+    {"GetSystemDirectoryW", kRefused},
+    {"LoadLibraryW", kRefused},
+    {"WinVerifyTrust", kRefused},
+    {"WTHelperProvDataFromStateData", kRefusedWithState},
+    {"WTHelperGetProvSignerFromChain", kRefusedWithState},
+    {"WTHelperGetProvCertFromChain", kRefusedWithState},
+    {"CertGetNameStringW", kRefusedWithState},
+    {"LocalAlloc", kRefusedWithState},
+    {"LocalFree", kCompleted},
+    {"RegOpenKeyExW", {kRegistryCode, "marked"}},
+    {"RegEnumKeyW", {kPassed, "marked", "corrected", 1}},
+    {"RegQueryValueExW", {kPassed, "marked", "as it was", 1}},
+    {"RegSetValueExW", {kRegistryCode, "marked"}},
+    {"RegDeleteValueW", {kRegistryCode, "half marked"}},
+    {"RegCloseKey", kCompleted},
+    // Framework strings that don't fit into their objects: the longer of the two values can't be
+    // read and is passed over, and the installer's path fails its stage.
+    {"GetProcessHeap", {kLaunchCode, "marked restored"}},
+    {"HeapAlloc", {kLaunchCode, "marked restored"}},
+    {"HeapFree", kCompleted},
+    {"CreateProcessW", {kLaunchCode, "restored"}},
+    {"WaitForSingleObjectEx", {kLaunchCode, "restored", "as it was", 1}},
+    {"GetExitCodeProcess", {kLaunchCode, "restored", "as it was", 1}},
+    {"CreateTransaction", kRenamesSkipped},
+    {"GetModuleHandleW", kRenamesSkipped},
+    {"RegOpenKeyTransactedW", kRenamesSkipped},
+    {"CommitTransaction", kNotCommitted},
+    {"RemoveDirectoryW", kCompleted, 1},
+    // The trace alone.
+    {"FileTimeToSystemTime", kCompleted},
+    {"GetTimeZoneInformationForYear", kCompleted}};
+
+TEST_F(CorrectSetupSweep, EachOperationFailsForEver) {
+  std::set<std::string> failed;
+  for (const ForEver& row : kOperationsForEver) {
+    SCOPED_TRACE(row.operation);
+    failed.insert(row.operation);
+    const RunResult run = Run({Fault::Kind::kOperation, 1, 5, Repeat::kForever, row.operation});
+    EXPECT_GT(run.injectedFaults, 0u);
+    EXPECT_EQ(ToText(run), ToText(row.expected));
+    EXPECT_EQ(run.facts.at("drops"), std::to_string(row.drops));
+    if (!kOfTheTrace.contains(row.operation)) ExpectTraceOfFailure(run);
+  }
+  PrintSummary("operations", std::size(kOperationsForEver));
+  for (const host::CallRecord& call : Run({}).calls) {
+    EXPECT_TRUE(failed.contains(call.operation) || kNeverFail.contains(call.operation))
+        << call.operation << " has no row";
+  }
+}
+
 struct Missing {
   const char* name;
   Expected expected;
 };
 
-constexpr Expected kRefused = {kSignatureCode, "marked"};
-// All attempts fail, and none of them leaves a trace in the registry.
-constexpr Expected kNotCommitted = {kPendingCode, "restored", "as it was", 1};
-
-constexpr Missing kMissingFunctions[] = {{"AddMandatoryAce", {kDropCode, "marked"}},
+constexpr Missing kMissingFunctions[] = {{"AddMandatoryAce", kNotDropped},
                                          {"WinVerifyTrust", kRefused},
                                          {"WTHelperProvDataFromStateData", kRefusedWithState},
                                          {"WTHelperGetProvSignerFromChain", kRefusedWithState},
@@ -383,7 +438,6 @@ TEST_F(CorrectSetupSweep, EachAllocationFailsOnce) {
   for (;; ++nth) {
     const RunResult run = Run({Fault::Kind::kAllocation, nth, 0, Repeat::kOnce});
     if (!run.callsBeforeAllocationFault) break;
-    ++m_injected;
     SCOPED_TRACE("allocation " + std::to_string(nth));
     tests::ExpectPossible(run, tests::ProgressAt(run, *run.callsBeforeAllocationFault));
     EXPECT_EQ(run.facts.at("drops"), "0");
@@ -403,7 +457,6 @@ TEST_F(CorrectSetupSweep, AllAllocationsFailFromEachOneOn) {
   for (;; ++nth) {
     const RunResult run = Run({Fault::Kind::kAllocation, nth, 0, Repeat::kForever});
     if (!run.callsBeforeAllocationFault) break;
-    ++m_injected;
     SCOPED_TRACE("allocation " + std::to_string(nth) + " and all behind it");
     tests::ExpectPossible(run, tests::ProgressAt(run, *run.callsBeforeAllocationFault));
     codes.insert(tests::OutcomeOf(run));

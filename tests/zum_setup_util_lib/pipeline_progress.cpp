@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "tests/support/fault_sweep.h"
 #include "tests/zum_setup_util_lib/pipeline_run.h"
 
 namespace tests {

@@ -11,6 +11,7 @@
 
 #include "oru/rtl/exception_guard.h"
 #include "standalone_tracer_lib/tracers.h"
+#include "tests/support/fault_sweep.h"
 #include "tests/zum_setup_util_lib/pipeline_machine.h"
 #include "zum_setup_util_lib/correct_setup.h"
 
@@ -65,9 +66,8 @@ void BeginPipelineRun() {
       oru::String16(u"C:\\t\\trace.log"), "", {true, oru::kTraceLevelInfo}));
 }
 
-RunResult RunPipeline(const Fault& fault, const std::string& folder,
-                      const std::function<void()>& begin) {
-  return RunFaulted({Prepare, begin, Enter, Inspect}, fault, folder);
+RunPlan PipelinePlan(const std::function<void()>& begin) {
+  return {.prepare = Prepare, .begin = begin, .entry = Enter, .inspect = Inspect};
 }
 
 std::string ToText(const Expected& expected) {
@@ -76,13 +76,6 @@ std::string ToText(const Expected& expected) {
        << expected.installers << " started, " << expected.trustStates << " states, "
        << expected.probes << " probes";
   return text.str();
-}
-
-std::size_t Count(const RunResult& run, std::string_view operation, bool failed) {
-  return static_cast<std::size_t>(
-      std::count_if(run.calls.begin(), run.calls.end(), [&](const host::CallRecord& call) {
-        return call.operation == operation && call.failed == failed;
-      }));
 }
 
 std::string OutcomeOf(const RunResult& run) {

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "tests/support/faulted_run.h"
@@ -16,10 +15,9 @@ namespace tests {
 // The run's tracer and arguments, before any fault.
 void BeginPipelineRun();
 
-// The machine's files are below `folder`, which must be empty. The facts are "returned" ("value" or
-// "code"), "records", "renames", "drops" and "probes" (see PipelineMachine), and "trace".
-[[nodiscard]] RunResult RunPipeline(const Fault& fault, const std::string& folder,
-                                    const std::function<void()>& begin = BeginPipelineRun);
+// The facts are "returned" ("value" or "code"), "records", "renames", "drops" and "probes" (see
+// PipelineMachine), and "trace".
+[[nodiscard]] RunPlan PipelinePlan(const std::function<void()>& begin);
 
 // What comes of a run.
 struct Expected {
@@ -52,9 +50,6 @@ inline constexpr Expected kRefusedWithState = {kSignatureCode, "marked", "as it 
 
 // "value" or "code", and the number.
 [[nodiscard]] std::string OutcomeOf(const RunResult& run);
-
-// The calls of an operation that failed, by a fault, or didn't.
-[[nodiscard]] std::size_t Count(const RunResult& run, std::string_view operation, bool failed);
 
 // A record in the trace of a scope that begins or ends.
 struct ScopeRecord {
