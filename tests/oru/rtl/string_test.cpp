@@ -57,6 +57,13 @@ TYPED_TEST(StringTest, CountedTextKeepsZeros) {
   EXPECT_TRUE(std::equal(string.begin(), string.end(), text));
 }
 
+TYPED_TEST(StringTest, CharactersCanBeReadAndChanged) {
+  auto string = TestFixture::Make("abc");
+  EXPECT_EQ(std::as_const(string)[2], TypeParam{'c'});
+  std::replace(string.begin(), string.end(), TypeParam{'b'}, TypeParam{'x'});
+  EXPECT_TRUE(Holds(string, "axc"));
+}
+
 TYPED_TEST(StringTest, CopyIsIndependent) {
   for (const char* text : {"short", "a text that needs a block of its own"}) {
     SCOPED_TRACE(text);

@@ -259,6 +259,13 @@ TEST_F(HostChildProcess, WhatCantBeStarted) {
   }
 }
 
+// More than the system takes as one argument; Windows itself ends at 32,767 characters.
+TEST_F(HostChildProcess, LineThatIsTooLong) {
+  PutScript("exit 0\n");
+  EXPECT_EQ(Start(std::u16string(1'000'000, u'x').c_str()), 0);
+  EXPECT_EQ(GetLastError(), 206u);
+}
+
 TEST_F(HostChildProcess, OtherFormsAreRefused) {
   PutScript("exit 0\n");
   int something = 0;

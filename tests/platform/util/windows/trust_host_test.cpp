@@ -64,6 +64,21 @@ TEST_F(TrustOnHost, FirstUseLoadsTheSystemsOwnByItsFullPath) {
   EXPECT_EQ(host::Live().moduleReferences, 2u);
 }
 
+// A path that has no room in 260 characters isn't tried; the longest one that has is.
+TEST_F(TrustOnHost, SystemDirectoryOfAnyLength) {
+  const std::size_t longest = 260 - std::string("\\wintrust.dll").size() - 1;
+  for (const std::size_t length : {longest, longest + 1}) {
+    SCOPED_TRACE(length);
+    host::ClearCallLog();
+    const std::u16string directory = u"C:\\" + std::u16string(length - 3, u's');
+    host::SetPathScript("GetSystemDirectoryW",
+                        [&](winapi::Dword) { return host::PathAnswer{.text = directory}; });
+    EXPECT_EQ(Verify(), 0x8007007Eu);
+    EXPECT_EQ(Loads().size(), length == longest ? 1u : 0u);
+  }
+  host::SetPathScript("GetSystemDirectoryW", nullptr);
+}
+
 TEST_F(TrustOnHost, MissingModules) {
   host::HideModule("wintrust.dll");
   host::HideModule("crypt32.dll");
