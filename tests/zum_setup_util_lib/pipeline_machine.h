@@ -20,11 +20,12 @@ class PipelineMachine {
   // Removes what the set-up made, and lets the clock go.
   static void TearDown();
 
-  // "installms?" in the place of another, such as {u"/installmsi", kPackage, u"/qn"}.
+  // Those that install the package silently.
   [[nodiscard]] static std::vector<std::u16string> Arguments();
 
-  // The two values of the product: "marked", "restored", "half" where a name of both kinds is
-  // there, "first" where the first alone is restored, "lost" else.
+  // The states of the product's two values, package and source: each "marked", "restored", "half"
+  // (under both names) or "lost" (under neither). One word where they are the same, "first" where
+  // the package alone is restored, else both words.
   [[nodiscard]] static std::string Records();
   // The list of renames: "as it was", "corrected", or "damaged".
   [[nodiscard]] static std::string Renames();
