@@ -10,14 +10,19 @@ winapi::Error LastErrorOr(winapi::Error fallback) noexcept {
   return error != winapi::kErrorSuccess ? error : fallback;
 }
 
+winapi::Error FindProcedure(winapi::Module module, const char* name,
+                            winapi::Procedure& procedure) noexcept {
+  procedure = winapi::GetProcAddress(module, name);
+  return procedure != nullptr ? winapi::kErrorSuccess
+                              : LastErrorOr(winapi::kErrorProcedureNotFound);
+}
+
 winapi::Error FindProcedure(const char16_t* module, const char* name,
                             winapi::Procedure& procedure) noexcept {
   procedure = nullptr;
   const winapi::Module loaded = winapi::GetModuleHandleW(module);
   if (loaded == nullptr) return LastErrorOr(winapi::kErrorModuleNotFound);
-  procedure = winapi::GetProcAddress(loaded, name);
-  if (procedure == nullptr) return LastErrorOr(winapi::kErrorProcedureNotFound);
-  return winapi::kErrorSuccess;
+  return FindProcedure(loaded, name, procedure);
 }
 
 }  // namespace windows_helpers

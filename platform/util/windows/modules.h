@@ -9,9 +9,13 @@ namespace windows_helpers {
 // The last error, or `fallback` where the system left none: a failure must not look like a success.
 [[nodiscard]] winapi::Error LastErrorOr(winapi::Error fallback) noexcept;
 
-// Finds a function in a module that is loaded for as long as the process lives, such as
-// "advapi32.dll". On failure `procedure` is null and the error 126 (no such module) or 127 (no such
-// function).
+// Finds a function in a loaded module. On failure `procedure` is null and the error 127, or that of
+// the call; never 0.
+[[nodiscard]] winapi::Error FindProcedure(winapi::Module module, const char* name,
+                                          winapi::Procedure& procedure) noexcept;
+
+// The same in a module that is loaded for as long as the process lives, such as "advapi32.dll"; 126
+// where there is none of that name.
 [[nodiscard]] winapi::Error FindProcedure(const char16_t* module, const char* name,
                                           winapi::Procedure& procedure) noexcept;
 

@@ -42,12 +42,9 @@ winapi::Error SystemLibrary::Load() noexcept {
   return winapi::kErrorSuccess;
 }
 
-winapi::Error SystemLibrary::Find(const char* name, winapi::Procedure& procedure) noexcept {
-  procedure = nullptr;
+winapi::Error SystemLibrary::FindAny(const char* name, winapi::Procedure& procedure) noexcept {
   if (const winapi::Error error = Load()) return error;
-  procedure = winapi::GetProcAddress(m_module.load(), name);
-  return procedure != nullptr ? winapi::kErrorSuccess
-                              : LastErrorOr(winapi::kErrorProcedureNotFound);
+  return FindProcedure(m_module.load(), name, procedure);
 }
 
 }  // namespace windows_helpers

@@ -21,12 +21,19 @@ class SystemLibrary {
   SystemLibrary(const SystemLibrary&) = delete;
   SystemLibrary& operator=(const SystemLibrary&) = delete;
 
-  // Finds a function, loading the module when that wasn't done. On failure `procedure` is null:
-  // 126 where there is no such module, 127 no such function, or the error of the call that failed;
-  // never 0. A failure isn't remembered. Allocates nothing.
-  [[nodiscard]] winapi::Error Find(const char* name, winapi::Procedure& procedure) noexcept;
+  // Finds a function, whose type the caller knows, loading the module when that wasn't done. On
+  // failure `function` is null: 126 where there is no such module, 127 no such function, or the
+  // error of the call that failed; never 0. A failure isn't remembered. Allocates nothing.
+  template <typename Function>
+  [[nodiscard]] winapi::Error Find(const char* name, Function& function) noexcept {
+    winapi::Procedure procedure = nullptr;
+    const winapi::Error error = FindAny(name, procedure);
+    function = reinterpret_cast<Function>(procedure);
+    return error;
+  }
 
  private:
+  [[nodiscard]] winapi::Error FindAny(const char* name, winapi::Procedure& procedure) noexcept;
   [[nodiscard]] winapi::Error Load() noexcept;
 
   const char16_t* m_fileName;

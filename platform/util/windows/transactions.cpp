@@ -12,23 +12,23 @@ constinit SystemLibrary ktmw32(u"ktmw32.dll");
 }  // namespace
 
 winapi::Handle CreateTransaction(char16_t* description) noexcept {
-  winapi::Procedure procedure = nullptr;
-  if (const winapi::Error error = ktmw32.Find("CreateTransaction", procedure)) {
+  winapi::CreateTransactionFunction create = nullptr;
+  if (const winapi::Error error = ktmw32.Find("CreateTransaction", create)) {
     winapi::SetLastError(error);
     return winapi::InvalidHandleValue();
   }
-  return reinterpret_cast<winapi::CreateTransactionFunction>(procedure)(
-      /*security=*/nullptr, /*unitOfWork=*/nullptr, /*createOptions=*/0, /*isolationLevel=*/0,
-      /*isolationFlags=*/0, /*timeout=*/winapi::kInfinite, description);
+  return create(/*security=*/nullptr, /*unitOfWork=*/nullptr, /*createOptions=*/0,
+                /*isolationLevel=*/0, /*isolationFlags=*/0, /*timeout=*/winapi::kInfinite,
+                description);
 }
 
 winapi::Bool CommitTransaction(winapi::Handle transaction) noexcept {
-  winapi::Procedure procedure = nullptr;
-  if (const winapi::Error error = ktmw32.Find("CommitTransaction", procedure)) {
+  winapi::CommitTransactionFunction commit = nullptr;
+  if (const winapi::Error error = ktmw32.Find("CommitTransaction", commit)) {
     winapi::SetLastError(error);
     return 0;
   }
-  return reinterpret_cast<winapi::CommitTransactionFunction>(procedure)(transaction);
+  return commit(transaction);
 }
 
 }  // namespace windows_helpers
