@@ -4,6 +4,7 @@
 #include "platform/winapi/winapi/strings.h"
 #include "tests/contract/difference.h"
 #include "tests/contract/file_fixture.h"
+#include "tests/support/current_directory.h"
 
 namespace {
 
@@ -132,10 +133,10 @@ TEST_F(DirectoryContract, RemoveRefusals) {
 // The current directory of a process is held open without sharing for deletion.
 TEST_F(DirectoryContract, RemoveRefusesTheCurrentDirectory) {
   MakeFolder("folder");
-  const std::filesystem::path before = std::filesystem::current_path();
-  std::filesystem::current_path(Native("folder"));
-  EXPECT_EQ(32u, Remove(Windows(u"folder")));
-  std::filesystem::current_path(before);
+  {
+    const tests::CurrentDirectory inFolder(Native("folder"));
+    EXPECT_EQ(32u, Remove(Windows(u"folder")));
+  }
   EXPECT_EQ(0u, Remove(Windows(u"folder")));
 }
 

@@ -8,6 +8,7 @@
 #include "platform/winapi/winapi/files.h"
 #include "platform/winapi/winapi/strings.h"
 #include "tests/contract/difference.h"
+#include "tests/support/current_directory.h"
 #include "tests/support/temporary_folder.h"
 
 namespace {
@@ -58,9 +59,8 @@ void ExpectSizes(const char* name, const Operation& operation, char16_t behind =
 
 TEST(PathContract, FullPaths) {
   const tests::TemporaryFolder folder;
-  const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::create_directories(folder.Path() / "one" / "two");
-  std::filesystem::current_path(folder.Path() / "one" / "two");
+  const tests::CurrentDirectory inFolder(folder.Path() / "one" / "two");
   const std::u16string one = folder.WindowsPath() + u"\\one";
   const std::u16string drive = one.substr(0, 2);
   const std::u16string longName(300, u'n');
@@ -107,7 +107,6 @@ TEST(PathContract, FullPaths) {
   ExpectSizes("full path", [](winapi::Dword size, char16_t* buffer) {
     return winapi::GetFullPathNameW(u"a\\b", size, buffer, nullptr);
   });
-  std::filesystem::current_path(before);
 }
 
 TEST(PathContract, FullPathOfNothingSetsNoLastError) {
@@ -132,13 +131,11 @@ TEST(PathContract, FilePartOfAFullPath) {
 
 TEST(PathContract, CurrentDirectory) {
   const tests::TemporaryFolder folder;
-  const std::filesystem::path before = std::filesystem::current_path();
-  std::filesystem::current_path(folder.Path());
+  const tests::CurrentDirectory inFolder(folder.Path());
   EXPECT_EQ(folder.WindowsPath(), CurrentDirectory());
   ExpectSizes("current directory", winapi::GetCurrentDirectoryW);
   std::filesystem::current_path(folder.Path().root_path());
   EXPECT_EQ(folder.WindowsPath().substr(0, 3), CurrentDirectory());
-  std::filesystem::current_path(before);
 }
 
 TEST(PathContract, TemporaryDirectory) {

@@ -13,6 +13,7 @@
 #include "oru/rtl/result_code.h"
 #include "oru/rtl/tracer.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
+#include "tests/support/current_directory.h"
 #include "tests/support/temporary_folder.h"
 
 namespace standalone::trace {
@@ -184,12 +185,12 @@ TEST(CreateFileTracerTest, DisabledGivesATracerThatWritesNothingAndNoFile) {
 
 TEST(CreateFileTracerTest, RelativePathCountsFromTheCurrentDirectory) {
   const tests::TemporaryFolder folder;
-  const auto before = std::filesystem::current_path();
   std::filesystem::create_directory(folder.Path() / "sub");
-  std::filesystem::current_path(folder.Path());
-  (void)CreateFileTracer(u"sub\\t.log", "x", kSettings);
-  (void)CreateFileTracer(u"plain.log", "x", kSettings);
-  std::filesystem::current_path(before);
+  {
+    const tests::CurrentDirectory inFolder(folder.Path());
+    (void)CreateFileTracer(u"sub\\t.log", "x", kSettings);
+    (void)CreateFileTracer(u"plain.log", "x", kSettings);
+  }
   EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "sub" / "t.log")), ExpectedFile("x", {}));
   EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "plain.log")), ExpectedFile("x", {}));
 }

@@ -47,21 +47,6 @@ inline void WriteAll(const std::filesystem::path& file, std::string_view content
   return names;
 }
 
-// Makes a directory the current one for a while.
-class CurrentDirectory {
- public:
-  explicit CurrentDirectory(const std::filesystem::path& directory)
-      : m_before(std::filesystem::current_path()) {
-    std::filesystem::current_path(directory);
-  }
-  CurrentDirectory(const CurrentDirectory&) = delete;
-  CurrentDirectory& operator=(const CurrentDirectory&) = delete;
-  ~CurrentDirectory() { std::filesystem::current_path(m_before); }
-
- private:
-  std::filesystem::path m_before;
-};
-
 // Names are relative to the folder, with slashes between their parts.
 class DirectoryTree {
  public:

@@ -43,6 +43,14 @@ void FaultSweep::Note(const RunResult& run, const std::string& outcome) {
   m_injected += run.injectedFaults + (run.callsBeforeAllocationFault ? 1 : 0);
 }
 
+void FaultSweep::ExpectAllIn(const RunResult& run, const std::set<std::string>& failed,
+                             const std::set<std::string>& neverFail) {
+  for (const winapi::host::CallRecord& call : run.calls) {
+    EXPECT_TRUE(failed.contains(call.operation) || neverFail.contains(call.operation))
+        << call.operation << " was never failed";
+  }
+}
+
 void FaultSweep::PrintSummary(const char* what, std::size_t seen) const {
   std::cout << what << ": " << seen << " seen, " << m_injected << " faults injected in " << m_runs
             << " runs, " << m_outcomes.size() << " distinct outcomes\n";

@@ -27,6 +27,9 @@ class FaultSweep : public testing::Test {
 
   // Keeps what came of a run for the summary.
   void Note(const RunResult& run, const std::string& outcome);
+  // Expects that each operation of the run is in one of the two.
+  static void ExpectAllIn(const RunResult& run, const std::set<std::string>& failed,
+                          const std::set<std::string>& neverFail);
   void PrintSummary(const char* what, std::size_t seen) const;
 
  private:

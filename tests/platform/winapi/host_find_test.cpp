@@ -18,6 +18,7 @@
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/files.h"
 #include "platform/winapi/winapi/handles.h"
+#include "tests/support/current_directory.h"
 
 namespace winapi {
 namespace {
@@ -137,14 +138,12 @@ TEST_F(HostFind, SizesBeyond32BitsAndTimes) {
 TEST_F(HostFind, PatternsWithoutADirectory) {
   fs::create_directories(DriveC() / "folder");
   std::ofstream(DriveC() / "folder" / "file").put('x');
-  const fs::path before = fs::current_path();
-  fs::current_path(DriveC() / "folder");
+  const tests::CurrentDirectory inFolder(DriveC() / "folder");
   EXPECT_EQ(All(u"f*").size(), 1U);
   EXPECT_EQ(All(u"*").size(), 3U);
   EXPECT_EQ(All(u"C:f*").size(), 1U);
   EXPECT_EQ(All(u"..\\fol*").size(), 1U);
   EXPECT_EQ(All(u"\\fol*").size(), 1U);
-  fs::current_path(before);
 }
 
 // An entry that has gone since the folder was opened isn't given.

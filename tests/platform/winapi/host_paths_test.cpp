@@ -13,26 +13,13 @@
 #include "platform/winapi/host/root.h"
 #include "platform/winapi/winapi/errors.h"
 #include "platform/winapi/winapi/files.h"
+#include "tests/support/current_directory.h"
 #include "tests/support/temporary_folder.h"
 
 namespace winapi {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Another current directory, until it dies.
-class CurrentFolder {
- public:
-  explicit CurrentFolder(const fs::path& folder) : m_before(fs::current_path()) {
-    fs::current_path(folder);
-  }
-  CurrentFolder(const CurrentFolder&) = delete;
-  CurrentFolder& operator=(const CurrentFolder&) = delete;
-  ~CurrentFolder() { fs::current_path(m_before); }
-
- private:
-  fs::path m_before;
-};
 
 fs::path DriveC() {
   fs::create_directories(host::DriveCFolder());
@@ -85,7 +72,7 @@ TEST(HostPaths, FullPaths) {
       {"Stream", u"C:\\a:b", 123, u""},
       {"Control", u"C:\\a\x1F", 123, u""},
   };
-  const CurrentFolder current("/usr/lib");
+  const tests::CurrentDirectory current("/usr/lib");
   for (const Case& c : cases) {
     std::u16string full;
     EXPECT_EQ(host::FullPath(c.path, full), c.error) << c.name;
@@ -107,7 +94,8 @@ TEST(HostPaths, TheLimitOf260Characters) {
       {"LongAsWrittenOnly", u"C:\\" + longName + u"\\..\\x", 0},
       {"LongAsFullPathOnly", longName.substr(0, 250), 3},
   };
-  const CurrentFolder current("/usr/lib");  // 10 characters with the drive, and a separator
+  // 10 characters with the drive, and a separator.
+  const tests::CurrentDirectory current("/usr/lib");
   for (const Case& c : cases) {
     std::u16string full;
     EXPECT_EQ(host::FullPath(c.path, full), c.error) << c.name;
@@ -155,18 +143,18 @@ TEST(HostPaths, NamesIgnoreCase) {
 TEST(HostPaths, TheCurrentFolderIsOnOneOfTheDrives) {
   fs::create_directories(DriveC() / "work");
   {
-    const CurrentFolder current("/usr");
+    const tests::CurrentDirectory current("/usr");
     EXPECT_EQ(host::CurrentDirectory(), u"Z:\\usr");
   }
   {
-    const CurrentFolder current("/");
+    const tests::CurrentDirectory current("/");
     EXPECT_EQ(host::CurrentDirectory(), u"Z:\\");
   }
   {
-    const CurrentFolder current(DriveC());
+    const tests::CurrentDirectory current(DriveC());
     EXPECT_EQ(host::CurrentDirectory(), u"C:\\");
   }
-  const CurrentFolder current(DriveC() / "work");
+  const tests::CurrentDirectory current(DriveC() / "work");
   EXPECT_EQ(host::CurrentDirectory(), u"C:\\work");
   std::u16string full;
   EXPECT_EQ(host::FullPath(u"x", full), 0U);

@@ -12,6 +12,7 @@
 #include "platform/winapi/host/control.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/current_directory.h"
 
 namespace host = winapi::host;
 
@@ -141,7 +142,7 @@ TEST(FilesystemAllocations, OfARemovalAreItsResult) {
 
 TEST(FilesystemAllocations, OfARelativeRemovalAreItsResult) {
   const Tree tree;
-  std::filesystem::current_path(tree.File(u""));
+  const tests::CurrentDirectory inTree(tree.File(u""));
   const std::u16string path = u"top";
   for (const host::Repeat repeat : kRepeats) {
     const std::size_t faults = tests::SweepAllocations(
@@ -153,7 +154,6 @@ TEST(FilesystemAllocations, OfARelativeRemovalAreItsResult) {
         repeat);
     EXPECT_GT(faults, 0u);
   }
-  std::filesystem::current_path("/");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "platform/winapi/winapi/errors.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
+#include "tests/support/current_directory.h"
 
 namespace {
 
@@ -81,12 +82,10 @@ TEST(FindContext, RelativePathIsMadeAbsolute) {
   tree.Write(u"sub-is-not-here");
   tree.MakeDirectory(u"sub");
   tree.Write(u"sub/inner");
-  const auto before = std::filesystem::current_path();
-  std::filesystem::current_path(tree.File(u""));
+  const tests::CurrentDirectory inTree(tree.File(u""));
   EXPECT_EQ(List(u"sub"), (Names{u".", u"..", u"inner"}));
   EXPECT_EQ(List(u"sub/"), (Names{u".", u"..", u"inner"}));
   EXPECT_EQ(List(u"sub\\..\\sub"), (Names{u".", u"..", u"inner"}));
-  std::filesystem::current_path(before);
 }
 
 // A directory whose Windows path has exactly that length.

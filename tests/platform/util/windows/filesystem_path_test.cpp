@@ -7,6 +7,7 @@
 
 #include "tests/platform/util/windows/filesystem_reference.h"
 #include "tests/platform/util/windows/filesystem_text.h"
+#include "tests/support/current_directory.h"
 #include "tests/support/temporary_folder.h"
 
 namespace {
@@ -243,16 +244,11 @@ TEST(MakeLongPath, RootedPathStaysWithItsDotSegments) {
 // The process's current directory is a folder of the test's own while it lives.
 class InOwnFolder {
  public:
-  InOwnFolder() { std::filesystem::current_path(m_folder.Path()); }
-  InOwnFolder(const InOwnFolder&) = delete;
-  InOwnFolder& operator=(const InOwnFolder&) = delete;
-  ~InOwnFolder() { std::filesystem::current_path(m_before); }
-
   [[nodiscard]] std::u16string Windows() const { return m_folder.WindowsPath(); }
 
  private:
-  std::filesystem::path m_before = std::filesystem::current_path();
   tests::TemporaryFolder m_folder;
+  tests::CurrentDirectory m_inFolder{m_folder.Path()};
 };
 
 TEST(MakeLongPath, RelativePathIsPutBehindTheCurrentDirectory) {

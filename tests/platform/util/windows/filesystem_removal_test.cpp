@@ -9,6 +9,7 @@
 #include "tests/contract/difference.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
+#include "tests/support/current_directory.h"
 
 namespace {
 
@@ -108,8 +109,7 @@ TEST(RemoveDirectoryRecursive, RemovesATree) {
 
 TEST(RemoveDirectoryRecursive, TakesEveryFormOfAPath) {
   const Tree tree;
-  const auto before = std::filesystem::current_path();
-  std::filesystem::current_path(tree.File(u""));
+  const tests::CurrentDirectory inTree(tree.File(u""));
   for (const std::u16string& path :
        {tree.Windows(u"top"), tree.Windows(u"top") + u"\\", u"\\\\?\\" + tree.Windows(u"top"),
         tree.Windows(u"x") + u"/..\\.//top", std::u16string(u"top"), std::u16string(u"./top/")}) {
@@ -118,7 +118,6 @@ TEST(RemoveDirectoryRecursive, TakesEveryFormOfAPath) {
     EXPECT_EQ(RemoveDirectoryRecursive(path), oru::sOk);
     EXPECT_FALSE(tree.Has(u"top"));
   }
-  std::filesystem::current_path(before);
 }
 
 TEST(RemoveDirectoryRecursive, EmptyDirectoryGoes) {

@@ -11,6 +11,7 @@
 #include "platform/winapi/winapi/errors.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
+#include "tests/support/current_directory.h"
 
 namespace host = winapi::host;
 
@@ -59,18 +60,17 @@ TEST(OpenFindOnHost, DriveAbsolutePathOf247CharactersGoesThroughTheFullPath) {
 
 TEST(OpenFindOnHost, RelativePathIsAlwaysMadeAbsolute) {
   const Tree tree;
-  std::filesystem::current_path(tree.File(u""));
+  const tests::CurrentDirectory inTree(tree.File(u""));
   const Seen seen = Search(u"a");
   const std::u16string folder = tree.Windows();
   EXPECT_EQ(seen.pattern, "\\\\?\\" + std::string(folder.begin(), folder.end()) + "\\a\\*");
   EXPECT_EQ(seen.fullPathCalls, 2u);
-  std::filesystem::current_path("/");
 }
 
 // The drive stands for the current directory's.
 TEST(OpenFindOnHost, EveryOtherPathIsMadeAbsoluteWhateverItsLength) {
   const Tree tree;
-  std::filesystem::current_path(tree.File(u""));
+  const tests::CurrentDirectory inTree(tree.File(u""));
   const std::u16string folder = tree.Windows();
   const std::string base(folder.begin(), folder.end());
   struct Case {
@@ -90,7 +90,6 @@ TEST(OpenFindOnHost, EveryOtherPathIsMadeAbsoluteWhateverItsLength) {
     EXPECT_EQ(seen.pattern, "\\\\?\\" + test.pattern) << test.name;
     EXPECT_EQ(seen.fullPathCalls, 2u) << test.name;
   }
-  std::filesystem::current_path("/");
 }
 
 // What the two calls for the absolute form answer.
@@ -169,7 +168,7 @@ const Failure kFailures[] = {
 
 TEST(OpenFindOnHost, FailureIsToldByItsCode) {
   const Tree tree;
-  std::filesystem::current_path(tree.File(u""));
+  const tests::CurrentDirectory inTree(tree.File(u""));
   for (const Failure& test : kFailures) {
     FindContext context;
     host::FailCall(test.call, test.nth, test.error);
@@ -179,7 +178,6 @@ TEST(OpenFindOnHost, FailureIsToldByItsCode) {
     host::ClearFaults();
   }
   EXPECT_EQ(host::Live().handles, 0u);
-  std::filesystem::current_path("/");
 }
 
 TEST(FindContextOnHost, FailedStepIsToldByItsCode) {
