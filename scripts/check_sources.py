@@ -6,7 +6,7 @@
 
 The rules:
   layers       a folder includes only from itself and from the folders below it
-  windows.h    only platform/winapi/win32 (and the tests' own Windows helpers) include it
+  windows.h    only winapi/win32 (and the tests' own Windows helpers) include it
   wchar_t      appears only there and in the helper that feeds the standard regular expressions
   guard        a header's include guard is its path
   own-header   a source includes its own header first
@@ -23,24 +23,24 @@ import tempfile
 
 # Each product folder, from the bottom up; a layer sees the ones that it names.
 LAYERS = {
-    "platform/winapi": [],
-    "oru/rtl": ["platform/winapi"],
-    "oru/system/datetime": ["oru/rtl", "platform/winapi"],
-    "platform/util": ["oru/rtl", "platform/winapi"],
-    "platform/util/windows": ["platform/util", "oru/rtl", "platform/winapi"],
-    "standalone_tracer_lib": ["platform/util", "oru/system/datetime", "oru/rtl", "platform/winapi"],
+    "winapi": [],
+    "oru/rtl": ["winapi"],
+    "oru/system/datetime": ["oru/rtl", "winapi"],
+    "platform/util": ["oru/rtl", "winapi"],
+    "platform/util/windows": ["platform/util", "oru/rtl", "winapi"],
+    "standalone_tracer_lib": ["platform/util", "oru/system/datetime", "oru/rtl", "winapi"],
     "zum_setup_util_lib": ["standalone_tracer_lib", "platform/util/windows", "platform/util",
-                           "oru/system/datetime", "oru/rtl", "platform/winapi"],
+                           "oru/system/datetime", "oru/rtl", "winapi"],
     "zum_setup_util": ["zum_setup_util_lib", "standalone_tracer_lib", "platform/util/windows", "platform/util",
-                       "oru/system/datetime", "oru/rtl", "platform/winapi"],
+                       "oru/system/datetime", "oru/rtl", "winapi"],
 }
-# The seam's two worlds are reached through winapi/ alone; a product file never names them.
-SEAM_PUBLIC = "platform/winapi/winapi"
-WINDOWS_H_ALLOWED = ("platform/winapi/win32/", "tests/support/win32/", "tests/e2e/helpers/")
+# The seam's two worlds are reached through the headers above them; no other product file names them.
+SEAM_BEHIND = ("winapi/win32/", "winapi/host/")
+WINDOWS_H_ALLOWED = ("winapi/win32/", "tests/support/win32/", "tests/e2e/helpers/")
 WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "tests/")
 MOST_LINES = 500
 SUFFIXES = {".h", ".cpp"}
-TOP_FOLDERS = ("platform", "oru", "standalone_tracer_lib", "zum_setup_util_lib", "zum_setup_util", "tests", "bench",
+TOP_FOLDERS = ("winapi", "oru", "platform", "standalone_tracer_lib", "zum_setup_util_lib", "zum_setup_util", "tests", "bench",
                "fuzz")
 
 
@@ -64,8 +64,8 @@ def check_includes(path, lines):
         target_layer = layer_of(target)
         if target_layer and target_layer != layer and target_layer not in LAYERS[layer]:
             yield number, "layers", f"{layer} may not include {target}"
-        if layer != "platform/winapi" and target_layer == "platform/winapi" and not target.startswith(SEAM_PUBLIC):
-            yield number, "layers", f"{target} is behind the seam; only {SEAM_PUBLIC} may be included"
+        if layer != "winapi" and target.startswith(SEAM_BEHIND):
+            yield number, "layers", f"{target} is behind the seam; only the headers of winapi/ itself may be included"
         if target.startswith(("tests/", "bench/", "fuzz/")):
             yield number, "layers", f"a product file may not include {target}"
 
@@ -126,7 +126,7 @@ def offences(root):
 
 PLANTS = [
     ("layers", "oru/rtl/planted.cpp", '#include "zum_setup_util_lib/helpers.h"\n'),
-    ("layers", "zum_setup_util/planted.cpp", '#include "platform/winapi/host/control.h"\n'),
+    ("layers", "zum_setup_util/planted.cpp", '#include "winapi/host/control.h"\n'),
     ("layers", "oru/rtl/planted2.cpp", '#include "tests/support/checks.h"\n'),
     ("windows.h", "zum_setup_util/planted2.cpp", "#include <windows.h>\n"),
     ("windows.h", "platform/util/windows/planted.cpp", "#include <Windows.h>\n"),

@@ -4,9 +4,9 @@
 
 #include "oru/rtl/exception.h"
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/process.h"
 #include "standalone_tracer_lib/trace_lines.h"
+#include "winapi/files.h"
+#include "winapi/process.h"
 
 namespace standalone::trace {
 namespace {

@@ -6,7 +6,7 @@
 #include "oru/rtl/last_error_keeper.h"
 #include "oru/rtl/objclient.h"
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/winapi/process.h"
+#include "winapi/process.h"
 
 namespace standalone::trace::detail {
 namespace {

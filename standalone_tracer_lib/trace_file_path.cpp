@@ -3,8 +3,8 @@
 #include <iomanip>
 #include <utility>
 
-#include "platform/winapi/winapi/time.h"
 #include "standalone_tracer_lib/line_stream.h"
+#include "winapi/time.h"
 
 namespace standalone::trace {
 namespace {

@@ -6,8 +6,8 @@
 #include <ostream>
 #include <utility>
 
-#include "platform/winapi/winapi/time.h"
 #include "standalone_tracer_lib/line_stream.h"
+#include "winapi/time.h"
 
 namespace standalone::trace::detail {
 namespace {

@@ -10,7 +10,7 @@
 
 #include "oru/rtl/tracer.h"
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/winapi/types.h"
+#include "winapi/types.h"
 
 namespace standalone::trace::detail {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/winapi/winapi/process.h"
+#include "winapi/process.h"
 
 namespace zum_setup_util {
 namespace {

@@ -4,8 +4,8 @@
 
 #include "oru/rtl/error_mapping.h"
 #include "oru/rtl/exception.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/modules.h"
+#include "winapi/errors.h"
+#include "winapi/modules.h"
 
 namespace zum_setup_util {
 namespace {

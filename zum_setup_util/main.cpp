@@ -1,4 +1,4 @@
-#include "platform/winapi/winapi/process.h"
+#include "winapi/process.h"
 #include "zum_setup_util/run.h"
 
 // The run reads the command line itself: the arguments that the runtime split are not looked at.

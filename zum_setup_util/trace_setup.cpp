@@ -5,8 +5,8 @@
 
 #include "oru/rtl/trace.h"
 #include "platform/util/text_utils.h"
-#include "platform/winapi/winapi/process.h"
 #include "standalone_tracer_lib/tracers.h"
+#include "winapi/process.h"
 #include "zum_setup_util_lib/sensitive_data.h"
 
 namespace zum_setup_util {

@@ -2,7 +2,7 @@
 #ifndef ZUM_SETUP_UTIL_VECTORED_HANDLER_GUARD_H_
 #define ZUM_SETUP_UTIL_VECTORED_HANDLER_GUARD_H_
 
-#include "platform/winapi/winapi/exceptions.h"
+#include "winapi/exceptions.h"
 
 namespace zum_setup_util {
 

@@ -8,7 +8,7 @@
 
 #include "oru/rtl/exception.h"
 #include "oru/rtl/trace.h"
-#include "platform/winapi/winapi/strings.h"
+#include "winapi/strings.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 #include "zum_setup_util_lib/trace_list.h"
 #include "zum_setup_util_lib/wide_regex.h"

@@ -8,8 +8,8 @@
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/filesystem/file_operations.h"
 #include "platform/util/windows/filesystem/path.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/files.h"
+#include "winapi/errors.h"
+#include "winapi/files.h"
 #include "zum_setup_util_lib/filesystem_iterator.h"
 
 namespace correct_setup::FileSystemActions {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/winapi/winapi/guid.h"
+#include "winapi/guid.h"
 
 namespace correct_setup::helpers {
 

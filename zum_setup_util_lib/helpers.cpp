@@ -5,8 +5,8 @@
 
 #include "oru/rtl/exception_guard.h"
 #include "oru/rtl/trace.h"
-#include "platform/winapi/winapi/time.h"
-#include "platform/winapi/winapi/types.h"
+#include "winapi/time.h"
+#include "winapi/types.h"
 
 namespace correct_setup::helpers {
 namespace {

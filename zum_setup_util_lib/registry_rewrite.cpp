@@ -11,8 +11,8 @@
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/registry.h"
 #include "platform/util/windows/system_error.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/registry.h"
+#include "winapi/errors.h"
+#include "winapi/registry.h"
 #include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 

@@ -10,10 +10,10 @@
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/system_error.h"
 #include "platform/util/windows/unique_handle.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/modules.h"
-#include "platform/winapi/winapi/security.h"
+#include "winapi/errors.h"
+#include "winapi/files.h"
+#include "winapi/modules.h"
+#include "winapi/security.h"
 #include "zum_setup_util_lib/filesystem_actions.h"
 
 namespace correct_setup::FileSystemActions {

@@ -9,8 +9,8 @@
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/system_error.h"
 #include "platform/util/windows/trust.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/handles.h"
+#include "winapi/errors.h"
+#include "winapi/handles.h"
 #include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/winapi/winapi/trust.h"
+#include "winapi/trust.h"
 
 namespace correct_setup::detail {
 

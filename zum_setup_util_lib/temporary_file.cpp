@@ -7,9 +7,9 @@
 #include "oru/rtl/exception_guard.h"
 #include "platform/util/windows/filesystem/file_operations.h"
 #include "platform/util/windows/filesystem/path.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/handles.h"
+#include "winapi/errors.h"
+#include "winapi/files.h"
+#include "winapi/handles.h"
 #include "zum_setup_util_lib/guid_text.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 

@@ -10,7 +10,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "platform/winapi/winapi/exceptions.h"
+#include "winapi/exceptions.h"
 
 namespace oru {
 

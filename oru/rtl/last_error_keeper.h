@@ -3,7 +3,7 @@
 #ifndef ORU_RTL_LAST_ERROR_KEEPER_H_
 #define ORU_RTL_LAST_ERROR_KEEPER_H_
 
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
 
 namespace oru {
 

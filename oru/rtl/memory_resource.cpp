@@ -1,7 +1,7 @@
 #include "oru/rtl/memory_resource.h"
 
 #include "oru/rtl/alignment.h"
-#include "platform/winapi/winapi/memory.h"
+#include "winapi/memory.h"
 
 namespace oru::memory {
 namespace windows {

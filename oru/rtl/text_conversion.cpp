@@ -4,7 +4,7 @@
 #include <typeinfo>
 
 #include "oru/rtl/text_conversion_impl.h"
-#include "platform/winapi/winapi/multibyte.h"
+#include "winapi/multibyte.h"
 
 namespace oru {
 namespace {

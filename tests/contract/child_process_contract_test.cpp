@@ -4,11 +4,11 @@
 #include <fstream>
 #include <string>
 
-#include "platform/winapi/winapi/child_process.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/handles.h"
 #include "tests/contract/difference.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/child_process.h"
+#include "winapi/errors.h"
+#include "winapi/handles.h"
 
 namespace {
 

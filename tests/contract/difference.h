@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "platform/winapi/winapi/modules.h"
+#include "winapi/modules.h"
 
 namespace tests {
 

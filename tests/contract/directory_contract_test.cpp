@@ -1,10 +1,10 @@
 #include <string>
 
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/strings.h"
 #include "tests/contract/difference.h"
 #include "tests/contract/file_fixture.h"
 #include "tests/support/current_directory.h"
+#include "winapi/files.h"
+#include "winapi/strings.h"
 
 namespace {
 

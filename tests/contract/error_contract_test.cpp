@@ -4,8 +4,8 @@
 #include <string>
 #include <thread>
 
-#include "platform/winapi/winapi/errors.h"
 #include "tests/contract/difference.h"
+#include "winapi/errors.h"
 
 namespace {
 

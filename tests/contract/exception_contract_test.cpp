@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "platform/winapi/winapi/exceptions.h"
-#include "platform/winapi/winapi/process.h"
+#include "winapi/exceptions.h"
+#include "winapi/process.h"
 
 namespace {
 

@@ -1,14 +1,14 @@
 #include <string>
 
-#include "platform/winapi/winapi/files.h"
 #include "tests/contract/difference.h"
 #include "tests/contract/file_fixture.h"
+#include "winapi/files.h"
 #ifdef _WIN32
 #include <fcntl.h>
 #include <io.h>
 #include <share.h>
 #else
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 #endif
 
 namespace {

@@ -10,11 +10,11 @@
 #include <string>
 #include <string_view>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/handles.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unix_shell.h"
+#include "winapi/errors.h"
+#include "winapi/files.h"
+#include "winapi/handles.h"
 
 namespace tests {
 

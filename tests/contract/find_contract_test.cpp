@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/winapi/files.h"
 #include "tests/contract/difference.h"
 #include "tests/contract/file_fixture.h"
+#include "winapi/files.h"
 
 namespace {
 

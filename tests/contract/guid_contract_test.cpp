@@ -4,7 +4,7 @@
 #include <set>
 #include <string>
 
-#include "platform/winapi/winapi/guid.h"
+#include "winapi/guid.h"
 
 namespace {
 

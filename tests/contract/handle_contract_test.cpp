@@ -3,13 +3,13 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/handles.h"
-#include "platform/winapi/winapi/memory.h"
-#include "platform/winapi/winapi/modules.h"
+#include "winapi/errors.h"
+#include "winapi/handles.h"
+#include "winapi/memory.h"
+#include "winapi/modules.h"
 
 #ifndef _WIN32
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 #endif
 
 namespace {

@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/winapi/host/reg_file_reader.h"
-#include "platform/winapi/host/reg_file_writer.h"
-#include "platform/winapi/host/registry_tree.h"
+#include "winapi/host/reg_file_reader.h"
+#include "winapi/host/reg_file_writer.h"
+#include "winapi/host/registry_tree.h"
 
 namespace {
 

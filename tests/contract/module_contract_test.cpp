@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/modules.h"
 #include "tests/contract/difference.h"
+#include "winapi/errors.h"
+#include "winapi/modules.h"
 
 namespace {
 

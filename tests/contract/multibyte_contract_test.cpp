@@ -3,7 +3,7 @@
 #include <clocale>
 #include <cwchar>
 
-#include "platform/winapi/winapi/multibyte.h"
+#include "winapi/multibyte.h"
 
 namespace {
 

@@ -4,12 +4,12 @@
 #include <functional>
 #include <string>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/strings.h"
 #include "tests/contract/difference.h"
 #include "tests/support/current_directory.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/errors.h"
+#include "winapi/files.h"
+#include "winapi/strings.h"
 
 namespace {
 

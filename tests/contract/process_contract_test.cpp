@@ -5,10 +5,10 @@
 #include <iterator>
 #include <string>
 
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/process.h"
 #include "tests/contract/difference.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/files.h"
+#include "winapi/process.h"
 
 #ifdef _WIN32
 #include <process.h>

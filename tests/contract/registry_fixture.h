@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/winapi/registry.h"
 #include "tests/support/test_registry.h"
+#include "winapi/registry.h"
 
 namespace tests {
 

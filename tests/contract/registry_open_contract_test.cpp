@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "platform/winapi/winapi/errors.h"
 #include "tests/contract/registry_fixture.h"
+#include "winapi/errors.h"
 
 namespace tests {
 namespace {

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/handles.h"
-#include "platform/winapi/winapi/modules.h"
-#include "platform/winapi/winapi/security.h"
 #include "tests/contract/difference.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/errors.h"
+#include "winapi/files.h"
+#include "winapi/handles.h"
+#include "winapi/modules.h"
+#include "winapi/security.h"
 
 namespace {
 

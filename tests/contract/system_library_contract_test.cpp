@@ -3,12 +3,12 @@
 
 #include <string>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/handles.h"
-#include "platform/winapi/winapi/modules.h"
-#include "platform/winapi/winapi/transactions.h"
-#include "platform/winapi/winapi/trust.h"
 #include "tests/contract/difference.h"
+#include "winapi/errors.h"
+#include "winapi/handles.h"
+#include "winapi/modules.h"
+#include "winapi/transactions.h"
+#include "winapi/trust.h"
 
 namespace {
 

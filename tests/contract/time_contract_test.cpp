@@ -3,9 +3,9 @@
 #include <chrono>
 #include <cstdint>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/time.h"
 #include "tests/contract/difference.h"
+#include "winapi/errors.h"
+#include "winapi/time.h"
 
 namespace {
 

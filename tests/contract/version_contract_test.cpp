@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/time.h"
+#include "winapi/errors.h"
+#include "winapi/time.h"
 
 namespace {
 

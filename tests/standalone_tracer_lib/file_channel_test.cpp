@@ -14,9 +14,9 @@
 #include "oru/rtl/result_code.h"
 #include "oru/rtl/tracer.h"
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/winapi/process.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/process.h"
 
 namespace standalone::trace {
 namespace {

@@ -3,11 +3,11 @@
 #include <cstddef>
 
 #include "oru/rtl/string.h"
-#include "platform/winapi/host/control.h"
 #include "standalone_tracer_lib/file_tracer.h"
 #include "tests/standalone_tracer_lib/throwing_new.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/host/control.h"
 
 namespace standalone::trace {
 namespace {

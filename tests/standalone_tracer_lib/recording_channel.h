@@ -10,7 +10,7 @@
 #include "oru/rtl/object_impl.h"
 #include "oru/rtl/result_code.h"
 #include "oru/rtl/tracer.h"
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
 
 namespace tests {
 

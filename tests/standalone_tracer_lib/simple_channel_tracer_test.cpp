@@ -15,11 +15,11 @@
 #include "oru/rtl/trace_stream.h"
 #include "oru/rtl/tracer.h"
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/process.h"
-#include "platform/winapi/winapi/time.h"
 #include "tests/standalone_tracer_lib/recording_channel.h"
 #include "tests/support/checks.h"
+#include "winapi/errors.h"
+#include "winapi/process.h"
+#include "winapi/time.h"
 
 namespace standalone::trace::detail {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 
 namespace tests {
 bool throwForeignException = false;

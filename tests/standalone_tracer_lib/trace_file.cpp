@@ -14,7 +14,7 @@
 #include <unistd.h>
 #endif
 
-#include "platform/winapi/winapi/process.h"
+#include "winapi/process.h"
 
 namespace tests {
 namespace {

@@ -15,7 +15,6 @@
 #include "oru/rtl/trace.h"
 #include "oru/rtl/tracer.h"
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/host/control.h"
 #include "standalone_tracer_lib/empty_tracer.h"
 #include "standalone_tracer_lib/file_channel.h"
 #include "standalone_tracer_lib/file_tracer.h"
@@ -27,6 +26,7 @@
 #include "tests/standalone_tracer_lib/trace_file.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/host/control.h"
 
 namespace standalone::trace {
 namespace {

@@ -8,12 +8,12 @@
 #include "oru/rtl/result_code.h"
 #include "oru/rtl/trace.h"
 #include "oru/rtl/tracer.h"
-#include "platform/winapi/winapi/modules.h"
 #include "standalone_tracer_lib/empty_tracer.h"
 #include "standalone_tracer_lib/file_tracer.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
 #include "tests/support/recording_tracer.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/modules.h"
 
 namespace standalone::trace {
 namespace {

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <functional>
 
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 
 namespace tests {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "oru/rtl/check.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/exceptions.h"
+#include "winapi/errors.h"
+#include "winapi/exceptions.h"
 
 namespace tests {
 namespace {

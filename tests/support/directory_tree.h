@@ -13,8 +13,8 @@
 
 #include "tests/support/temporary_folder.h"
 #ifndef _WIN32
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/host/paths.h"
+#include "winapi/host/control.h"
+#include "winapi/host/paths.h"
 #endif
 
 namespace tests {

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 
 namespace tests {
 

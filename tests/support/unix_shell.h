@@ -11,8 +11,8 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/winapi/winapi/child_process.h"
-#include "platform/winapi/winapi/handles.h"
+#include "winapi/child_process.h"
+#include "winapi/handles.h"
 #endif
 
 namespace tests {

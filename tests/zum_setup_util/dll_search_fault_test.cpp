@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util/dll_search.h"
 
 namespace zum_setup_util {

@@ -43,7 +43,7 @@ ProcessView ViewOf(const std::u16string& commandLine) {
 
 #else
 
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util/trace_setup.h"
 
 namespace tests {

@@ -6,9 +6,9 @@
 #include <iostream>
 #include <iterator>
 
-#include "platform/winapi/host/control.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/zum_setup_util/live_blocks.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util/run.h"
 #include "zum_setup_util_lib/unblock.h"
 

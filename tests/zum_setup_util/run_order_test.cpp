@@ -12,11 +12,11 @@
 #include "oru/rtl/check.h"
 #include "oru/rtl/exception.h"
 #include "oru/rtl/tracer.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/exceptions.h"
 #include "standalone_tracer_lib/tracers.h"
 #include "tests/support/checks.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/exceptions.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util/run.h"
 #include "zum_setup_util/trace_setup.h"
 

@@ -10,9 +10,9 @@
 #include <set>
 #include <sstream>
 
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/fault_sweep.h"
 #include "tests/support/test_registry.h"
+#include "winapi/errors.h"
 #include "zum_setup_util/run.h"
 
 namespace {

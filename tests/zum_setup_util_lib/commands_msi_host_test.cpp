@@ -7,9 +7,9 @@
 #include <string>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/wide_regex.h"
 
 namespace host = winapi::host;

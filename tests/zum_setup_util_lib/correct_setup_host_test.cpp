@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/directory_tree.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/pipeline_machine.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/correct_setup.h"
 
 namespace host = winapi::host;

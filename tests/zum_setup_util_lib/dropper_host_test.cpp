@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/current_directory.h"
 #include "tests/support/directory_tree.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/drop_files.h"
 #include "zum_setup_util_lib/dropper.h"
 #include "zum_setup_util_lib/temporary_directory.h"

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/host/control.h"
 #include "tests/support/directory_tree.h"
 #include "tests/zum_setup_util_lib/action_failure.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/filesystem_actions.h"
 
 namespace actions = correct_setup::FileSystemActions;

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/directory_tree.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/filesystem_iterator.h"
 
 namespace host = winapi::host;

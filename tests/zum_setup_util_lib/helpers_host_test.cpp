@@ -4,7 +4,7 @@
 #include <limits>
 #include <stdexcept>
 
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/helpers.h"
 
 namespace host = winapi::host;

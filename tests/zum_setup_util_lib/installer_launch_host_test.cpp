@@ -14,11 +14,11 @@
 
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/system_error.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/handles.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
+#include "winapi/handles.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/installer_launch.h"
 
 namespace host = winapi::host;

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "platform/util/windows/system_error.h"
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/errors.h"
 #include "zum_setup_util_lib/installer_launch.h"
 
 namespace {

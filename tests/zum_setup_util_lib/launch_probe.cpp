@@ -7,8 +7,8 @@
 #include <string>
 
 #ifdef _WIN32
-#include "platform/winapi/winapi/modules.h"
-#include "platform/winapi/winapi/process.h"
+#include "winapi/modules.h"
+#include "winapi/process.h"
 #else
 #include <unistd.h>
 #endif

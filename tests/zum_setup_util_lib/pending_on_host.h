@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/test_registry.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/pending_operations.h"
 
 namespace tests {

@@ -7,13 +7,13 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/host/transacted_registry.h"
-#include "platform/winapi/host/transactions.h"
-#include "platform/winapi/winapi/handles.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/pending_on_host.h"
 #include "tests/zum_setup_util_lib/system_pending_list.h"
+#include "winapi/handles.h"
+#include "winapi/host/control.h"
+#include "winapi/host/transacted_registry.h"
+#include "winapi/host/transactions.h"
 #include "zum_setup_util_lib/pending_operations.h"
 
 namespace host = winapi::host;

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/zum_setup_util_lib/pending_on_host.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/pending_operations.h"
 
 namespace host = winapi::host;

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "platform/util/windows/registry_multi_string.h"
-#include "platform/winapi/winapi/modules.h"
-#include "platform/winapi/winapi/registry.h"
 #include "tests/support/checks.h"
 #include "tests/support/test_registry.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/system_pending_list.h"
+#include "winapi/modules.h"
+#include "winapi/registry.h"
 
 using correct_setup::detail::RewritePendingList;
 using correct_setup::detail::TryCorrectPendingOperations;

@@ -6,8 +6,8 @@
 #include <iterator>
 #include <optional>
 
-#include "platform/winapi/host/control.h"
 #include "tests/support/test_registry.h"
+#include "winapi/host/control.h"
 
 namespace tests {
 namespace {

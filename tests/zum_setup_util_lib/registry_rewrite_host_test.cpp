@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/registry.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
 #include "tests/zum_setup_util_lib/installer_records.h"
+#include "winapi/host/control.h"
+#include "winapi/registry.h"
 
 namespace host = winapi::host;
 using tests::Value;

@@ -12,10 +12,10 @@
 
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/system_error.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/security.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/directory_tree.h"
+#include "winapi/host/control.h"
+#include "winapi/security.h"
 #include "zum_setup_util_lib/filesystem_actions.h"
 
 namespace actions = correct_setup::FileSystemActions;

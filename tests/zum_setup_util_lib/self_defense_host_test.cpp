@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/product_data.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/self_defense.h"
 
 namespace host = winapi::host;

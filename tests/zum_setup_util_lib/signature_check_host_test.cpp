@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/signature_check.h"
 
 namespace host = winapi::host;

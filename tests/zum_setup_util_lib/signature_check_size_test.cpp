@@ -12,7 +12,7 @@
 #include "zum_setup_util_lib/signature_check.h"
 
 #ifndef _WIN32
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 #endif
 
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 using correct_setup::helpers::GetTempDirectory;

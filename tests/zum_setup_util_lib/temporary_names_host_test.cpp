@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/checks.h"
 #include "tests/support/directory_tree.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/guid_text.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 #include "zum_setup_util_lib/temporary_file.h"

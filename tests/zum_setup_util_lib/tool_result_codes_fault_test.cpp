@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <new>
 
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/checks.h"
+#include "winapi/errors.h"
+#include "winapi/host/control.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 
 namespace {

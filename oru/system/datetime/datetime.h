@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/winapi/time.h"
+#include "winapi/time.h"
 
 namespace oru::datetime {
 

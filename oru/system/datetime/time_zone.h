@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/winapi/time.h"
+#include "winapi/time.h"
 
 namespace oru::datetime {
 

@@ -1,7 +1,7 @@
 #include "platform/util/windows/entry_tables.h"
 
 #include "oru/rtl/check.h"
-#include "platform/winapi/winapi/modules.h"
+#include "winapi/modules.h"
 
 namespace windows_helpers {
 namespace {

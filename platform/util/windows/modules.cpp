@@ -1,7 +1,7 @@
 #include "platform/util/windows/modules.h"
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/modules.h"
+#include "winapi/errors.h"
+#include "winapi/modules.h"
 
 namespace windows_helpers {
 

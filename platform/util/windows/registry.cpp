@@ -7,7 +7,7 @@
 #include "platform/util/windows/modules.h"
 #include "platform/util/windows/registry_multi_string.h"
 #include "platform/util/windows/registry_query.h"
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
 
 namespace windows_helpers {
 namespace {

@@ -13,7 +13,7 @@
 
 #include "oru/rtl/string.h"
 #include "platform/util/windows/unique_handle.h"
-#include "platform/winapi/winapi/registry.h"
+#include "winapi/registry.h"
 
 namespace windows_helpers {
 

@@ -5,8 +5,8 @@
 
 #include "oru/rtl/check.h"
 #include "platform/util/windows/registry.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/registry.h"
+#include "winapi/errors.h"
+#include "winapi/registry.h"
 
 namespace windows_helpers {
 namespace {

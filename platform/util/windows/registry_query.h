@@ -7,7 +7,7 @@
 
 #include "oru/rtl/string.h"
 #include "platform/util/windows/unique_handle.h"
-#include "platform/winapi/winapi/types.h"
+#include "winapi/types.h"
 
 namespace windows_helpers {
 

@@ -6,7 +6,7 @@
 #include "oru/rtl/error_mapping.h"
 #include "oru/rtl/number_format.h"
 #include "oru/rtl/string_sink.h"
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
 
 namespace windows_helpers {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/winapi/types.h"
+#include "winapi/types.h"
 
 namespace windows_helpers {
 

@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "platform/util/windows/modules.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/modules.h"
+#include "winapi/errors.h"
+#include "winapi/files.h"
+#include "winapi/modules.h"
 
 namespace windows_helpers {
 namespace {

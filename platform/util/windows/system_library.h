@@ -8,7 +8,7 @@
 
 #include <atomic>
 
-#include "platform/winapi/winapi/types.h"
+#include "winapi/types.h"
 
 namespace windows_helpers {
 

@@ -1,8 +1,8 @@
 #include "platform/util/windows/transactions.h"
 
 #include "platform/util/windows/system_library.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/transactions.h"
+#include "winapi/errors.h"
+#include "winapi/transactions.h"
 
 namespace windows_helpers {
 namespace {

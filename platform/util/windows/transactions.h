@@ -3,7 +3,7 @@
 #ifndef PLATFORM_UTIL_WINDOWS_TRANSACTIONS_H_
 #define PLATFORM_UTIL_WINDOWS_TRANSACTIONS_H_
 
-#include "platform/winapi/winapi/types.h"
+#include "winapi/types.h"
 
 namespace windows_helpers {
 

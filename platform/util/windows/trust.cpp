@@ -1,7 +1,7 @@
 #include "platform/util/windows/trust.h"
 
 #include "platform/util/windows/system_library.h"
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
 
 namespace windows_helpers {
 namespace {

@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-#include "platform/winapi/winapi/trust.h"
+#include "winapi/trust.h"
 
 namespace windows_helpers {
 

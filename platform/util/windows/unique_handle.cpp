@@ -1,9 +1,9 @@
 #include "platform/util/windows/unique_handle.h"
 
 #include "oru/rtl/error_mapping.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/handles.h"
-#include "platform/winapi/winapi/registry.h"
+#include "winapi/errors.h"
+#include "winapi/handles.h"
+#include "winapi/registry.h"
 
 namespace windows_helpers {
 

@@ -5,7 +5,7 @@
 #include "oru/rtl/check.h"
 #include "oru/rtl/last_error_keeper.h"
 #include "oru/rtl/result_code.h"
-#include "platform/winapi/winapi/types.h"
+#include "winapi/types.h"
 
 namespace windows_helpers {
 

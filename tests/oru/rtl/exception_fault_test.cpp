@@ -17,10 +17,10 @@
 #include "oru/rtl/exception.h"
 #include "oru/rtl/exception_guard.h"
 #include "oru/rtl/trace.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/recording_tracer.h"
+#include "winapi/errors.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/checks.h"
 #include "tests/support/recording_tracer.h"
+#include "winapi/errors.h"
 
 namespace {
 

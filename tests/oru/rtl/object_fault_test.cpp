@@ -15,9 +15,9 @@
 #include "oru/rtl/objclient.h"
 #include "oru/rtl/object_impl.h"
 #include "oru/rtl/result_text.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
+#include "winapi/host/control.h"
 
 namespace {
 

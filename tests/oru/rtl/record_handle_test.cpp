@@ -3,9 +3,9 @@
 #include <stdexcept>
 
 #include "oru/rtl/trace_stream.h"
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/checks.h"
 #include "tests/support/recording_tracer.h"
+#include "winapi/errors.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 #include "oru/rtl/string_sink.h"
 #include "oru/rtl/text_conversion.h"
 #include "oru/rtl/vector.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/checks.h"
+#include "winapi/errors.h"
+#include "winapi/host/control.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/checks.h"
 #include "tests/support/recording_tracer.h"
+#include "winapi/errors.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/winapi/errors.h"
 #include "tests/support/recording_tracer.h"
+#include "winapi/errors.h"
 
 namespace {
 

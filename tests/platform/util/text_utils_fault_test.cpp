@@ -4,8 +4,8 @@
 
 #include "oru/rtl/exception.h"
 #include "platform/util/text_utils.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
+#include "winapi/host/control.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 
 namespace tests {
 namespace {

@@ -10,9 +10,9 @@
 #include "oru/rtl/string.h"
 #include "oru/rtl/string_sink.h"
 #include "oru/system/datetime/time_zone.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/modules.h"
-#include "platform/winapi/winapi/time.h"
+#include "winapi/errors.h"
+#include "winapi/modules.h"
+#include "winapi/time.h"
 
 namespace oru::datetime {
 namespace {

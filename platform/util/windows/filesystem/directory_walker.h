@@ -14,7 +14,7 @@
 #include "oru/rtl/result_code.h"
 #include "platform/util/windows/filesystem/find_context.h"
 #include "platform/util/windows/filesystem/path.h"
-#include "platform/winapi/winapi/files.h"
+#include "winapi/files.h"
 
 namespace product_platform::filesystem {
 

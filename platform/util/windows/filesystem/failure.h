@@ -4,7 +4,7 @@
 
 #include "oru/rtl/error_mapping.h"
 #include "oru/rtl/result_code.h"
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
 
 namespace product_platform::filesystem {
 

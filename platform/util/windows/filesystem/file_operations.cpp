@@ -6,7 +6,7 @@
 #include "platform/util/windows/filesystem/failure.h"
 #include "platform/util/windows/filesystem/find_context.h"
 #include "platform/util/windows/filesystem/path.h"
-#include "platform/winapi/winapi/files.h"
+#include "winapi/files.h"
 
 namespace product_platform::filesystem {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "oru/rtl/result_code.h"
-#include "platform/winapi/winapi/types.h"
+#include "winapi/types.h"
 
 namespace product_platform::filesystem {
 

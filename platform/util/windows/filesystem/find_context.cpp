@@ -8,7 +8,7 @@
 #include "oru/rtl/last_error_keeper.h"
 #include "platform/util/windows/filesystem/failure.h"
 #include "platform/util/windows/filesystem/path.h"
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
 
 namespace product_platform::filesystem {
 namespace {

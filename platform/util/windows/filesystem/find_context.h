@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "oru/rtl/result_code.h"
-#include "platform/winapi/winapi/files.h"
-#include "platform/winapi/winapi/types.h"
+#include "winapi/files.h"
+#include "winapi/types.h"
 
 namespace product_platform::filesystem {
 

@@ -8,7 +8,7 @@
 
 #include "oru/rtl/result_code.h"
 #include "platform/util/windows/filesystem/failure.h"
-#include "platform/winapi/winapi/types.h"
+#include "winapi/types.h"
 
 namespace product_platform::filesystem {
 

@@ -4,7 +4,7 @@
 
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/filesystem/growing_buffer.h"
-#include "platform/winapi/winapi/files.h"
+#include "winapi/files.h"
 
 namespace product_platform::filesystem {
 namespace {

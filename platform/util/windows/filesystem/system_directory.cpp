@@ -5,7 +5,7 @@
 
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/filesystem/failure.h"
-#include "platform/winapi/winapi/files.h"
+#include "winapi/files.h"
 
 namespace product_platform::windows::detail {
 namespace {

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/time.h"
 #include "tests/oru/system/datetime/time_samples.h"
+#include "winapi/host/control.h"
+#include "winapi/time.h"
 
 namespace oru::datetime {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "oru/system/datetime/datetime.h"
-#include "platform/winapi/winapi/time.h"
+#include "winapi/time.h"
 
 namespace tests {
 

@@ -10,10 +10,10 @@
 
 #include "oru/system/datetime/datetime.h"
 #include "oru/system/datetime/time_zone.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/time.h"
 #include "tests/oru/system/datetime/time_samples.h"
 #include "tests/support/checks.h"
+#include "winapi/host/control.h"
+#include "winapi/time.h"
 
 namespace oru::datetime {
 namespace {

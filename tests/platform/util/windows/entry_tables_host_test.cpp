@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/util/windows/entry_tables.h"
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/util/windows/entry_tables.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/checks.h"
+#include "winapi/host/control.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/winapi/winapi/modules.h"
+#include "winapi/modules.h"
 
 using windows_helpers::kKernel32Functions;
 using windows_helpers::kNtdllFunctions;

@@ -9,10 +9,10 @@
 #include "platform/util/windows/filesystem/file_operations.h"
 #include "platform/util/windows/filesystem/growing_buffer.h"
 #include "platform/util/windows/filesystem/system_directory.h"
-#include "platform/winapi/host/control.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/current_directory.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 

@@ -6,10 +6,10 @@
 #include <string>
 
 #include "platform/util/windows/filesystem/path.h"
-#include "platform/winapi/winapi/errors.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
 #include "tests/support/current_directory.h"
+#include "winapi/errors.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "platform/util/windows/filesystem/system_directory.h"
-#include "platform/winapi/host/control.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 

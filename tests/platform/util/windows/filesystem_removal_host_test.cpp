@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "platform/winapi/host/control.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 

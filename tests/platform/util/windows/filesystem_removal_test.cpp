@@ -5,11 +5,11 @@
 #include <string>
 
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "platform/winapi/winapi/files.h"
 #include "tests/contract/difference.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
 #include "tests/support/current_directory.h"
+#include "winapi/files.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 
 #include "platform/util/windows/filesystem/directory_walker.h"
 #include "platform/util/windows/filesystem/find_context.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/errors.h"
 #include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
 #include "tests/support/current_directory.h"
+#include "winapi/errors.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 

@@ -5,10 +5,10 @@
 
 #include "platform/util/windows/registry.h"
 #include "platform/util/windows/transactions.h"
-#include "platform/winapi/host/control.h"
 #include "tests/platform/util/windows/registry_fixture.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 using tests::ReportedChecks;

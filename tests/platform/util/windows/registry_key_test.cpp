@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/util/windows/registry.h"
-#include "platform/winapi/winapi/modules.h"
 #include "tests/platform/util/windows/registry_fixture.h"
 #include "tests/support/checks.h"
+#include "winapi/modules.h"
 
 using tests::CountReported;
 using tests::ReportedChecks;

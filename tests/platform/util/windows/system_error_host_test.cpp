@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/util/windows/system_error.h"
-#include "platform/winapi/host/control.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 using tests::ReportedChecks;

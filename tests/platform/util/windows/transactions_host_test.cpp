@@ -6,10 +6,10 @@
 #include <string>
 
 #include "platform/util/windows/registry.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/handles.h"
 #include "tests/support/allocation_faults.h"
+#include "winapi/errors.h"
+#include "winapi/handles.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 using windows_helpers::CommitTransaction;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/winapi/winapi/handles.h"
+#include "winapi/handles.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/errors.h"
+#include "winapi/errors.h"
+#include "winapi/host/control.h"
 
 namespace host = winapi::host;
 

@@ -5,8 +5,8 @@
 #include <fstream>
 #include <string>
 
-#include "platform/winapi/winapi/types.h"
 #include "tests/support/temporary_folder.h"
+#include "winapi/types.h"
 
 namespace {
 

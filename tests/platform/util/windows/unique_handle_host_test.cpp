@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "platform/util/windows/unique_handle.h"
-#include "platform/winapi/host/control.h"
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/handles.h"
-#include "platform/winapi/winapi/registry.h"
 #include "tests/support/checks.h"
+#include "winapi/errors.h"
+#include "winapi/handles.h"
+#include "winapi/host/control.h"
+#include "winapi/registry.h"
 
 namespace host = winapi::host;
 using tests::ReportedChecks;

@@ -4,10 +4,10 @@
 
 #include <cstdint>
 
-#include "platform/winapi/winapi/errors.h"
-#include "platform/winapi/winapi/registry.h"
 #include "tests/support/checks.h"
 #include "tests/support/test_registry.h"
+#include "winapi/errors.h"
+#include "winapi/registry.h"
 
 using tests::CountReported;
 using tests::ReportedChecks;

@@ -1,0 +1,89 @@
+#include "winapi/host/registry_tree.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace winapi::host {
+namespace {
+
+TEST(HostRegistryTree, PathsThatNoKeyCanHave) {
+  struct Case {
+    const char* name;
+    std::u16string path;
+    bool created;
+  };
+  std::u16string levels = u"HKEY_USERS";
+  for (int i = 1; i < 512; ++i) levels += u"\\x";
+  const Case cases[] = {
+      {"Hive", u"HKEY_LOCAL_MACHINE", true},
+      {"HiveInOtherCase", u"hkey_local_machine\\a", true},
+      {"EmptyParts", u"HKEY_USERS\\\\a\\", true},
+      {"LongName", u"HKEY_USERS\\" + std::u16string(1000, u'l'), true},
+      {"512Levels", levels, true},
+      {"513Levels", levels + u"\\x", false},
+      {"Empty", u"", false},
+      {"OnlyBackslashes", u"\\\\", false},
+      {"UnknownHive", u"HKLM\\a", false},
+      {"PerformanceData", u"HKEY_PERFORMANCE_DATA\\a", false},
+      {"ZeroInAName", std::u16string(u"HKEY_USERS\\a\0b", 14), false},
+      {"LineFeedInAName", u"HKEY_USERS\\a\nb", false},
+      {"CarriageReturnInAName", u"HKEY_USERS\\a\rb", false},
+  };
+  for (const Case& c : cases) {
+    RegistryTree tree;
+    EXPECT_EQ(tree.Create(c.path) != nullptr, c.created) << c.name;
+    EXPECT_EQ(tree.Find(c.path) != nullptr, c.created) << c.name;
+  }
+}
+
+TEST(HostRegistryTree, AFailedCreationMakesNothing) {
+  RegistryTree tree;
+  EXPECT_EQ(tree.Create(u"HKEY_USERS\\a\\b\n"), nullptr);
+  EXPECT_EQ(tree.Find(u"HKEY_USERS\\a"), nullptr);
+}
+
+TEST(HostRegistryTree, DeletingTakesAllBelowAndMarksIt) {
+  RegistryTree tree;
+  const RegistryKeyPtr deep = tree.Create(u"HKEY_USERS\\a\\b\\c");
+  const RegistryKeyPtr beside = tree.Create(u"HKEY_USERS\\a2");
+  EXPECT_TRUE(tree.Delete(u"hkey_users\\A\\"));
+  EXPECT_TRUE(deep->Deleted());
+  EXPECT_FALSE(beside->Deleted());
+  EXPECT_EQ(tree.Find(u"HKEY_USERS\\a\\b"), nullptr);
+  EXPECT_FALSE(tree.Delete(u"HKEY_USERS\\a"));
+  EXPECT_FALSE(tree.Delete(u"HKEY_USERS\\none\\deep"));
+}
+
+TEST(HostRegistryTree, HivesCantBeDeleted) {
+  RegistryTree tree;
+  EXPECT_FALSE(tree.Delete(u"HKEY_USERS"));
+  EXPECT_FALSE(tree.Delete(u""));
+  EXPECT_NE(tree.Find(u"HKEY_USERS"), nullptr);
+}
+
+TEST(HostRegistryTree, AKeyMadeAgainIsANewOne) {
+  RegistryTree tree;
+  const RegistryKeyPtr old = tree.Create(u"HKEY_USERS\\a");
+  old->SetValue(u"v", 3, {1});
+  EXPECT_TRUE(tree.Delete(u"HKEY_USERS\\a"));
+  const RegistryKeyPtr fresh = tree.Create(u"HKEY_USERS\\a");
+  EXPECT_TRUE(old->Deleted());
+  EXPECT_FALSE(fresh->Deleted());
+  EXPECT_EQ(fresh->Value(u"v"), nullptr);
+}
+
+TEST(HostRegistryTree, EnumerationFollowsEachChange) {
+  RegistryTree tree;
+  const RegistryKeyPtr key = tree.Create(u"HKEY_USERS\\a");
+  (void)key->AddChild(u"x");
+  EXPECT_EQ(key->ChildAt(0)->Name(), u"x");
+  // As many as before, but others.
+  EXPECT_TRUE(key->RemoveChild(u"X"));
+  (void)key->AddChild(u"y");
+  EXPECT_EQ(key->ChildAt(0)->Name(), u"y");
+  EXPECT_EQ(key->ChildAt(1), nullptr);
+}
+
+}  // namespace
+}  // namespace winapi::host

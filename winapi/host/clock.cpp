@@ -1,0 +1,58 @@
+#include "winapi/host/clock.h"
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "winapi/host/call.h"
+#include "winapi/host/control.h"
+
+namespace winapi {
+namespace {
+
+struct State {
+  std::optional<std::uint64_t> stoppedAt;
+  std::vector<Dword> sleeps;
+};
+
+State& TheState() {
+  static State& state = *new State;
+  return state;
+}
+
+}  // namespace
+
+std::uint64_t host::ClockTicks() noexcept {
+  if (const auto& ticks = TheState().stoppedAt) return *ticks;
+  using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, kTicksPerSecond>>;
+  const auto since1970 =
+      std::chrono::floor<Ticks>(std::chrono::system_clock::now().time_since_epoch());
+  return kTicksFrom1601To1970 + static_cast<std::uint64_t>(since1970.count());
+}
+
+void host::LetPass(Dword milliseconds) noexcept {
+  if (auto& ticks = TheState().stoppedAt) {
+    *ticks += std::uint64_t{milliseconds} * (kTicksPerSecond / 1000);
+  } else {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+  }
+}
+
+void Sleep(Dword milliseconds) noexcept {
+  host::Call call("Sleep");
+  call.Argument("milliseconds", milliseconds);
+  TheState().sleeps.push_back(milliseconds);
+  host::LetPass(milliseconds);
+}
+
+void host::SetClock(std::optional<std::uint64_t> ticks) {
+  const SeamMark mark;
+  TheState().stoppedAt = ticks;
+}
+
+const std::vector<Dword>& host::Sleeps() {
+  const SeamMark mark;
+  return TheState().sleeps;
+}
+
+}  // namespace winapi

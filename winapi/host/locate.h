@@ -1,0 +1,55 @@
+// Finds the file of the host that a Windows path means, however long the host's path is: the
+// folders are opened one below the other, and what is to be done happens by a name in the last of
+// them.
+#ifndef WINAPI_HOST_LOCATE_H_
+#define WINAPI_HOST_LOCATE_H_
+
+#include <sys/stat.h>
+
+#include <string>
+#include <string_view>
+
+#include "winapi/host/file_descriptor.h"
+#include "winapi/types.h"
+
+namespace winapi::host {
+
+struct Location {
+  FileDescriptor folder;         // that holds the file
+  std::string name;              // in it; "." for the root of a drive
+  std::u16string fullPath;       // on Windows, see FullPath
+  bool isRoot = false;           // of a drive
+  bool endsInSeparator = false;  // the path does, so it can't mean a file
+};
+
+// Whether the file itself is there doesn't matter. Where the folder holds nothing of exactly its
+// name, one that differs in case only is taken. The errors of FullPath; 3 for a folder that isn't
+// there, 5 for one that can't be entered. A null path is an empty one.
+[[nodiscard]] Error Locate(const char16_t* path, Location& location);
+
+// The folder that a full path of FullPath means, for openat and its like; not for reading.
+[[nodiscard]] Error OpenFolder(std::u16string_view fullPath, FileDescriptor& folder);
+
+// For reading the entries of a folder.
+[[nodiscard]] FileDescriptor OpenForReading(const FileDescriptor& folder);
+
+// What is known of a file: of a link, not of what it leads to, but for `isDirectory`.
+struct FileStatus {
+  struct stat data = {};
+  bool isLink = false;
+  bool isDirectory = false;  // it, or what it leads to
+};
+
+// `name` in `folder`. 2 where there is none.
+[[nodiscard]] Error StatusOf(const FileDescriptor& folder, const std::string& name,
+                             FileStatus& status);
+
+// FILE_ATTRIBUTE_...; a file that its owner can't write is read-only.
+[[nodiscard]] Dword AttributesOf(const FileStatus& status) noexcept;
+
+// The Windows error for a number of errno.
+[[nodiscard]] Error ErrorOfErrno(int number) noexcept;
+
+}  // namespace winapi::host
+
+#endif  // WINAPI_HOST_LOCATE_H_

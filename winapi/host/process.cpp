@@ -1,0 +1,92 @@
+#include "winapi/process.h"
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <deque>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "winapi/host/call.h"
+#include "winapi/host/control.h"
+#include "winapi/host/text.h"
+
+namespace winapi {
+namespace {
+
+struct State {
+  // The last one counts. Earlier ones are kept: the text of GetCommandLineW lives as long as the
+  // process.
+  std::deque<std::u16string> commandLines;
+  Dword processId = 0;
+  Dword threadId = 0;
+};
+
+State& TheState() {
+  static State& state = *new State;
+  return state;
+}
+
+bool NeedsQuotes(std::string_view argument) {
+  return argument.empty() || argument.find_first_of(" \t\"") != std::string_view::npos;
+}
+
+// The kernel gives the arguments with a zero behind each.
+std::string JoinArguments(std::string_view arguments) {
+  std::string line;
+  while (!arguments.empty()) {
+    const std::size_t end = arguments.find('\0');
+    const std::string_view argument = arguments.substr(0, end);
+    const std::string_view quote = NeedsQuotes(argument) ? "\"" : "";
+    if (!line.empty()) line += ' ';
+    line.append(quote).append(argument).append(quote);
+    arguments.remove_prefix(end == std::string_view::npos ? arguments.size() : end + 1);
+  }
+  return line;
+}
+
+std::u16string OwnCommandLine() {
+  std::ifstream stream("/proc/self/cmdline", std::ios::binary);
+  const std::string arguments(std::istreambuf_iterator<char>(stream), {});
+  return host::ToUtf16(JoinArguments(arguments));
+}
+
+}  // namespace
+
+const char16_t* GetCommandLineW() noexcept {
+  const host::Call call("GetCommandLineW");
+  auto& lines = TheState().commandLines;
+  if (lines.empty()) lines.push_back(OwnCommandLine());
+  return lines.back().c_str();
+}
+
+Dword GetCurrentProcessId() noexcept {
+  const host::Call call("GetCurrentProcessId");
+  const Dword set = TheState().processId;
+  return set != 0 ? set : static_cast<Dword>(::getpid());
+}
+
+Dword GetCurrentThreadId() noexcept {
+  const host::Call call("GetCurrentThreadId");
+  const Dword set = TheState().threadId;
+  return set != 0 ? set : static_cast<Dword>(::syscall(SYS_gettid));
+}
+
+int ProcessExitStatus(std::int32_t code) noexcept {
+  const int low = code & 0xFF;
+  return low == 0 && code != 0 ? 1 : low;
+}
+
+void host::SetCommandLine(std::u16string commandLine) {
+  const SeamMark mark;
+  TheState().commandLines.push_back(std::move(commandLine));
+}
+
+void host::SetIdentity(Dword processId, Dword threadId) {
+  const SeamMark mark;
+  TheState().processId = processId;
+  TheState().threadId = threadId;
+}
+
+}  // namespace winapi

@@ -1,0 +1,124 @@
+#include "winapi/host/registry_tree.h"
+
+#include <algorithm>
+
+#include "winapi/host/text.h"
+
+namespace winapi::host {
+namespace {
+
+constexpr std::u16string_view kHiveNames[] = {u"HKEY_CLASSES_ROOT", u"HKEY_CURRENT_USER",
+                                              u"HKEY_LOCAL_MACHINE", u"HKEY_USERS",
+                                              u"HKEY_CURRENT_CONFIG"};
+
+// Windows' own limit; it also bounds the recursions over a tree.
+constexpr std::size_t kMaxLevels = 512;
+
+bool IsStorable(std::u16string_view name) {
+  return name.find_first_of(std::u16string_view(u"\0\r\n", 3)) == std::u16string_view::npos;
+}
+
+}  // namespace
+
+RegistryKeyPtr RegistryKey::Child(std::u16string_view name) const {
+  const auto found = m_children.find(Upcase(name));
+  return found == m_children.end() ? nullptr : found->second;
+}
+
+RegistryKeyPtr RegistryKey::ChildAt(std::size_t index) {
+  if (m_order.size() != m_children.size()) {
+    m_order.clear();
+    for (const auto& [upper, child] : m_children) m_order.push_back(child);
+  }
+  return index < m_order.size() ? m_order[index] : nullptr;
+}
+
+const RegistryValue* RegistryKey::Value(std::u16string_view name) const {
+  const auto found = m_values.find(Upcase(name));
+  return found == m_values.end() ? nullptr : &found->second;
+}
+
+RegistryKeyPtr RegistryKey::AddChild(std::u16string_view name) {
+  const auto [position, isNew] = m_children.try_emplace(Upcase(name));
+  if (isNew) {
+    position->second = std::make_shared<RegistryKey>(std::u16string(name));
+    m_order.clear();
+  }
+  return position->second;
+}
+
+bool RegistryKey::RemoveChild(std::u16string_view name) {
+  const auto found = m_children.find(Upcase(name));
+  if (found == m_children.end()) return false;
+  found->second->MarkDeleted();
+  m_children.erase(found);
+  m_order.clear();
+  return true;
+}
+
+void RegistryKey::SetValue(std::u16string_view name, Dword type, std::vector<std::uint8_t> data) {
+  const auto [position, isNew] = m_values.try_emplace(Upcase(name));
+  if (isNew) position->second.name = name;
+  position->second.type = type;
+  position->second.data = std::move(data);
+}
+
+bool RegistryKey::RemoveValue(std::u16string_view name) {
+  return m_values.erase(Upcase(name)) != 0;
+}
+
+void RegistryKey::MarkDeleted() {
+  m_deleted = true;
+  for (const auto& [upper, child] : m_children) child->MarkDeleted();
+}
+
+RegistryTree::RegistryTree() {
+  for (const std::u16string_view name : kHiveNames) {
+    m_hives.push_back(std::make_shared<RegistryKey>(std::u16string(name)));
+  }
+}
+
+RegistryKeyPtr RegistryTree::Hive(std::u16string_view name) const {
+  const auto found = std::find_if(
+      m_hives.begin(), m_hives.end(),
+      [name](const RegistryKeyPtr& hive) { return EqualIgnoringCase(hive->Name(), name); });
+  return found == m_hives.end() ? nullptr : *found;
+}
+
+RegistryKeyPtr RegistryTree::Find(std::u16string_view path) const {
+  const std::vector<std::u16string_view> parts = SplitKeyPath(path);
+  RegistryKeyPtr key = parts.empty() ? nullptr : Hive(parts.front());
+  for (std::size_t i = 1; key != nullptr && i < parts.size(); ++i) key = key->Child(parts[i]);
+  return key;
+}
+
+RegistryKeyPtr RegistryTree::Create(std::u16string_view path) {
+  const std::vector<std::u16string_view> parts = SplitKeyPath(path);
+  if (parts.empty() || parts.size() > kMaxLevels) return nullptr;
+  if (!std::all_of(parts.begin(), parts.end(), IsStorable)) return nullptr;
+  RegistryKeyPtr key = Hive(parts.front());
+  for (std::size_t i = 1; key != nullptr && i < parts.size(); ++i) key = key->AddChild(parts[i]);
+  return key;
+}
+
+bool RegistryTree::Delete(std::u16string_view path) {
+  std::vector<std::u16string_view> parts = SplitKeyPath(path);
+  if (parts.size() < 2) return false;
+  RegistryKeyPtr parent = Hive(parts.front());
+  for (std::size_t i = 1; parent != nullptr && i + 1 < parts.size(); ++i) {
+    parent = parent->Child(parts[i]);
+  }
+  return parent != nullptr && parent->RemoveChild(parts.back());
+}
+
+std::vector<std::u16string_view> SplitKeyPath(std::u16string_view path) {
+  std::vector<std::u16string_view> parts;
+  while (!path.empty()) {
+    const std::size_t length = std::min(path.find(u'\\'), path.size());
+    if (length != 0) parts.push_back(path.substr(0, length));
+    path.remove_prefix(std::min(length + 1, path.size()));
+  }
+  return parts;
+}
+
+}  // namespace winapi::host
