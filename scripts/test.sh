@@ -2,7 +2,7 @@
 # Builds and runs everything, after installing what is missing (as root):
 #
 #   scripts/test.sh                all of it
-#   scripts/test.sh native         the native half: plain and sanitizer builds, clang, format, lint, layers
+#   scripts/test.sh native         the native half: plain and sanitizer builds, clang, format, lint, layers, scripts
 #   scripts/test.sh windows        the Windows half: the 32-bit program and its tests under Wine
 #   scripts/test.sh coverage       on request: line and branch coverage of the product's code (native)
 #   scripts/test.sh reproducible   on request: equal bytes from two build folders
@@ -82,6 +82,8 @@ native_half() {
     check "$file" format-finds-planted-offence scripts/check-format.sh --self-test
     check "$file" lint scripts/check-lint.sh
     check "$file" lint-finds-planted-offence scripts/check-lint.sh --self-test
+    check "$file" shell-scripts scripts/check-scripts.sh
+    check "$file" shell-scripts-find-planted-offence scripts/check-scripts.sh --self-test
 }
 
 windows_half() {

@@ -1,13 +1,14 @@
 # What all scripts share: where the project is, how steps are shown, how packages are installed. To be
 # sourced; sets $project.
+# shellcheck disable=SC2034  # what is set here is read by the scripts that source it
 
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cd "$project" || exit 1
 
 if [ -t 1 ] && [ -z "${NO_COLOR:-}" ]; then
-    bold=$'\e[1m' green=$'\e[32m' red=$'\e[31m' dim=$'\e[2m' plain=$'\e[0m'
+    bold=$'\e[1m' green=$'\e[32m' red=$'\e[31m' plain=$'\e[0m'
 else
-    bold='' green='' red='' dim='' plain=''
+    bold='' green='' red='' plain=''
 fi
 
 step() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
@@ -19,7 +20,7 @@ die() { bad "$*"; exit 1; }
 # What each job needs, as Debian 12's packages. The presets configure the tests along with the program, so
 # their frameworks are among what a build needs.
 packages_native="g++ cmake ninja-build tzdata libgtest-dev python3"
-packages_native_tests="clang-14 clang-format-14 clang-tidy-14"
+packages_native_tests="clang-14 clang-format-14 clang-tidy-14 shellcheck"
 packages_windows="g++-mingw-w64-i686-posix cmake ninja-build googletest python3 wine wine32:i386 wine64 msitools wixl"
 packages_windows_tests="osslsigncode openssl"
 packages_coverage="gcovr"

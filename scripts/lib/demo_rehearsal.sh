@@ -1,4 +1,5 @@
 # The rehearsal: the native build on a copy of an exported registry file. To be sourced by demo.sh.
+# shellcheck disable=SC2154  # common.sh, which demo.sh has sourced, sets what is read here
 
 # show_registry ROOT NAME: the registry of the host folder ROOT as readable text in ROOT/NAME.txt.
 show_registry() {

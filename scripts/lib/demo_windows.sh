@@ -1,4 +1,5 @@
 # The demonstration on a really installed package. To be sourced by demo.sh.
+# shellcheck disable=SC2154  # common.sh, which demo.sh has sourced, sets what is read here
 
 export ZUM_WINEPREFIX="$project/build/wine/demo"
 . "$project/scripts/lib/wine.sh"
@@ -54,8 +55,9 @@ show_records() {
 mark() {
     local data
     data=$(value_of "$1" "$2")
-    registry add "$1" /v "$2NotExist" /t REG_SZ /d "$data" /f && registry delete "$1" /v "$2" /f ||
+    if ! registry add "$1" /v "$2NotExist" /t REG_SZ /d "$data" /f || ! registry delete "$1" /v "$2" /f; then
         die "The value $2 could not be marked."
+    fi
     note "$2 -> $2NotExist"
 }
 
@@ -75,7 +77,8 @@ rm -rf "$folder"
 mkdir -p "$folder/trace"
 cp build/windows/bin/zum_setup_util.exe "$folder/" || exit 1
 printf 'The one file of the package.\r\n' >"$work/zum.txt"
-cp scripts/demo/zum_win.wxs "$work/" && (cd "$work" && wixl -o zum_win.msi zum_win.wxs) || die "wixl failed."
+cp scripts/demo/zum_win.wxs "$work/" || exit 1
+(cd "$work" && wixl -o zum_win.msi zum_win.wxs) || die "wixl failed."
 cp "$work/zum_win.msi" "$folder/"
 good "build/wine/demo, C:\\demo\\zum_win.msi"
 
@@ -86,7 +89,7 @@ if [ -e "$installed_file" ]; then
     msiexec "/x $code /qn"
 fi
 msiexec '/i C:\demo\zum_win.msi /qn'
-[ "$status" = 00000000 ] && [ -e "$installed_file" ] || die "The installation failed with $((16#$status))."
+[[ $status = 00000000 && -e $installed_file ]] || die "The installation failed with $((16#$status))."
 good "installed: C:\\Program Files (x86)\\Quorvanta ZUM\\zum.txt"
 
 step "5. Mark its records, as the product's protection does"
@@ -105,7 +108,7 @@ step "7. zum_setup_util.exe --trace-output=C:\\demo\\trace /unblock"
 windows 'C:\demo\zum_setup_util.exe' 'C:\demo\zum_setup_util.exe --trace-output=C:\demo\trace /unblock'
 note "printed:     $printed"
 note "exit status: $((16#$status)) (0x$status)"
-[ "$status" = 00000000 ] && [ "$printed" = Completed ] || die "The tool failed."
+[[ $status = 00000000 && $printed = Completed ]] || die "The tool failed."
 show_records "$work/after"
 printf '\n   %-22s %-32s %s\n' 'value' 'before' 'after'
 paste "$work/before" "$work/after" | while IFS=$'\t' read -r name before _ after; do

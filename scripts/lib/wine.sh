@@ -1,5 +1,6 @@
 # How this project runs Wine: a throw-away prefix below build/, no display, no first-run windows. To be
 # sourced; expects $project, the folder of the checkout.
+# shellcheck disable=SC2154  # set by whoever sources this
 
 # ZUM_WINEPREFIX names another prefix, below build/ too (the demo has one of its own).
 export WINEPREFIX="${ZUM_WINEPREFIX:-$project/build/wine/tests}"
