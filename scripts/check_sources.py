@@ -12,9 +12,11 @@ The rules:
   own-header   a source includes its own header first
   length       no file has more than 500 lines
   text         no tabs, no trailing blanks, a line end at the end
+  drawings     each file and folder that a drawing in docs/drawings names is there, and the SVG shows what its source says
 """
 
 import argparse
+import html
 import pathlib
 import re
 import shutil
@@ -110,7 +112,23 @@ def check_text(lines, text):
         yield len(lines), "text", "has no line end at its end"
 
 
+def check_drawings(root):
+    """The texts of each drawing's boxes, from its source: paths must lead somewhere, and the SVG must hold them all."""
+    for source in sorted((root / "docs/drawings").glob("*.dot")):
+        path = source.relative_to(root).as_posix()
+        drawing = source.with_suffix(".svg")
+        shown = html.unescape(drawing.read_text(encoding="utf-8")) if drawing.exists() else ""
+        for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
+            for label in re.findall(r'label="([^"]*)"', line):
+                for text in label.split("\\n"):
+                    if re.fullmatch(r"[\w/]+(/|\.h|\.cpp)", text) and not (root / text).exists():
+                        yield path, number, "drawings", f"{text} isn't there"
+                    if text.strip() not in shown:
+                        yield path, number, "drawings", f"the SVG doesn't show {text!r}: run scripts/draw.sh"
+
+
 def offences(root):
+    yield from check_drawings(root)
     for top in TOP_FOLDERS:
         for file in sorted((root / top).rglob("*")):
             if file.suffix not in SUFFIXES or not file.is_file():
@@ -135,6 +153,7 @@ PLANTS = [
     ("own-header", "oru/rtl/check.cpp", '#include <atomic>\n#include "oru/rtl/check.h"\n'),
     ("length", "oru/rtl/planted4.cpp", "\n" * 501),
     ("text", "oru/rtl/planted5.cpp", "int planted = 0; \n"),
+    ("drawings", "docs/drawings/planted.dot", 'digraph { box [label="planted\\noru/rtl/no_such_file.cpp"] }\n'),
 ]
 
 
@@ -143,7 +162,7 @@ def self_test(root):
     for rule, path, text in PLANTS:
         with tempfile.TemporaryDirectory() as folder:
             copy = pathlib.Path(folder)
-            for top in TOP_FOLDERS:
+            for top in (*TOP_FOLDERS, "docs"):
                 if (root / top).exists():
                     shutil.copytree(root / top, copy / top)
             (copy / path).write_text(text, encoding="utf-8")
