@@ -34,8 +34,8 @@ class Exception : public std::exception {
   Exception(const char* file, std::uint32_t line) noexcept;
   Exception(const Exception& other);
   Exception(Exception&& other) noexcept = default;
-  Exception& operator=(const Exception& other);
-  Exception& operator=(Exception&& other) noexcept = default;
+  // Built in place and thrown; nobody assigns one.
+  Exception& operator=(const Exception&) = delete;
 
   // Slot order is declaration order.
   ~Exception() override;
