@@ -9,7 +9,8 @@ The rules:
   windows.h    only winapi/win32 (and the tests' own Windows helpers) include it
   wchar_t      appears only there and in the helper that feeds the standard regular expressions
   guard        a header's include guard is its path
-  own-header   a source includes its own header first
+  own-header   a product source has a header of its own name (one folder up when it is a platform's form of a unit) and
+               includes it first; main.cpp and the seam's two worlds have none
   length       no file has more than 500 lines
   text         no tabs, no trailing blanks, a line end at the end
   drawings     each file and folder that a drawing in docs/drawings names is there, and the SVG shows what its source says
@@ -97,9 +98,14 @@ def check_own_header(path, lines, root):
     if not path.endswith(".cpp") or layer_of(path) is None:
         return
     own = path[:-4] + ".h"
+    if not (root / own).exists():
+        own = own.replace("/windows/", "/")
     includes = [m.group(1) for m in (re.match(r'#include ["<]([^">]+)', line) for line in lines) if m]
-    if (root / own).exists() and includes[:1] != [own]:
-        yield 1, "own-header", f"the first include isn't {own}"
+    if (root / own).exists():
+        if includes[:1] != [own]:
+            yield 1, "own-header", f"the first include isn't {own}"
+    elif not path.endswith("/main.cpp") and not path.startswith(SEAM_BEHIND):
+        yield 1, "own-header", "has no header of its own name"
 
 
 def check_text(lines, text):
@@ -143,7 +149,7 @@ def offences(root):
 
 
 PLANTS = [
-    ("layers", "oru/rtl/planted.cpp", '#include "zum_setup_util_lib/helpers.h"\n'),
+    ("layers", "oru/rtl/planted.cpp", '#include "zum_setup_util_lib/stage.h"\n'),
     ("layers", "zum_setup_util/planted.cpp", '#include "winapi/host/control.h"\n'),
     ("layers", "oru/rtl/planted2.cpp", '#include "tests/support/checks.h"\n'),
     ("windows.h", "zum_setup_util/planted2.cpp", "#include <windows.h>\n"),
@@ -151,6 +157,7 @@ PLANTS = [
     ("wchar_t", "oru/rtl/planted3.cpp", "const wchar_t text = 0;\n"),
     ("guard", "oru/rtl/planted.h", "#pragma once\n"),
     ("own-header", "oru/rtl/check.cpp", '#include <atomic>\n#include "oru/rtl/check.h"\n'),
+    ("own-header", "oru/rtl/planted6.cpp", '#include "oru/rtl/check.h"\n'),
     ("length", "oru/rtl/planted4.cpp", "\n" * 501),
     ("text", "oru/rtl/planted5.cpp", "int planted = 0; \n"),
     ("drawings", "docs/drawings/planted.dot", 'digraph { box [label="planted\\noru/rtl/no_such_file.cpp"] }\n'),

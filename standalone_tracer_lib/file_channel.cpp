@@ -1,5 +1,6 @@
 #include "standalone_tracer_lib/file_channel.h"
 
+#include <cstdint>
 #include <locale>
 
 #include "oru/rtl/exception.h"
@@ -11,7 +12,11 @@
 namespace standalone::trace {
 namespace {
 
+// The stated position of a file that can't be opened: part of the exception's text, so it doesn't
+// move with the code.
 constexpr char kSourceFile[] = "zum_setup_util/standalone_tracer_lib/file_channel";
+constexpr std::uint32_t kOpenLine = 101;
+
 constexpr char kLineEnd[] = "\r\n";
 
 }  // namespace
@@ -19,7 +24,7 @@ constexpr char kLineEnd[] = "\r\n";
 FileChannel::FileChannel(const oru::String16& path, const char* commandLine) {
   m_stream.imbue(std::locale::classic());
   winapi::OpenOutputStream(m_stream, path.c_str());
-  if (!m_stream.is_open()) throw oru::CheckFailedException(kSourceFile, 101);
+  if (!m_stream.is_open()) throw oru::CheckFailedException(kSourceFile, kOpenLine);
   m_stream << detail::ComposeHeader(oru::datetime::Now(), winapi::GetCurrentProcessId(),
                                     commandLine);
   m_stream << kLineEnd;

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <utility>
 
+#include "oru/rtl/trace_level.h"
 #include "standalone_tracer_lib/line_stream.h"
 #include "winapi/time.h"
 

@@ -20,6 +20,7 @@
 
 namespace winapi {
 
+inline constexpr Dword kMaxPath = 260;                       // MAX_PATH, with the terminator
 inline constexpr Dword kFileAttributeReadOnly = 0x1;         // FILE_ATTRIBUTE_READONLY
 inline constexpr Dword kFileAttributeDirectory = 0x10;       // FILE_ATTRIBUTE_DIRECTORY
 inline constexpr Dword kFileAttributeArchive = 0x20;         // FILE_ATTRIBUTE_ARCHIVE
@@ -39,7 +40,7 @@ struct FindData {
   Dword nFileSizeLow;
   Dword dwReserved0;
   Dword dwReserved1;
-  char16_t cFileName[260];
+  char16_t cFileName[kMaxPath];
   char16_t cAlternateFileName[14];
 };
 

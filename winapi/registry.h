@@ -12,10 +12,8 @@ namespace winapi {
 
 inline constexpr Dword kKeyQueryValue = 0x0001;        // KEY_QUERY_VALUE
 inline constexpr Dword kKeySetValue = 0x0002;          // KEY_SET_VALUE
-inline constexpr Dword kKeyCreateSubKey = 0x0004;      // KEY_CREATE_SUB_KEY
 inline constexpr Dword kKeyEnumerateSubKeys = 0x0008;  // KEY_ENUMERATE_SUB_KEYS
 inline constexpr Dword kKeyWow6464Key = 0x0100;        // KEY_WOW64_64KEY
-inline constexpr Dword kKeyWow6432Key = 0x0200;        // KEY_WOW64_32KEY
 inline constexpr Dword kKeyRead = 0x20019;             // KEY_READ
 inline constexpr Dword kKeyWrite = 0x20006;            // KEY_WRITE
 
@@ -25,7 +23,6 @@ inline constexpr Dword kRegExpandSz = 2;  // REG_EXPAND_SZ
 inline constexpr Dword kRegBinary = 3;    // REG_BINARY
 inline constexpr Dword kRegDword = 4;     // REG_DWORD
 inline constexpr Dword kRegMultiSz = 7;   // REG_MULTI_SZ
-inline constexpr Dword kRegQword = 11;    // REG_QWORD
 
 // HKEY_LOCAL_MACHINE and HKEY_PERFORMANCE_DATA: the sign-extended 32-bit numbers that Windows uses.
 // The handles are functions since the cast isn't allowed in a constant expression.

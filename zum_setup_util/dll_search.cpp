@@ -5,6 +5,7 @@
 #include "oru/rtl/error_mapping.h"
 #include "oru/rtl/exception.h"
 #include "winapi/errors.h"
+#include "winapi/files.h"
 #include "winapi/modules.h"
 
 namespace zum_setup_util {
@@ -12,7 +13,8 @@ namespace {
 
 constexpr char kSourceFile[] = "zum_setup_util/dll_search";
 
-constexpr std::uint32_t kFirstPathCapacity = 260;
+// Enough for a path without the long-path prefix; with four doublings it comes to 4160.
+constexpr std::uint32_t kFirstPathCapacity = winapi::kMaxPath;
 constexpr int kPathCalls = 5;
 
 // A reference of LoadLibraryW, or none.

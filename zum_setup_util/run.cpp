@@ -14,7 +14,7 @@
 #include "zum_setup_util/dll_search.h"
 #include "zum_setup_util/trace_setup.h"
 #include "zum_setup_util/vectored_handler_guard.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/caught_exception.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 #include "zum_setup_util_lib/unblock.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "oru/rtl/trace.h"
+#include "oru/rtl/trace_level.h"
 #include "platform/util/text_utils.h"
 #include "standalone_tracer_lib/tracers.h"
 #include "winapi/process.h"

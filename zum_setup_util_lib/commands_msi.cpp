@@ -108,6 +108,22 @@ void RequirePath(const std::u16string& path, std::uint32_t line, const char16_t*
       << prefix << u"empty path";
 }
 
+// What each constructor demands of its fields, in the order that its failures have. `guid` is null
+// where the operation names no product; `line` and `prefix` are the constructor's own, for the path.
+void CheckFields(const Arguments& arguments, const std::u16string* guid, const std::u16string& path,
+                 std::uint32_t line, const char16_t* prefix) {
+  CheckArguments(arguments.begin(), arguments.end());
+  if (guid != nullptr) CheckGuidSyntax(*guid);
+  RequirePath(path, line, prefix);
+}
+
+// Assigned before it is looked at: an empty path has replaced the old one when it is refused.
+void ReplacePath(std::u16string& field, const std::u16string& path, std::uint32_t line,
+                 const char16_t* prefix) {
+  field = path;
+  RequirePath(field, line, prefix);
+}
+
 [[noreturn]] void RefuseList(std::uint32_t line, oru::ResultCode rc, const char16_t* cause) {
   throw oru::CheckResultFailedException(kSourceFile, line, rc)
       << u"[correct_setup::CreateCommandMsi] " << cause;
@@ -150,8 +166,7 @@ CommandInstallMsi::CommandInstallMsi(const std::u16string& package, const Argume
     : m_fullPathToPackage(package), m_arguments(arguments) {
   ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::CommandInstallMsi::CommandInstallMsi] "
                                       << "call");
-  CheckArguments(m_arguments.begin(), m_arguments.end());
-  RequirePath(m_fullPathToPackage, __LINE__,
+  CheckFields(m_arguments, /*guid=*/nullptr, m_fullPathToPackage, __LINE__,
               u"[correct_setup::CommandInstallMsi::CommandInstallMsi] ");
 }
 
@@ -162,8 +177,7 @@ std::u16string CommandInstallMsi::GetMsiCommandLine() const {
 std::u16string CommandInstallMsi::GetFullPathToPackage() const { return m_fullPathToPackage; }
 
 void CommandInstallMsi::SetFullPathToPackage(const std::u16string& path) {
-  m_fullPathToPackage = path;
-  RequirePath(m_fullPathToPackage, __LINE__,
+  ReplacePath(m_fullPathToPackage, path, __LINE__,
               u"[correct_setup::CommandInstallMsi::SetFullPathToPackage] ");
 }
 
@@ -171,8 +185,7 @@ CommandInstallMsp::CommandInstallMsp(const std::u16string& package, const Argume
     : m_fullPathToPackage(package), m_arguments(arguments) {
   ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::CommandInstallMsp::CommandInstallMsp] "
                                       << "call");
-  CheckArguments(m_arguments.begin(), m_arguments.end());
-  RequirePath(m_fullPathToPackage, __LINE__,
+  CheckFields(m_arguments, /*guid=*/nullptr, m_fullPathToPackage, __LINE__,
               u"[correct_setup::CommandInstallMsp::CommandInstallMsp] ");
 }
 
@@ -183,8 +196,7 @@ std::u16string CommandInstallMsp::GetMsiCommandLine() const {
 std::u16string CommandInstallMsp::GetFullPathToPackage() const { return m_fullPathToPackage; }
 
 void CommandInstallMsp::SetFullPathToPackage(const std::u16string& path) {
-  m_fullPathToPackage = path;
-  RequirePath(m_fullPathToPackage, __LINE__,
+  ReplacePath(m_fullPathToPackage, path, __LINE__,
               u"[correct_setup::CommandInstallMsp::SetFullPathToPackage] ");
 }
 
@@ -193,8 +205,7 @@ CommandUninstallMsi::CommandUninstallMsi(const std::u16string& package, const Ar
   ORU_TRACE(oru::kTraceLevelInfo,
             "setup\t[correct_setup::CommandUninstallMsi::CommandUninstallMsi] "
                 << "call");
-  CheckArguments(m_arguments.begin(), m_arguments.end());
-  RequirePath(m_fullPathToPackage, __LINE__,
+  CheckFields(m_arguments, /*guid=*/nullptr, m_fullPathToPackage, __LINE__,
               u"[correct_setup::CommandUninstallMsi::CommandUninstallMsi] ");
 }
 
@@ -205,8 +216,7 @@ std::u16string CommandUninstallMsi::GetMsiCommandLine() const {
 std::u16string CommandUninstallMsi::GetFullPathToPackage() const { return m_fullPathToPackage; }
 
 void CommandUninstallMsi::SetFullPathToPackage(const std::u16string& path) {
-  m_fullPathToPackage = path;
-  RequirePath(m_fullPathToPackage, __LINE__,
+  ReplacePath(m_fullPathToPackage, path, __LINE__,
               u"[correct_setup::CommandUninstallMsi::SetFullPathToPackage] ");
 }
 
@@ -216,9 +226,7 @@ CommandUninstallMsp::CommandUninstallMsp(const std::u16string& package, const st
   ORU_TRACE(oru::kTraceLevelInfo,
             "setup\t[correct_setup::CommandUninstallMsp::CommandUninstallMsp] "
                 << "call");
-  CheckArguments(m_arguments.begin(), m_arguments.end());
-  CheckGuidSyntax(m_productGuid);
-  RequirePath(m_fullPathToPackage, __LINE__,
+  CheckFields(m_arguments, &m_productGuid, m_fullPathToPackage, __LINE__,
               u"[correct_setup::CommandUninstallMsp::CommandUninstallMsp] ");
 }
 
@@ -230,8 +238,7 @@ std::u16string CommandUninstallMsp::GetMsiCommandLine() const {
 std::u16string CommandUninstallMsp::GetFullPathToPackage() const { return m_fullPathToPackage; }
 
 void CommandUninstallMsp::SetFullPathToPackage(const std::u16string& path) {
-  m_fullPathToPackage = path;
-  RequirePath(m_fullPathToPackage, __LINE__,
+  ReplacePath(m_fullPathToPackage, path, __LINE__,
               u"[correct_setup::CommandUninstallMsp::SetFullPathToPackage] ");
 }
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "zum_setup_util_lib/command_msi.h"
+#include "zum_setup_util_lib/icommand_msi.h"
 
 namespace correct_setup {
 

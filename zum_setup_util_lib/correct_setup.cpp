@@ -4,7 +4,7 @@
 
 #include "oru/rtl/trace.h"
 #include "zum_setup_util_lib/commands_msi.h"
-#include "zum_setup_util_lib/drop_files.h"
+#include "zum_setup_util_lib/drop_files_stage.h"
 #include "zum_setup_util_lib/installer_launch.h"
 #include "zum_setup_util_lib/pending_operations.h"
 #include "zum_setup_util_lib/registry_rewrite.h"

@@ -10,9 +10,11 @@
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/filesystem/file_operations.h"
 #include "platform/util/windows/filesystem/path_mask.h"
+#include "zum_setup_util_lib/caught_exception.h"
 #include "zum_setup_util_lib/filesystem_actions.h"
 #include "zum_setup_util_lib/filesystem_iterator.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/repeat_execution.h"
+#include "zum_setup_util_lib/secure_directory.h"
 #include "zum_setup_util_lib/trace_list.h"
 
 namespace correct_setup {

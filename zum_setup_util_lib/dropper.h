@@ -1,4 +1,4 @@
-// Taking a private copy of the package: the operations. The pipeline's stage is drop_files.h.
+// Taking a private copy of the package: the operations. The pipeline's stage is drop_files_stage.h.
 #ifndef ZUM_SETUP_UTIL_LIB_DROPPER_H_
 #define ZUM_SETUP_UTIL_LIB_DROPPER_H_
 

@@ -1,8 +1,8 @@
-// The operations by which the dropper makes a directory and copies into it. All throw on failure:
-// CreateSecureDirectory windows_helpers::WindowsErrorException, the others
-// oru::CheckResultFailedException with the result code of the Win32 error. An argument that is
-// refused without a call is an oru::CheckResultFailedException with "Invalid argument", a lack of
-// memory std::bad_alloc.
+// The operations by which the dropper copies. secure_directory.h makes what it copies into.
+//
+// All throw on failure: oru::CheckResultFailedException with the result code of the Win32 error, or
+// with "Invalid argument" for an argument that is refused without a call, and std::bad_alloc for a
+// lack of memory.
 #ifndef ZUM_SETUP_UTIL_LIB_FILESYSTEM_ACTIONS_H_
 #define ZUM_SETUP_UTIL_LIB_FILESYSTEM_ACTIONS_H_
 
@@ -17,12 +17,6 @@ void CopyFileT(const std::u16string& from, const std::u16string& to);
 
 // One directory, without its parents, with default security; it must not be there yet.
 void CreateDirectoryT(const std::u16string& directory);
-
-// One new directory that only the local system and the process's user may enter, with a mandatory
-// label of the process's own integrity level where the token has one. None of its entries is
-// inherited. Nothing is created on failure, and a directory that is there already is never adopted.
-// An empty path is refused.
-void CreateSecureDirectory(const std::u16string& directory);
 
 // A directory with all plain files and directories in it, into a new directory `to`. Links aren't
 // copied. What was copied before a failure stays. A `from` that is no plain directory is refused.

@@ -1,5 +1,7 @@
 #include "zum_setup_util_lib/filesystem_object.h"
 
+#include "oru/rtl/trace_inserters.h"
+
 namespace correct_setup {
 
 oru::TraceStream& operator<<(oru::TraceStream& stream, const FilesystemObject& object) {

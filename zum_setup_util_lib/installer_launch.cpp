@@ -23,6 +23,13 @@ namespace {
 
 using windows_helpers::KernelHandle;
 
+// The stated positions of the launch's failures in kStageSourceFile: part of what is shown, so they
+// don't move with the code.
+constexpr std::uint32_t kCreateProcessLine = 235;
+constexpr std::uint32_t kWaitLine = 241;
+constexpr std::uint32_t kExitCodeLine = 244;
+constexpr std::uint32_t kLaunchLine = 260;
+
 // The two handles of a started program; the thread's is closed before the process's.
 struct StartedProcess {
   KernelHandle process;
@@ -36,7 +43,7 @@ struct StartedProcess {
       "::CreateProcessW( applicationName.c_str(), commandLine.empty() ? nullptr : "
       "MakeVector(commandLine).data(), nullptr, nullptr, 0, 0x08000000, nullptr, nullptr, "
       "&startupInfo, &processInfo)")
-      << oru::SetFile{kStageSourceFile} << oru::SetLine{235};
+      << oru::SetFile{kStageSourceFile} << oru::SetLine{kCreateProcessLine};
 }
 
 void StartProcess(const std::u16string& applicationName, const std::u16string& commandLine,
@@ -65,12 +72,13 @@ void StartProcess(const std::u16string& applicationName, const std::u16string& c
 
 std::uint32_t WaitForExit(const KernelHandle& process) {
   const oru::ResultCode waited = windows_helpers::WaitForHandle(process, winapi::kInfinite);
-  if (ORU_FAILED(waited)) throw oru::CheckResultFailedException(kStageSourceFile, 241, waited);
+  if (ORU_FAILED(waited))
+    throw oru::CheckResultFailedException(kStageSourceFile, kWaitLine, waited);
   winapi::Dword exitCode = 0;
   if (winapi::GetExitCodeProcess(process.GetValue(), &exitCode) == 0) {
     throw windows_helpers::WindowsErrorException(winapi::GetLastError(),
                                                  "GetExitCodeProcess(processHandle, &exitcode)")
-        << oru::SetFile{kStageSourceFile} << oru::SetLine{244};
+        << oru::SetFile{kStageSourceFile} << oru::SetLine{kExitCodeLine};
   }
   return exitCode;
 }
@@ -111,7 +119,8 @@ std::uint32_t LaunchMsiPackage(const std::u16string& commandLine) {
     const oru::String16 path = GetMsiexecPath();
     return CreateProcessAndWait(std::u16string(path.view()), commandLine);
   } catch (const std::exception&) {
-    FailStage("setup\t[correct_setup::detail::LaunchMsiPackage] ", 260, rcLaunchPackageFailed);
+    FailStage("setup\t[correct_setup::detail::LaunchMsiPackage] ", kLaunchLine,
+              rcLaunchPackageFailed);
   }
 }
 

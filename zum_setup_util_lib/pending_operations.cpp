@@ -12,7 +12,7 @@
 #include "platform/util/windows/transactions.h"
 #include "winapi/errors.h"
 #include "winapi/registry.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/repeat_execution.h"
 #include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/tool_result_codes.h"
 #include "zum_setup_util_lib/trace_list.h"

@@ -38,7 +38,8 @@ constexpr winapi::Dword kReadAccess = winapi::kKeyRead | winapi::kKeyWow6464Key;
 constexpr winapi::Dword kChangeAccess =
     winapi::kKeyRead | winapi::kKeyWrite | winapi::kKeyWow6464Key;
 
-// The longest name of a subkey, in characters.
+// What the enumeration is told to have room for, in characters. Not MAX_PATH: no path is meant, and
+// the system's names of keys have 255 characters at the most.
 constexpr winapi::Dword kNameCapacity = 260;
 
 // The list is complete before anything is changed, so no enumeration runs over keys that are

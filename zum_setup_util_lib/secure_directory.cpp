@@ -1,9 +1,9 @@
-// The one action with substance: the directory with its security descriptor.
+#include "zum_setup_util_lib/secure_directory.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include "oru/rtl/exception.h"
@@ -14,14 +14,13 @@
 #include "winapi/files.h"
 #include "winapi/modules.h"
 #include "winapi/security.h"
-#include "zum_setup_util_lib/filesystem_actions.h"
 
 namespace correct_setup::FileSystemActions {
 namespace {
 
 using Buffer = std::vector<std::uint8_t>;
 
-// The position names the unit that callers know: this is one of its actions.
+// The stated position: this is one of the file system actions, whichever file it stands in.
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
 
 // Throws the last error with the text of the call that set it.

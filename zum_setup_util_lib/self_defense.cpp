@@ -7,7 +7,7 @@
 #include "oru/rtl/exception.h"
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/repeat_execution.h"
 #include "zum_setup_util_lib/stage.h"
 #include "zum_setup_util_lib/temporary_file.h"
 #include "zum_setup_util_lib/tool_result_codes.h"

@@ -1,7 +1,7 @@
 #include "zum_setup_util_lib/stage.h"
 
 #include "oru/rtl/exception.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/caught_exception.h"
 
 namespace correct_setup::detail {
 

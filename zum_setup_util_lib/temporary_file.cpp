@@ -18,7 +18,9 @@ namespace {
 
 namespace filesystem = product_platform::filesystem;
 
-constexpr std::size_t kLongestPath = 260;
+// Counted without the terminator here: a path of just this length passes, and is refused by the
+// system, which counts it.
+constexpr std::size_t kLongestPath = winapi::kMaxPath;
 
 oru::ResultCode AppendUniqueName(std::u16string_view prefix, std::u16string& path) {
   if (path.empty()) path = GetTempDirectory();

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "oru/rtl/trace_stream.h"
+#include "oru/rtl/trace_inserters.h"
 
 namespace correct_setup {
 

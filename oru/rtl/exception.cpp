@@ -39,12 +39,6 @@ Exception::Exception(const Exception& other)
   if (other.m_inner != nullptr && shallowSource != &other) m_inner = CloneChain(*other.m_inner);
 }
 
-Exception& Exception::operator=(const Exception& other) {
-  Exception copy(other);
-  *this = std::move(copy);
-  return *this;
-}
-
 // Takes the chain apart link by link: left to the members, each link's end would stand on the stack
 // of the one before.
 Exception::~Exception() {

@@ -8,7 +8,7 @@
 //
 //   throw oru::CheckFailedException(kSourceFile, __LINE__) << u"path = " << path;
 //   throw oru::datetime::TimeSystemError() << SetMessage(text) << SetResultCode(rc)
-//                                          << SetFile(kSourceFile) << SetLine(67);
+//                                          << SetFile(kSourceFile) << SetLine(kRefusedDateLine);
 //
 // Copying, composing a text and setting a cause throw std::bad_alloc when memory runs out, and
 // leave the object as it was. An exception isn't shared between threads.
@@ -34,8 +34,8 @@ class Exception : public std::exception {
   Exception(const char* file, std::uint32_t line) noexcept;
   Exception(const Exception& other);
   Exception(Exception&& other) noexcept = default;
-  Exception& operator=(const Exception& other);
-  Exception& operator=(Exception&& other) noexcept = default;
+  // Built in place and thrown; nobody assigns one.
+  Exception& operator=(const Exception&) = delete;
 
   // Slot order is declaration order.
   ~Exception() override;
@@ -186,11 +186,6 @@ E&& operator<<(E&& exception, const T& value) {
   exception.Message() << value;
   return std::forward<E>(exception);
 }
-
-// The display text of one exception: what(), " - ", the description, ". At ", file, "(", line,
-// ") ". A null file adds nothing. The causes aren't in it; TraceStream's inserter shows the whole
-// chain.
-[[nodiscard]] String16 GetDisplayText(const Exception& exception);
 
 }  // namespace oru
 

@@ -6,6 +6,7 @@
 
 #include "oru/rtl/check.h"
 #include "oru/rtl/exception.h"
+#include "oru/rtl/exception_text.h"
 #include "oru/rtl/last_error_keeper.h"
 #include "oru/rtl/object_ptr.h"
 #include "oru/rtl/trace.h"

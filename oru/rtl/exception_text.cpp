@@ -1,6 +1,8 @@
-#include "oru/rtl/exception.h"
+#include "oru/rtl/exception_text.h"
+
+#include "oru/rtl/string_sink.h"
 #include "oru/rtl/text_conversion.h"
-#include "oru/rtl/trace_stream.h"
+#include "oru/rtl/trace_inserters.h"
 
 namespace oru {
 namespace {

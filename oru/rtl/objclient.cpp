@@ -6,10 +6,12 @@
 #include "oru/rtl/exception.h"
 #include "oru/rtl/exception_guard.h"
 #include "oru/rtl/service_locator.h"
+#include "oru/rtl/trace_level.h"
 
 namespace oru {
 namespace {
 
+// The stated position: part of what is shown, so it doesn't move with the code.
 constexpr char kSourceFile[] = "oru/rtl/objclient";
 constexpr std::uint32_t kCreationLine = 185;
 

@@ -1,8 +1,9 @@
+#include "oru/rtl/record_handle.h"
+
 #include <utility>
 
 #include "oru/rtl/check.h"
 #include "oru/rtl/last_error_keeper.h"
-#include "oru/rtl/trace_stream.h"
 
 namespace oru {
 namespace {

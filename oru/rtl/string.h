@@ -48,8 +48,6 @@ class basic_string_t {
  public:
   using value_type = CharT;
   using size_type = std::uint32_t;
-  using iterator = CharT*;
-  using const_iterator = const CharT*;
   using view_type = std::basic_string_view<CharT>;
 
   // 15 for 8-bit and 7 for 16-bit characters.
@@ -84,21 +82,13 @@ class basic_string_t {
   [[nodiscard]] size_type size() const noexcept { return m_size; }
   [[nodiscard]] size_type capacity() const noexcept { return m_capacity; }
   [[nodiscard]] bool empty() const noexcept { return m_size == 0; }
-  [[nodiscard]] const CharT& operator[](size_type index) const noexcept { return m_data[index]; }
-  [[nodiscard]] CharT& operator[](size_type index) noexcept { return m_data[index]; }
   // Of a text that isn't empty.
   [[nodiscard]] const CharT& back() const noexcept { return m_data[m_size - 1]; }
-  [[nodiscard]] iterator begin() noexcept { return m_data; }
-  [[nodiscard]] iterator end() noexcept { return m_data + m_size; }
-  [[nodiscard]] const_iterator begin() const noexcept { return m_data; }
-  [[nodiscard]] const_iterator end() const noexcept { return m_data + m_size; }
   [[nodiscard]] view_type view() const noexcept { return {m_data, m_size}; }
   [[nodiscard]] const abi_v2_allocator& get_allocator() const noexcept { return m_allocator; }
 
   // Empties the text and keeps the capacity.
   void clear() noexcept;
-  // Drops the last character of a text that isn't empty.
-  void pop_back() noexcept;
   void push_back(CharT character);
 
   basic_string_t& append(const CharT* first, size_type n);
@@ -123,8 +113,6 @@ class basic_string_t {
   void resize_extra_at(size_type n, size_type pos, size_type replaced);
   // Makes the text `n` characters of undefined content, and gives the first one.
   CharT* resize_for_overwrite(size_type n);
-
-  void swap(basic_string_t& other) noexcept;
 
   // Order by the unsigned value of the characters. A null text counts as empty.
   friend bool operator==(const basic_string_t& a, const basic_string_t& b) noexcept {

@@ -98,11 +98,6 @@ void basic_string_t<CharT>::clear() noexcept {
 }
 
 template <typename CharT>
-void basic_string_t<CharT>::pop_back() noexcept {
-  SetSize(m_size - 1);
-}
-
-template <typename CharT>
 void basic_string_t<CharT>::push_back(CharT character) {
   append(1, character);
 }
@@ -213,13 +208,6 @@ template <typename CharT>
 CharT* basic_string_t<CharT>::resize_for_overwrite(size_type n) {
   resize_extra_at(n, 0, m_size);
   return m_data;
-}
-
-template <typename CharT>
-void basic_string_t<CharT>::swap(basic_string_t& other) noexcept {
-  basic_string_t old(std::move(other));
-  other = std::move(*this);
-  *this = std::move(old);
 }
 
 // A text that is too long for a 32-bit count becomes a count that no string has place for.

@@ -1,4 +1,4 @@
-#include "oru/rtl/trace_stream.h"
+#include "oru/rtl/trace_inserters.h"
 
 namespace oru {
 namespace {

@@ -1,5 +1,8 @@
+#include "oru/rtl/trace_scope.h"
+
 #include "oru/rtl/last_error_keeper.h"
-#include "oru/rtl/trace.h"
+#include "oru/rtl/trace_inserters.h"
+#include "oru/rtl/trace_level.h"
 
 namespace oru {
 

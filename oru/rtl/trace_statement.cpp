@@ -1,5 +1,7 @@
+#include "oru/rtl/trace_statement.h"
+
 #include "oru/rtl/last_error_keeper.h"
-#include "oru/rtl/trace.h"
+#include "oru/rtl/record_handle.h"
 
 namespace oru {
 namespace {

@@ -1,5 +1,4 @@
-// A trace record while it is written: the handle that opens, grows and commits it, and the stream
-// that fills it.
+// The stream that fills a trace record. trace_inserters.h has what can be inserted.
 //
 // Record text is 8-bit: 8-bit text goes in unchanged, 16-bit text as UTF-8. Sizes are bytes, in 32
 // bits. All of this leaves the thread's last error as it was.
@@ -10,33 +9,12 @@
 #include <cstdint>
 #include <string_view>
 
-#include "oru/rtl/exception.h"
 #include "oru/rtl/number_format.h"
-#include "oru/rtl/string.h"
+#include "oru/rtl/record_handle.h"
+#include "oru/rtl/result_code.h"
 #include "oru/rtl/tracer.h"
 
 namespace oru {
-
-// A record's text area and the tracer that gave it. A null text area: not open, or committed
-// already. Adds no reference: the tracer outlives the record. A handle that is dropped while open
-// leaks its area. What the tracer throws passes through.
-class RecordHandle {
- public:
-  // True when the record is open, with an area of InitialCapacity bytes. A null tracer gives false.
-  bool Open(ITracer* tracer, std::uint32_t level);
-  // `newCapacity` in bytes, at least InitialCapacity, which is checked. errOutOfMemory also when
-  // the tracer says yes and gives no area, and when the record isn't open.
-  [[nodiscard]] ResultCode Grow(std::uint32_t newCapacity);
-  // Delivers `length` bytes; does nothing when the text area is null.
-  void Commit(std::uint32_t length);
-
-  [[nodiscard]] bool IsOpen() const noexcept { return m_text != nullptr; }
-  [[nodiscard]] char* Text() const noexcept { return m_text; }
-
- private:
-  char* m_text = nullptr;
-  ITracer* m_tracer = nullptr;
-};
 
 // The stream over an open record, which outlives it. No insertion throws: one that fails writes
 // nothing and goes on.
@@ -113,44 +91,6 @@ class TraceStream {
   std::uint32_t m_width = 0;
   char m_fill = 0x20;
 };
-
-// A null text of either kind is "(null)".
-TraceStream& operator<<(TraceStream& stream, const char* text) noexcept;
-TraceStream& operator<<(TraceStream& stream, std::string_view text) noexcept;
-TraceStream& operator<<(TraceStream& stream, const String8& text) noexcept;
-TraceStream& operator<<(TraceStream& stream, const char16_t* text) noexcept;
-TraceStream& operator<<(TraceStream& stream, std::u16string_view text) noexcept;
-TraceStream& operator<<(TraceStream& stream, const String16& text) noexcept;
-// In the base that the flags name: 16, 8, else 10.
-TraceStream& operator<<(TraceStream& stream, std::uint16_t value) noexcept;
-TraceStream& operator<<(TraceStream& stream, std::uint32_t value) noexcept;
-TraceStream& operator<<(TraceStream& stream, std::uint64_t value) noexcept;
-// "0x" and eight lower-case digits.
-TraceStream& operator<<(TraceStream& stream, ResultCodeText code) noexcept;
-TraceStream& operator<<(TraceStream& stream, const Formatted<std::int16_t>& value) noexcept;
-TraceStream& operator<<(TraceStream& stream, const Formatted<std::uint16_t>& value) noexcept;
-TraceStream& operator<<(TraceStream& stream, const Formatted<std::int32_t>& value) noexcept;
-TraceStream& operator<<(TraceStream& stream, const Formatted<std::uint32_t>& value) noexcept;
-TraceStream& operator<<(TraceStream& stream, const Formatted<std::int64_t>& value) noexcept;
-TraceStream& operator<<(TraceStream& stream, const Formatted<std::uint64_t>& value) noexcept;
-TraceStream& operator<<(TraceStream& stream, const Formatted<const char*>& text) noexcept;
-TraceStream& operator<<(TraceStream& stream, const Formatted<const char16_t*>& text) noexcept;
-// The display chain: the exception and its causes, joined by ";". A link whose text can't be made
-// is "<Exception display text conversion error>".
-TraceStream& operator<<(TraceStream& stream, const Exception& exception) noexcept;
-
-// Inserts "[ ", the elements joined by ",", and " ]".
-template <typename Range>
-TraceStream& InsertList(TraceStream& stream, const Range& elements) {
-  stream << "[ ";
-  bool first = true;
-  for (const auto& element : elements) {
-    if (!first) stream << ",";
-    first = false;
-    stream << element;
-  }
-  return stream << " ]";
-}
 
 }  // namespace oru
 

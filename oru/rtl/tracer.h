@@ -3,22 +3,14 @@
 #define ORU_RTL_TRACER_H_
 
 #include <cstdint>
-#include <string_view>
 
 #include "oru/rtl/object.h"
+#include "oru/rtl/result_code.h"
 
 namespace oru {
 
-// The two levels that the tool writes at. Lower is more severe; a record is kept when its level is
-// at most the tracer's maximum.
-inline constexpr std::uint32_t kTraceLevelError = 300;
-inline constexpr std::uint32_t kTraceLevelInfo = 700;
-
 // Bytes of a record's text area when it is opened.
 inline constexpr std::uint32_t InitialCapacity = 512;
-
-// "INF" for 700 and so on for each hundred up to 1000; "???" for a number that isn't a level.
-[[nodiscard]] std::string_view LevelName(std::uint32_t level) noexcept;
 
 class ITracer : public IObject {
  public:

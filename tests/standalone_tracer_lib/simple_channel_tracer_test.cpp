@@ -12,7 +12,7 @@
 #include "oru/rtl/object_impl.h"
 #include "oru/rtl/object_ptr.h"
 #include "oru/rtl/result_code.h"
-#include "oru/rtl/trace_stream.h"
+#include "oru/rtl/trace_inserters.h"
 #include "oru/rtl/tracer.h"
 #include "oru/system/datetime/datetime.h"
 #include "tests/standalone_tracer_lib/recording_channel.h"

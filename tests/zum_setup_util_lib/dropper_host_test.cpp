@@ -15,7 +15,7 @@
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "winapi/host/control.h"
-#include "zum_setup_util_lib/drop_files.h"
+#include "zum_setup_util_lib/drop_files_stage.h"
 #include "zum_setup_util_lib/dropper.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 

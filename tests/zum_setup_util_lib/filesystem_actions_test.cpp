@@ -6,7 +6,6 @@
 #include <set>
 #include <string>
 
-#include "platform/util/windows/system_error.h"
 #include "tests/support/directory_tree.h"
 #include "tests/zum_setup_util_lib/action_failure.h"
 #include "tests/zum_setup_util_lib/directory_link.h"
@@ -228,57 +227,6 @@ TEST(CopyDirectoryT, ExistingTargetFails) {
   ExpectFailure(kAlreadyExists,
                 [&] { actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to")); });
   EXPECT_TRUE(tree.Names(u"to").empty());
-}
-
-TEST(CreateSecureDirectory, MakesADirectoryOfTheProcess) {
-  const InstalledTracer tracer;
-  const DirectoryTree tree;
-  actions::CreateSecureDirectory(tree.Windows(u"drop"));
-  ASSERT_TRUE(std::filesystem::is_directory(tree.File(u"drop")));
-  tree.Write(u"drop/a", "mine");
-  EXPECT_EQ(tree.Read(u"drop/a"), "mine");
-  EXPECT_EQ(tracer.Records(),
-            (tests::TraceRecords{
-                {700, "setup\t[correct_setup::FileSystemActions::CreateSecureDirectory] dir = " +
-                          Narrow(tree.Windows(u"drop"))}}));
-}
-
-TEST(CreateSecureDirectory, EmptyPathFails) {
-  const InstalledTracer tracer;
-  ExpectFailure(
-      kInvalidArgument, [] { actions::CreateSecureDirectory(u""); }, u"directory path is empty");
-  EXPECT_EQ(tracer.Records(),
-            (tests::TraceRecords{
-                {700, "setup\t[correct_setup::FileSystemActions::CreateSecureDirectory] dir = "}}));
-}
-
-void ExpectCreationFailure(const std::u16string& path, std::uint32_t error, std::uint32_t code) {
-  try {
-    actions::CreateSecureDirectory(path);
-    FAIL() << "it returned";
-  } catch (const windows_helpers::WindowsErrorException& exception) {
-    EXPECT_EQ(exception.systemError, error);
-    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), code);
-    EXPECT_TRUE(exception.Message().view().ends_with(
-        u". Expression: 'CreateDirectoryW(directory.c_str(), &securityAttributes)'"))
-        << Narrow(std::u16string(exception.Message().view()));
-    EXPECT_STREQ(exception.File(), kSourceFile);
-    EXPECT_GT(exception.Line(), 0u);
-  }
-}
-
-TEST(CreateSecureDirectory, NeverAdoptsADirectory) {
-  const DirectoryTree tree;
-  tree.MakeDirectory(u"drop");
-  tree.Write(u"drop/a");
-  ExpectCreationFailure(tree.Windows(u"drop"), 183, kAlreadyExists);
-  EXPECT_TRUE(tree.Has(u"drop/a"));
-}
-
-TEST(CreateSecureDirectory, MakesNoParents) {
-  const DirectoryTree tree;
-  ExpectCreationFailure(tree.Windows(u"a/b"), 3, kPathNotFound);
-  EXPECT_FALSE(tree.Has(u"a"));
 }
 
 }  // namespace

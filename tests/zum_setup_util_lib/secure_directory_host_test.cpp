@@ -17,6 +17,7 @@
 #include "winapi/host/control.h"
 #include "winapi/security.h"
 #include "zum_setup_util_lib/filesystem_actions.h"
+#include "zum_setup_util_lib/secure_directory.h"
 
 namespace actions = correct_setup::FileSystemActions;
 namespace host = winapi::host;

@@ -8,6 +8,7 @@
 
 namespace winapi {
 
+static_assert(kMaxPath == MAX_PATH);
 static_assert(kFileAttributeReadOnly == FILE_ATTRIBUTE_READONLY);
 static_assert(kFileAttributeDirectory == FILE_ATTRIBUTE_DIRECTORY);
 static_assert(kFileAttributeArchive == FILE_ATTRIBUTE_ARCHIVE);

@@ -8,10 +8,8 @@ namespace winapi {
 
 static_assert(kKeyQueryValue == KEY_QUERY_VALUE);
 static_assert(kKeySetValue == KEY_SET_VALUE);
-static_assert(kKeyCreateSubKey == KEY_CREATE_SUB_KEY);
 static_assert(kKeyEnumerateSubKeys == KEY_ENUMERATE_SUB_KEYS);
 static_assert(kKeyWow6464Key == KEY_WOW64_64KEY);
-static_assert(kKeyWow6432Key == KEY_WOW64_32KEY);
 static_assert(kKeyRead == KEY_READ);
 static_assert(kKeyWrite == KEY_WRITE);
 
@@ -21,7 +19,6 @@ static_assert(kRegExpandSz == REG_EXPAND_SZ);
 static_assert(kRegBinary == REG_BINARY);
 static_assert(kRegDword == REG_DWORD);
 static_assert(kRegMultiSz == REG_MULTI_SZ);
-static_assert(kRegQword == REG_QWORD);
 
 static_assert(sizeof(LSTATUS) == sizeof(Error));
 

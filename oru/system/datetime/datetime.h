@@ -7,7 +7,7 @@
 #include <compare>
 #include <cstdint>
 
-#include "oru/rtl/exception.h"
+#include "oru/system/datetime/time_system_error.h"
 #include "winapi/time.h"
 
 namespace oru::datetime {
@@ -23,13 +23,10 @@ struct DateTime {
 inline constexpr std::uint64_t kTicksPerMillisecond = 10'000;
 inline constexpr std::uint64_t kTicksPerMinute = 600'000'000;
 
-// A time that the system can't convert, or a time zone that it can't give. Copied and rethrown by
-// the operations of its base, it becomes a SystemException.
-class TimeSystemError : public SystemException {
- public:
-  TimeSystemError() noexcept = default;
-  [[nodiscard]] const char* what() const noexcept override;
-};
+// Unsigned, so that a negative number of minutes wraps and adding it goes back.
+[[nodiscard]] constexpr std::uint64_t TicksOfMinutes(std::int64_t minutes) noexcept {
+  return static_cast<std::uint64_t>(minutes) * kTicksPerMinute;
+}
 
 // The clock.
 [[nodiscard]] DateTime Now() noexcept;

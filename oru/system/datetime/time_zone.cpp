@@ -1,9 +1,16 @@
 #include "oru/system/datetime/time_zone.h"
 
 #include "oru/rtl/check.h"
+#include "oru/system/datetime/file_time.h"
+#include "oru/system/datetime/time_system_error.h"
+#include "oru/system/datetime/windows/year_function.h"
+#include "winapi/errors.h"
 
 namespace oru::datetime {
 namespace {
+
+// A stated position; see ThrowTimeSystemError.
+constexpr std::uint32_t kUnknownZoneLine = 245;
 
 constexpr unsigned kDaysOfWeek = 7;
 constexpr unsigned kLastWeek = 5;  // a rule's week from which on the last one of the month is meant
@@ -30,7 +37,58 @@ void MoveForward(winapi::SystemTime& time, unsigned days) noexcept {
   time.wDay = static_cast<std::uint16_t>(time.wDay + days);
 }
 
+bool HasDaylightRule(const winapi::TimeZoneInformation& record) noexcept {
+  return record.DaylightDate.wMonth != 0 && record.StandardDate.wMonth != 0;
+}
+
+// The last way: how far the local clock is from UTC at this moment.
+std::int32_t GetCurrentOffset(winapi::TimeZoneInformation& record) noexcept {
+  const DateTime utc = Now();
+  const winapi::FileTime utcTime = detail::ToFileTime(utc);
+  winapi::FileTime localTime{};
+  if (winapi::FileTimeToLocalFileTime(&utcTime, &localTime) == 0) return kZoneUnknown;
+  const auto ahead = static_cast<std::int64_t>(utc.ticks - detail::FromFileTime(localTime).ticks);
+  record.Bias = static_cast<std::int32_t>(ahead / static_cast<std::int64_t>(kTicksPerMinute));
+  return kZoneWithoutDaylight;
+}
+
 }  // namespace
+
+std::int64_t GetTimeZoneBias(DateTime time, std::uint16_t year, bool isUtc, bool& useDaylight) {
+  winapi::TimeZoneInformation record{};
+  const std::int32_t id = GetYearTimeZone(year, record);
+  const std::int64_t bias = record.Bias;
+  if (id == kZoneWithoutDaylight) {
+    useDaylight = false;
+    return bias;
+  }
+  if (id != kZoneWithStandard && id != kZoneWithDaylight) {
+    const winapi::Error error = winapi::GetLastError();
+    useDaylight = false;
+    detail::ThrowTimeSystemError(u"Cannot get timezone information", error, kUnknownZoneLine);
+  }
+  if (!useDaylight) return bias;
+
+  DateTime standard = TransitionOfYear(year, record.StandardDate);
+  DateTime daylight = TransitionOfYear(year, record.DaylightDate);
+  if (isUtc) {
+    // Each transition is read on the clock that runs until then.
+    standard.ticks += TicksOfMinutes(bias + record.DaylightBias);
+    daylight.ticks += TicksOfMinutes(bias + record.StandardBias);
+  }
+  useDaylight = IsInDaylightSpan(time, daylight, standard);
+  return bias + (useDaylight ? record.DaylightBias : record.StandardBias);
+}
+
+std::int32_t GetYearTimeZone(std::uint16_t year, winapi::TimeZoneInformation& record) noexcept {
+  const auto function = detail::YearFunction();
+  if (function != nullptr && function(year, /*dynamicZone=*/nullptr, &record) != 0) {
+    return HasDaylightRule(record) ? kZoneWithDaylight : kZoneWithoutDaylight;
+  }
+  const winapi::Dword id = winapi::GetTimeZoneInformation(&record);
+  if (id != winapi::kTimeZoneIdInvalid) return static_cast<std::int32_t>(id);
+  return GetCurrentOffset(record);
+}
 
 DateTime TransitionOfYear(std::uint16_t year, const winapi::SystemTime& rule) {
   winapi::SystemTime date{};

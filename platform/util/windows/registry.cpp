@@ -1,6 +1,7 @@
 #include "platform/util/windows/registry.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 #include "oru/rtl/check.h"

@@ -7,7 +7,6 @@
 #ifndef PLATFORM_UTIL_WINDOWS_REGISTRY_H_
 #define PLATFORM_UTIL_WINDOWS_REGISTRY_H_
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -16,9 +15,6 @@
 #include "winapi/registry.h"
 
 namespace windows_helpers {
-
-// The largest size of a value, in characters.
-inline constexpr std::uint32_t MaxSize = 0x7FFFFFFF;
 
 // Opens `path` below `hive` with the rights of `access`. `newKey` must be empty, which is checked,
 // and stays so on failure.

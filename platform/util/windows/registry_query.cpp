@@ -4,7 +4,6 @@
 #include <exception>
 
 #include "oru/rtl/check.h"
-#include "platform/util/windows/registry.h"
 #include "winapi/errors.h"
 #include "winapi/registry.h"
 
@@ -14,7 +13,7 @@ namespace {
 constexpr std::uint32_t kLocalCapacity = 64;
 constexpr std::uint32_t kDoublingPass = 5;
 constexpr std::uint32_t OverallInterationsLimit = 69;
-constexpr std::uint32_t kMaxSizeHalved = 0x3FFFFFFF;
+constexpr std::uint32_t kMaxSizeHalved = MaxSize / 2;
 
 // One read: where it went, and what the system said.
 struct Reading {

@@ -11,6 +11,9 @@
 
 namespace windows_helpers {
 
+// The largest size of a value, in characters.
+inline constexpr std::uint32_t MaxSize = 0x7FFFFFFF;
+
 // 16-bit characters as the registry gave them. Its storage isn't filled before it is read into, so
 // a large capacity costs nothing until it is used. Sizes are 32-bit counts of characters.
 class CharacterArray {

@@ -32,8 +32,6 @@ struct WindowsErrorException
   WindowsErrorException(winapi::Dword status, const char* expression);
   WindowsErrorException(const WindowsErrorException&) = default;
   WindowsErrorException(WindowsErrorException&&) noexcept = default;
-  WindowsErrorException& operator=(const WindowsErrorException&) = default;
-  WindowsErrorException& operator=(WindowsErrorException&&) noexcept = default;
   ~WindowsErrorException() override;
 
   std::uint32_t systemError;  // the status as it was passed

@@ -12,8 +12,8 @@
 namespace windows_helpers {
 namespace {
 
-// MAX_PATH: the system directory is never longer, and neither is a path that LoadLibraryW takes.
-constexpr winapi::Dword kPathCapacity = 260;
+// The system directory is never longer, and neither is a path that LoadLibraryW takes.
+constexpr winapi::Dword kPathCapacity = winapi::kMaxPath;
 
 // Writes the full path of `fileName` in the system directory.
 winapi::Error ComposePath(std::u16string_view fileName, char16_t (&path)[kPathCapacity]) noexcept {

@@ -16,6 +16,7 @@
 
 #include "oru/rtl/exception.h"
 #include "oru/rtl/exception_guard.h"
+#include "oru/rtl/exception_text.h"
 #include "oru/rtl/trace.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/recording_tracer.h"
@@ -145,24 +146,6 @@ TEST(ExceptionFaults, RethrowingThrowsTheCopyOrOutOfMemory) {
     }
     return links;
   });
-}
-
-TEST(ExceptionFaults, AFailedAssignmentLeavesTheTarget) {
-  const std::unique_ptr<oru::Exception> chain = MakeChain(3);
-  const std::size_t live = host::Live().heapBlocks;
-  (void)SweepAll([&] {
-    oru::Exception target;
-    target.SetLine(99);
-    try {
-      target = *chain;
-      EXPECT_EQ(CountLinks(target), 3);
-      EXPECT_EQ(target.Line(), 1u);
-    } catch (const std::bad_alloc&) {
-      EXPECT_EQ(target.Line(), 99u);
-      EXPECT_EQ(target.Inner(), nullptr);
-    }
-  });
-  EXPECT_EQ(host::Live().heapBlocks, live);
 }
 
 TEST(ExceptionFaults, NamesTakeNoMemory) {

@@ -1,3 +1,5 @@
+#include "oru/rtl/exception_text.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>

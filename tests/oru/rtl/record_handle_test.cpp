@@ -1,8 +1,9 @@
+#include "oru/rtl/record_handle.h"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 
-#include "oru/rtl/trace_stream.h"
 #include "tests/support/checks.h"
 #include "tests/support/recording_tracer.h"
 #include "winapi/errors.h"

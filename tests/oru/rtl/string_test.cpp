@@ -221,7 +221,7 @@ TYPED_TEST(StringTest, AssignsItselfWithItsTerminatorAcrossAGrowth) {
   string.assign(string.data(), 21);  // one more than the capacity
   ASSERT_EQ(string.size(), 21u);
   EXPECT_EQ(string.back(), TypeParam{0});
-  string.pop_back();
+  string.resize(20);
   EXPECT_TRUE(Holds(string, "0123456789abcdefghij"));
 }
 
@@ -335,13 +335,11 @@ TYPED_TEST(StringTest, ResizeCutsAndFills) {
   EXPECT_TRUE(Holds(string, "abcxxxxxxxxxxxxxxxxx"));
   string.resize(22);
   EXPECT_EQ(string.size(), 22u);
-  EXPECT_EQ(string[21], TypeParam{0});
+  EXPECT_EQ(string.back(), TypeParam{0});
 }
 
-TYPED_TEST(StringTest, ClearAndPopBackKeepTheCapacity) {
+TYPED_TEST(StringTest, ClearKeepsTheCapacity) {
   auto string = this->Make("0123456789abcdefghij");
-  string.pop_back();
-  EXPECT_TRUE(Holds(string, "0123456789abcdefghi"));
   string.clear();
   EXPECT_TRUE(Holds(string, ""));
   EXPECT_EQ(string.capacity(), 20u);
@@ -382,15 +380,15 @@ TYPED_TEST(StringTest, OverwriteGivesPlaceForAllOfTheText) {
   EXPECT_TRUE(Holds(string, std::string(40, 'm')));
 }
 
-TYPED_TEST(StringTest, SwapExchangesAllFourKinds) {
+TYPED_TEST(StringTest, MoveAssignmentPutsEitherKindInPlaceOfEither) {
   const char* const texts[] = {"short", "a text that needs a block of its own"};
   for (const char* a : texts) {
     for (const char* b : texts) {
       auto first = this->Make(a);
       auto second = this->Make(b);
-      first.swap(second);
+      first = std::move(second);
       EXPECT_TRUE(Holds(first, b));
-      EXPECT_TRUE(Holds(second, a));
+      EXPECT_TRUE(Holds(second, ""));
     }
   }
 }

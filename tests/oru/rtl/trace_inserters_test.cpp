@@ -1,3 +1,5 @@
+#include "oru/rtl/trace_inserters.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -7,7 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "oru/rtl/trace_stream.h"
 #include "tests/support/recording_tracer.h"
 
 namespace {

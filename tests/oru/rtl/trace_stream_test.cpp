@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "oru/rtl/trace_inserters.h"
 #include "tests/support/checks.h"
 #include "tests/support/recording_tracer.h"
 #include "winapi/errors.h"

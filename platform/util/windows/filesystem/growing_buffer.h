@@ -8,18 +8,19 @@
 
 #include "oru/rtl/result_code.h"
 #include "platform/util/windows/filesystem/failure.h"
+#include "winapi/files.h"
 #include "winapi/types.h"
 
 namespace product_platform::filesystem {
 
-// Calls `function(size, buffer)`, sizes in characters, with 260 and then with what it asked for,
-// five times at the most. A return of 0 gives the last error's failure, one that isn't above
+// Calls `function(size, buffer)`, sizes in characters, with kMaxPath and then with what it asked
+// for, five times at the most. A return of 0 gives the last error's failure, one that isn't above
 // the size is the text's length. A function that asks for more each time ends in a success with an
 // empty `result`. Running out of memory gives errOutOfMemory. `result` is empty on failure.
 template <typename Function>
 [[nodiscard]] oru::ResultCode CallWithGrowingBuffer(std::u16string& result, Function&& function) {
   result.clear();
-  winapi::Dword size = 260;
+  winapi::Dword size = winapi::kMaxPath;
   for (int attempt = 0; attempt < 5; ++attempt) {
     std::u16string buffer;
     try {

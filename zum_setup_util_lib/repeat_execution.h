@@ -1,21 +1,15 @@
-// Helpers that the stages share.
-#ifndef ZUM_SETUP_UTIL_LIB_HELPERS_H_
-#define ZUM_SETUP_UTIL_LIB_HELPERS_H_
+// Running an action again when it fails: other processes hold a file or a key for a moment only.
+#ifndef ZUM_SETUP_UTIL_LIB_REPEAT_EXECUTION_H_
+#define ZUM_SETUP_UTIL_LIB_REPEAT_EXECUTION_H_
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <type_traits>
 
-#include "oru/rtl/result_code.h"
-
 namespace correct_setup::helpers {
 
 using Milliseconds = std::chrono::duration<std::int64_t, std::milli>;
-
-// For use inside a handler: traces the exception that is being handled at level 300 under `prefix`,
-// with the process's tracer, and gives its result code. Without a tracer there is no trace.
-[[nodiscard]] oru::ResultCode TraceCaughtException(const char* prefix) noexcept;
 
 namespace detail {
 
@@ -41,4 +35,4 @@ void TryExecuteWithRepeat(Action&& action, std::uint16_t repeatCount, const Mill
 
 }  // namespace correct_setup::helpers
 
-#endif  // ZUM_SETUP_UTIL_LIB_HELPERS_H_
+#endif  // ZUM_SETUP_UTIL_LIB_REPEAT_EXECUTION_H_

@@ -1,27 +1,18 @@
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/repeat_execution.h"
 
 #include <algorithm>
 #include <exception>
 
-#include "oru/rtl/exception_guard.h"
 #include "oru/rtl/trace.h"
 #include "winapi/time.h"
 #include "winapi/types.h"
+#include "zum_setup_util_lib/caught_exception.h"
 
 namespace correct_setup::helpers {
 namespace {
 
 // The longest sleep of one call: the next number up means for ever.
 constexpr std::int64_t kLongestSleep = winapi::kInfinite - 1;
-
-// The process's tracer, or null where even that can't be made: tracing never changes an outcome.
-oru::ITracer* ProcessTracer() noexcept {
-  try {
-    return GetTracer();
-  } catch (...) {
-    return nullptr;
-  }
-}
 
 void SleepFor(const Milliseconds& delay) noexcept {
   for (std::int64_t left = delay.count(); left > 0;) {
@@ -47,10 +38,6 @@ bool RunOnce(void (*run)(void* action), void* action, std::uint16_t repeatCount,
 }
 
 }  // namespace
-
-oru::ResultCode TraceCaughtException(const char* prefix) noexcept {
-  return oru::ExceptionGuard(ProcessTracer(), oru::kTraceLevelError, prefix);
-}
 
 namespace detail {
 

@@ -1,7 +1,7 @@
 // An installer operation that has passed all checks, and how it is written as the installer's
 // command line. CreateCommandMsi of commands_msi.h makes the objects.
-#ifndef ZUM_SETUP_UTIL_LIB_COMMAND_MSI_H_
-#define ZUM_SETUP_UTIL_LIB_COMMAND_MSI_H_
+#ifndef ZUM_SETUP_UTIL_LIB_ICOMMAND_MSI_H_
+#define ZUM_SETUP_UTIL_LIB_ICOMMAND_MSI_H_
 
 #include <string>
 
@@ -24,4 +24,4 @@ class ICommandMsi {
 
 }  // namespace correct_setup
 
-#endif  // ZUM_SETUP_UTIL_LIB_COMMAND_MSI_H_
+#endif  // ZUM_SETUP_UTIL_LIB_ICOMMAND_MSI_H_

@@ -1,12 +1,12 @@
 // The pipeline's step that moves the command onto a private copy of its package. This is the stage;
 // dropper.h has the operations of which it is made.
-#ifndef ZUM_SETUP_UTIL_LIB_DROP_FILES_H_
-#define ZUM_SETUP_UTIL_LIB_DROP_FILES_H_
+#ifndef ZUM_SETUP_UTIL_LIB_DROP_FILES_STAGE_H_
+#define ZUM_SETUP_UTIL_LIB_DROP_FILES_STAGE_H_
 
 #include <memory>
 
-#include "zum_setup_util_lib/command_msi.h"
 #include "zum_setup_util_lib/dropper.h"
+#include "zum_setup_util_lib/icommand_msi.h"
 
 namespace correct_setup::detail {
 
@@ -19,4 +19,4 @@ namespace correct_setup::detail {
 
 }  // namespace correct_setup::detail
 
-#endif  // ZUM_SETUP_UTIL_LIB_DROP_FILES_H_
+#endif  // ZUM_SETUP_UTIL_LIB_DROP_FILES_STAGE_H_

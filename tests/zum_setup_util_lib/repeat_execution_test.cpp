@@ -1,11 +1,10 @@
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/repeat_execution.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -15,7 +14,6 @@
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 
 using correct_setup::helpers::Milliseconds;
-using correct_setup::helpers::TraceCaughtException;
 using correct_setup::helpers::TryExecuteWithRepeat;
 using tests::InstalledTracer;
 using tests::RecordingTracer;
@@ -200,16 +198,6 @@ TEST(TryExecuteWithRepeat, TakesAFunctionAndATemporary) {
   int runs = 0;
   TryExecuteWithRepeat([&runs] { ++runs; }, 1, Milliseconds(0));
   EXPECT_EQ(runs, 1);
-}
-
-TEST(TraceCaughtException, GivesTheCodeAndTracesAtLevel300) {
-  const InstalledTracer tracer;
-  try {
-    throw std::bad_alloc();
-  } catch (const std::exception&) {
-    EXPECT_EQ(TraceCaughtException("x\t[f] "), oru::errOutOfMemory);
-  }
-  EXPECT_EQ(tracer.Records(), (Records{{300, "x\t[f] bad allocation"}}));
 }
 
 }  // namespace

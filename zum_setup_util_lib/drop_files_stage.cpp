@@ -1,4 +1,4 @@
-#include "zum_setup_util_lib/drop_files.h"
+#include "zum_setup_util_lib/drop_files_stage.h"
 
 #include <exception>
 #include <string>

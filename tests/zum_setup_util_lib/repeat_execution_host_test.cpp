@@ -5,11 +5,10 @@
 #include <stdexcept>
 
 #include "winapi/host/control.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/repeat_execution.h"
 
 namespace host = winapi::host;
 using correct_setup::helpers::Milliseconds;
-using correct_setup::helpers::TraceCaughtException;
 using correct_setup::helpers::TryExecuteWithRepeat;
 
 namespace {
@@ -81,20 +80,6 @@ TEST_F(RepeatDelays, ExceptionIsGoneBeforeTheSleep) {
       1, Milliseconds(100));
   EXPECT_EQ(sleepsAtDeath, before);
   EXPECT_EQ(host::Sleeps().size(), before + 1);
-}
-
-// The process's tracer is made at its first use, which finds no memory here.
-TEST(TraceCaughtExceptionOnHost, GivesTheCodeWhereNoTracerCanBeMade) {
-  host::FailCall("HeapAlloc", 1, 0, host::Repeat::kForever);
-  oru::ResultCode code = oru::sOk;
-  try {
-    throw std::runtime_error("cause");
-  } catch (const std::exception&) {
-    code = TraceCaughtException("x\t[f] ");
-  }
-  EXPECT_GE(host::InjectedFaultCount(), 1u);
-  host::ClearFaults();
-  EXPECT_EQ(code, oru::errUnknownException);
 }
 
 }  // namespace
