@@ -109,7 +109,8 @@ void RequirePath(const std::u16string& path, std::uint32_t line, const char16_t*
 }
 
 // What each constructor demands of its fields, in the order that its failures have. `guid` is null
-// where the operation names no product; `line` and `prefix` are the constructor's own, for the path.
+// where the operation names no product; `line` and `prefix` are the constructor's own, for the
+// path.
 void CheckFields(const Arguments& arguments, const std::u16string* guid, const std::u16string& path,
                  std::uint32_t line, const char16_t* prefix) {
   CheckArguments(arguments.begin(), arguments.end());
