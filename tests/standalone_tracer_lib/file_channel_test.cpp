@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 #include "oru/rtl/exception.h"
 #include "oru/rtl/object_impl.h"
@@ -114,11 +113,6 @@ TEST(FileChannelTest, AnswersItsTwoInterfaceNumbers) {
     EXPECT_EQ(channel->QueryInterface(number, &out), oru::MakeResultCode(0x80000001)) << number;
     EXPECT_EQ(out, nullptr) << number;
   }
-}
-
-TEST(FileChannelTest, CantBeCopied) {
-  EXPECT_FALSE(std::is_copy_constructible_v<FileChannel>);
-  EXPECT_FALSE(std::is_copy_assignable_v<FileChannel>);
 }
 
 }  // namespace

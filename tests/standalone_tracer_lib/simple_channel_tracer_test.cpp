@@ -6,7 +6,6 @@
 #include <cstring>
 #include <new>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include "oru/rtl/object_impl.h"
@@ -190,7 +189,6 @@ TEST(SimpleChannelTracerTest, IgnoresWhatTheChannelAnswers) {
   EXPECT_EQ(fixture.Written().size(), 1u);
 }
 
-// That the memory is freed all the same is seen by the leak checker of the build with sanitizers.
 TEST(SimpleChannelTracerTest, WhatTheChannelThrowsPasses) {
   const Fixture fixture;
   fixture.channel->answer = []() -> oru::ResultCode { throw std::bad_alloc(); };
@@ -256,7 +254,7 @@ TEST(SimpleChannelTracerTest, HoldsItsChannelAndLetsGoOfIt) {
   EXPECT_EQ(channel->Release(), 1u);
 }
 
-TEST(SimpleChannelTracerTest, MissingChannelIsReportedAndTheRecordFreed) {
+TEST(SimpleChannelTracerTest, MissingChannelIsReportedAtTheCommitToo) {
   const auto tracer = oru::CreateObject<SimpleChannelTracer>(nullptr, 700u);
   EXPECT_EQ(tests::CountReported("m_p"), 1u);
   char* text = nullptr;
@@ -283,11 +281,6 @@ TEST(SimpleChannelTracerTest, AnswersNoOtherNumber) {
         << number;
     EXPECT_EQ(out, nullptr) << number;
   }
-}
-
-TEST(SimpleChannelTracerTest, CantBeCopied) {
-  EXPECT_FALSE(std::is_copy_constructible_v<SimpleChannelTracer>);
-  EXPECT_FALSE(std::is_copy_assignable_v<SimpleChannelTracer>);
 }
 
 }  // namespace

@@ -25,6 +25,7 @@
 #include "tests/standalone_tracer_lib/recording_channel.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/checks.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/host/control.h"
 
@@ -163,17 +164,15 @@ TEST(TraceFileTest, RecordsTimeIsThatOfTheCommit) {
   EXPECT_EQ(channel->written[0].record.threadId, 0x1A2Cu);
 }
 
-TEST(TraceFileTest, FullDiskIsToldNowhere) {
+// Of the channel itself: the tracer above it doesn't look at the answer.
+TEST(TraceFileTest, WriteToAFullDiskIsASuccess) {
   SetExample();
-  host::ClearFaults();
-  Tracer tracer = CreateFileTracer(u"Z:\\dev\\full", "x", kSettings);
-  ASSERT_FALSE(WritesNothing(tracer));
-  for (int i = 0; i < 100; ++i) {
-    char* area = nullptr;
-    ASSERT_EQ(tracer->ReserveRecord(700, &area, 4096), oru::sOk) << i;
-    EXPECT_EQ(tracer->CommitRecord(area, 4096), oru::sOk) << i;
-  }
-  tracer = {};
+  const auto channel = oru::CreateObject<FileChannel>(u"Z:\\dev\\full", "x");
+  const std::string text(4096, 'y');
+  oru::tracer::TraceRecord record{};
+  record.textBegin = text.data();
+  record.textEnd = text.data() + text.size();
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(channel->WriteRecord(&record), oru::sOk) << i;
 }
 
 TEST(TraceFileTest, RefusedOpeningGivesATracerThatWritesNothing) {
@@ -329,6 +328,53 @@ TEST(TraceFileTest, EachAllocationOfTheFooterMayFail) {
     }
     EXPECT_EQ(bytes, kHeader) << nth;
   }
+}
+
+// Takes records and keeps nothing of them.
+class AnsweringChannel : public oru::inherit_ifaces<oru::tracer::IChannel>,
+                         private oru::ObjectModuleAutoLockTyped<AnsweringChannel>,
+                         private oru::NonCopyable {
+ public:
+  oru::ResultCode WriteRecord(const oru::tracer::TraceRecord*) override { return answer(); }
+
+  oru::ResultCode (*answer)() = [] { return oru::sOk; };
+
+ protected:
+  ~AnsweringChannel() = default;
+};
+
+void CommitOne(detail::SimpleChannelTracer& tracer) {
+  char* text = nullptr;
+  ASSERT_EQ(tracer.ReserveRecord(700, &text, 512), oru::sOk);
+  ASSERT_EQ(tracer.ReserveRecord(700, &text, 5000), oru::sOk);
+  try {
+    EXPECT_EQ(tracer.CommitRecord(text, 5000), oru::sOk);
+  } catch (const std::bad_alloc&) {
+    // The channel's.
+  }
+}
+
+TEST(TraceFileTest, RecordsMemoryIsFreedWhateverTheChannelDoes) {
+  using Answer = oru::ResultCode (*)();
+  const auto channel = oru::CreateObject<AnsweringChannel>();
+  const auto tracer = oru::CreateObject<detail::SimpleChannelTracer>(channel.Get(), 700u);
+  for (const Answer answer :
+       {Answer([] { return oru::sOk; }), Answer([] { return oru::errUnexpected; }),
+        Answer([]() -> oru::ResultCode { throw std::bad_alloc(); })}) {
+    channel->answer = answer;
+    const std::ptrdiff_t blocks = tests::LiveBlocks();
+    CommitOne(*tracer.Get());
+    EXPECT_EQ(tests::LiveBlocks(), blocks);
+  }
+}
+
+TEST(TraceFileOwnProcess, RecordsMemoryIsFreedWithoutAChannel) {
+  const auto tracer = oru::CreateObject<detail::SimpleChannelTracer>(nullptr, 700u);
+  CommitOne(*tracer.Get());  // reports at its first time, which may allocate
+  EXPECT_EQ(tests::CountReported("m_p"), 2u);
+  const std::ptrdiff_t blocks = tests::LiveBlocks();
+  CommitOne(*tracer.Get());
+  EXPECT_EQ(tests::LiveBlocks(), blocks);
 }
 
 TEST(TraceFileTest, FailedGrowthLeavesTheRecordAlone) {

@@ -1,23 +1,43 @@
 #include "tests/support/allocation_faults.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
-// The linker sends the program's malloc and realloc to the __wrap_ functions (--wrap), and __real_
-// to the C library's, or to the sanitizer's in its place.
+// The linker sends the program's malloc, realloc and free to the __wrap_ functions (--wrap), and
+// __real_ to the C library's, or to the sanitizer's in its place.
 extern "C" {
 void* __real_malloc(std::size_t size) noexcept;
 void* __real_realloc(void* pointer, std::size_t size) noexcept;
+void __real_free(void* pointer) noexcept;
 void* __wrap_malloc(std::size_t size) noexcept;
 void* __wrap_realloc(void* pointer, std::size_t size) noexcept;
+void __wrap_free(void* pointer) noexcept;
 }
 
+namespace {
+
+constinit std::atomic<std::ptrdiff_t> liveBlocks{0};
+
+void* Counted(void* block) noexcept {
+  if (block != nullptr) ++liveBlocks;
+  return block;
+}
+
+}  // namespace
+
 void* __wrap_malloc(std::size_t size) noexcept {
-  return winapi::host::ShouldFailAllocation() ? nullptr : __real_malloc(size);
+  return winapi::host::ShouldFailAllocation() ? nullptr : Counted(__real_malloc(size));
 }
 
 void* __wrap_realloc(void* pointer, std::size_t size) noexcept {
+  if (pointer == nullptr) return __wrap_malloc(size);
   return winapi::host::ShouldFailAllocation() ? nullptr : __real_realloc(pointer, size);
+}
+
+void __wrap_free(void* pointer) noexcept {
+  if (pointer != nullptr) --liveBlocks;
+  __real_free(pointer);
 }
 
 namespace {
@@ -27,7 +47,7 @@ void* Allocate(std::size_t size) noexcept { return __wrap_malloc(size == 0 ? 1 :
 void* AllocateAligned(std::size_t size, std::align_val_t alignment) noexcept {
   if (winapi::host::ShouldFailAllocation()) return nullptr;
   const auto unit = static_cast<std::size_t>(alignment);
-  return std::aligned_alloc(unit, (size + unit - 1) / unit * unit);
+  return Counted(std::aligned_alloc(unit, (size + unit - 1) / unit * unit));
 }
 
 void* OrThrow(void* memory) {
@@ -73,6 +93,8 @@ void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) no
 }
 
 namespace tests {
+
+std::ptrdiff_t LiveBlocks() noexcept { return liveBlocks; }
 
 std::size_t SweepAllocations(const std::function<void(std::size_t nth)>& run,
                              winapi::host::Repeat repeat) {

@@ -1,7 +1,7 @@
-// Allocations that fail, in native test programs that link zum_test_allocation_faults: the
-// program's operator new, malloc and realloc then ask winapi::host::ShouldFailAllocation before
-// each allocation. Those made inside the seam are left alone; those of the C++ library count, since
-// it calls the program's operator new.
+// Allocations that fail, and blocks that are live, in native test programs that link
+// zum_test_allocation_faults: the program's operator new, malloc and realloc then ask
+// winapi::host::ShouldFailAllocation before each allocation. Those made inside the seam are left
+// alone; those of the C++ library count, since it calls the program's operator new.
 #ifndef TESTS_SUPPORT_ALLOCATION_FAULTS_H_
 #define TESTS_SUPPORT_ALLOCATION_FAULTS_H_
 
@@ -30,6 +30,11 @@ class ScopedAllocationFault {
 // the failing allocation; what it throws passes.
 std::size_t SweepAllocations(const std::function<void(std::size_t nth)>& run,
                              winapi::host::Repeat repeat = winapi::host::Repeat::kOnce);
+
+// Blocks that the program's operator new, malloc and realloc gave and that weren't given back,
+// those of the seam included. To be compared with an earlier number: a block that the C library
+// itself made, and the program frees, is taken off all the same.
+[[nodiscard]] std::ptrdiff_t LiveBlocks() noexcept;
 
 }  // namespace tests
 

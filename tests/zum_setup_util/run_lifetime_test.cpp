@@ -1,11 +1,18 @@
 // What the run's own texts live through: the trace directory dies before the action, the arguments
-// before the report. Seen on the blocks that are live at those moments.
+// before the report and before the clause that catches a failure. Seen on the blocks that are live
+// at those moments.
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <iostream>
 #include <iterator>
+#include <stdexcept>
 
+#include "oru/rtl/object_ptr.h"
+#include "oru/rtl/trace.h"
+#include "standalone_tracer_lib/tracers.h"
+#include "tests/support/object_stub.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/zum_setup_util/live_blocks.h"
 #include "winapi/host/control.h"
@@ -20,11 +27,18 @@ char16_t directoryText[1000];
 std::u16string_view directory;
 
 bool actionRan = false;
+bool actionFails = false;
 bool argumentsDuringAction = false;
 bool directoryDuringAction = false;
 
+// The standard output of a run. No member of it lies in a block of the run.
 class LookingOutput : public std::streambuf {
  public:
+  LookingOutput() : m_old(std::cout.rdbuf(this)) {}
+  LookingOutput(const LookingOutput&) = delete;
+  LookingOutput& operator=(const LookingOutput&) = delete;
+  ~LookingOutput() override { std::cout.rdbuf(m_old); }
+
   bool written = false;
   bool argumentsDuringReport = false;
 
@@ -34,6 +48,25 @@ class LookingOutput : public std::streambuf {
     argumentsDuringReport = tests::LiveBlockBeginsWith(kToken);
     return count;
   }
+
+ private:
+  std::streambuf* m_old;
+};
+
+// Looks when the clause traces what it caught, at the level of errors.
+class LookingTracer final : public tests::ObjectStub<oru::ITracer> {
+ public:
+  oru::ResultCode ReserveRecord(std::uint32_t level, char** buffer, std::uint32_t) override {
+    if (level == oru::kTraceLevelError && buffer != nullptr) {
+      clauseRan = true;
+      argumentsDuringClause = tests::LiveBlockBeginsWith(kToken);
+    }
+    return oru::errNotMatched;
+  }
+  oru::ResultCode CommitRecord(char*, std::uint32_t) override { return oru::errUnexpected; }
+
+  bool clauseRan = false;
+  bool argumentsDuringClause = false;
 };
 
 }  // namespace
@@ -42,6 +75,7 @@ void correct_setup::Unblock() {
   actionRan = true;
   argumentsDuringAction = tests::LiveBlockBeginsWith(kToken);
   directoryDuringAction = tests::LiveBlockBeginsWith(directory);
+  if (actionFails) throw std::runtime_error("the action");
 }
 
 namespace {
@@ -56,15 +90,33 @@ TEST(RunLifetime, DirectoryDiesBeforeTheActionAndArgumentsBeforeTheReport) {
     winapi::host::SetCommandLine(commandLine);
     EXPECT_TRUE(tests::LiveBlockBeginsWith(directory)) << "the search doesn't find what is there";
   }
-  LookingOutput output;
-  std::streambuf* const old = std::cout.rdbuf(&output);
-  const oru::ResultCode result = zum_setup_util::RunSetupUtil();
-  std::cout.rdbuf(old);
-
-  EXPECT_EQ(result, 0);
+  actionFails = false;
+  const LookingOutput output;
+  EXPECT_EQ(zum_setup_util::RunSetupUtil(), 0);
   EXPECT_TRUE(actionRan);
   EXPECT_TRUE(argumentsDuringAction);
   EXPECT_FALSE(directoryDuringAction);
+  EXPECT_TRUE(output.written);
+  EXPECT_FALSE(output.argumentsDuringReport);
+}
+
+TEST(RunLifetime, ArgumentsDieBeforeTheClauseOfAFailure) {
+  using standalone::trace::TracerHolder;
+  LookingTracer tracer;
+  TracerHolder::Instance().Install(oru::ObjectPtr<oru::ITracer>::Share(&tracer));
+  {
+    std::u16string commandLine = u"tool.exe ";
+    commandLine.append(kToken).append(u" /unblock");
+    winapi::host::SetCommandLine(commandLine);
+  }
+  actionFails = true;
+  const LookingOutput output;
+  EXPECT_EQ(zum_setup_util::RunSetupUtil(), oru::MakeResultCode(0x80000072));
+  TracerHolder::Instance().Install(standalone::trace::CreateEmptyTracer());
+
+  EXPECT_TRUE(argumentsDuringAction);
+  EXPECT_TRUE(tracer.clauseRan);
+  EXPECT_FALSE(tracer.argumentsDuringClause);
   EXPECT_TRUE(output.written);
   EXPECT_FALSE(output.argumentsDuringReport);
 }

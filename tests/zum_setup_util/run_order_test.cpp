@@ -220,6 +220,30 @@ TEST_F(RunOrder, ExitRecordStandsBetweenTheReportAndTheRemoval) {
   EXPECT_LT(PositionOf("OpenOutputStream"), PositionOf("RegOpenKeyExW"));
 }
 
+// The time in the path is read behind the command line, which is masked first.
+TEST_F(RunOrder, CommandLineIsMaskedBeforeTheTraceFilesPathIsMade) {
+  host::SetCommandLine(u"tool.exe " + TraceArgument());
+  EXPECT_EQ(RunSetupUtil(), 0);
+  std::vector<std::string> calls;
+  for (const std::string& name : Operations()) {
+    if (name == "GetCommandLineW" || name == "GetSystemTimeAsFileTime" ||
+        name == "OpenOutputStream") {
+      calls.push_back(name);
+    }
+    if (name == "OpenOutputStream") break;
+  }
+  EXPECT_EQ(calls, (std::vector<std::string>{"GetCommandLineW", "GetCommandLineW",
+                                             "GetSystemTimeAsFileTime", "OpenOutputStream"}));
+}
+
+TEST_F(RunOrder, TraceFileIsNamedForAllComponents) {
+  host::SetCommandLine(u"tool.exe " + TraceArgument());
+  EXPECT_EQ(RunSetupUtil(), 0);
+  const std::filesystem::directory_iterator files(m_folder.Path());
+  const std::string name = files->path().filename().string();
+  EXPECT_TRUE(name.starts_with("zum-setup-util-") && name.ends_with("-all.log")) << name;
+}
+
 TEST_F(RunOrder, TraceHasTheRecordsInTheirOrder) {
   host::SetCommandLine(u"tool.exe " + TraceArgument() + u" /unblock");
   EXPECT_EQ(RunSetupUtil(), 0);

@@ -1,11 +1,14 @@
 // The program's entry with an action that fails in the way that the command line names:
 // "/fail=NAME".
 
+#include <cstdlib>
+#include <exception>
 #include <new>
 #include <stdexcept>
 
 #include "oru/rtl/check.h"
 #include "oru/rtl/exception.h"
+#include "standalone_tracer_lib/tracers.h"
 #include "zum_setup_util/command_line.h"
 #include "zum_setup_util_lib/unblock.h"
 
@@ -15,6 +18,12 @@ constexpr char kFile[] = "tests/zum_setup_util/run_probe";
 
 [[noreturn]] void ThrowCode(std::uint32_t code) {
   throw oru::CheckResultFailedException(kFile, 7, oru::MakeResultCode(code));
+}
+
+// An aborted process loses what lies in the stream's buffer: the tracer ends its file first.
+[[noreturn]] void EndWithTheTrace() {
+  standalone::trace::TracerHolder::Instance().Install(standalone::trace::CreateEmptyTracer());
+  std::abort();
 }
 
 void Fail(const std::u16string& how) {
@@ -33,7 +42,10 @@ void Fail(const std::u16string& how) {
   if (how == u"runtime") throw std::runtime_error("broken");
   if (how == u"memory") throw std::bad_alloc();
   if (how == u"length") throw std::length_error("too long");
-  if (how == u"int") throw 42;
+  if (how == u"int") {
+    std::set_terminate(EndWithTheTrace);
+    throw 42;
+  }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 #include <random>
 #include <string>
 #include <string_view>
@@ -90,6 +91,8 @@ struct PrefixCase {
   bool allowed;
 };
 
+void PrintTo(const PrefixCase& row, std::ostream* out) { *out << row.name; }
+
 class AllowedBeginnings : public testing::TestWithParam<PrefixCase> {};
 
 TEST_P(AllowedBeginnings, DecideAlone) {
@@ -122,6 +125,8 @@ struct SilentCase {
   std::u16string argument;
   bool silent;
 };
+
+void PrintTo(const SilentCase& row, std::ostream* out) { *out << row.name; }
 
 class SilentSwitches : public testing::TestWithParam<SilentCase> {};
 

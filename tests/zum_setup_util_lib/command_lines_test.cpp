@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
 #include <string>
 #include <type_traits>
 
@@ -71,6 +72,8 @@ struct Line {
   std::u16string line;
 };
 
+void PrintTo(const Line& row, std::ostream* out) { *out << row.name; }
+
 class CommandLines : public testing::TestWithParam<Line> {};
 
 TEST_P(CommandLines, AreComposedFromThePrivateCopy) {
@@ -136,6 +139,8 @@ struct Setter {
   std::u16string message;
   std::u16string line;  // of the command afterwards, with nothing in the path's place
 };
+
+void PrintTo(const Setter& row, std::ostream* out) { *out << row.name; }
 
 class EmptyReplacement : public testing::TestWithParam<Setter> {};
 

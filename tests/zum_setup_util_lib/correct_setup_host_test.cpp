@@ -311,13 +311,6 @@ TEST_F(ResistingDrop, BehindAFailureOfTheRenames) {
   ExpectRemovalBehind("setup\t[correct_setup::detail::TryCorrectPendingOperations]  end");
 }
 
-// The list is received by value: the caller's stays as it is.
-TEST_F(CorrectSetupOnHost, ArgumentsOfTheCallerStay) {
-  const std::vector<std::u16string> arguments = PipelineMachine::Arguments();
-  EXPECT_EQ(ExecuteCorrectSetup(arguments), 0u);
-  EXPECT_EQ(arguments, PipelineMachine::Arguments());
-}
-
 TEST_F(CorrectSetupOnHost, PackageOfTheUserStays) {
   EXPECT_EQ(ExecuteCorrectSetup(PipelineMachine::Arguments()), 0u);
   EXPECT_EQ(tests::ReadAll(tests::ToLocal(PipelineMachine::kPackage)),

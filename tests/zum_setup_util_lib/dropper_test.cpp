@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 #include <set>
 #include <string>
 #include <string_view>
@@ -123,6 +124,8 @@ struct Masks {
   std::vector<FilesystemObject> objects;
   Names copied;
 };
+
+void PrintTo(const Masks& row, std::ostream* out) { *out << row.name; }
 
 class CopiedObjects : public testing::TestWithParam<Masks> {};
 

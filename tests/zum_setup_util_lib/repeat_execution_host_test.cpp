@@ -3,7 +3,10 @@
 
 #include <limits>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
+#include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "winapi/host/control.h"
 #include "zum_setup_util_lib/repeat_execution.h"
 
@@ -59,6 +62,37 @@ TEST_F(RepeatDelays, DelayBeyond32BitsIsSleptInParts) {
 
 TEST_F(RepeatDelays, LongestDelayOfOneCallIsOnePart) {
   EXPECT_EQ(Run(1, 10, 0xFFFFFFFE), Sleeps{0xFFFFFFFE});
+}
+
+// The delay is the caller's own, who may change it between two runs.
+TEST_F(RepeatDelays, DelayIsReadBeforeEachRepeat) {
+  Milliseconds delay(100);
+  const std::size_t before = host::Sleeps().size();
+  int runs = 0;
+  const auto action = [&] {
+    ++runs;
+    delay = Milliseconds(100 * runs);
+    throw std::runtime_error("not yet");
+  };
+  EXPECT_THROW(TryExecuteWithRepeat(action, 3, delay), std::runtime_error);
+  EXPECT_EQ(
+      Sleeps(host::Sleeps().begin() + static_cast<std::ptrdiff_t>(before), host::Sleeps().end()),
+      (Sleeps{100, 200, 300}));
+}
+
+// A repeat is told behind its delay.
+TEST_F(RepeatDelays, RepeatIsToldBehindTheSleep) {
+  tests::InstalledTracer tracer;
+  std::vector<std::size_t> sleeps;
+  const std::size_t before = host::Sleeps().size();
+  const auto note = [&](char**) {
+    sleeps.push_back(host::Sleeps().size() - before);
+    return oru::sOk;
+  };
+  tracer->Script(tests::RecordingTracer::Call::kCommit, note, 4);
+  EXPECT_EQ(Run(2, 10, 100), (Sleeps{100, 100}));
+  // Failure and repeat, twice.
+  EXPECT_EQ(sleeps, (std::vector<std::size_t>{0, 1, 1, 2}));
 }
 
 // The first sleep comes behind the first failure: nothing is slept while an exception is alive.

@@ -156,6 +156,7 @@ Bool CreateWellKnownSid(int type, void* domain, void* sid, Dword* size) noexcept
   constexpr std::uint8_t kLocalSystem[] = {1, 1, 0, 0, 0, 0, 0, 5, 18, 0, 0, 0};
   host::Call call("CreateWellKnownSid");
   call.Argument("type", static_cast<Dword>(type)).Argument("domain", domain);
+  if (size != nullptr) call.Argument("size", *size);
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Bool{0});
   if (type != kWinLocalSystemSid || size == nullptr) {
     return host::FailWith(kErrorInvalidParameter, Bool{0});

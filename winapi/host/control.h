@@ -118,6 +118,10 @@ void SetTimeZoneRule(ZoneRule rule);
 // lets it tell the truth again.
 void SetTimeZoneId(std::optional<Dword> id);
 
+// How many ticks the local clock of FileTimeToLocalFileTime is behind UTC, whatever the rules say;
+// nullopt lets it follow them again.
+void SetLocalClockLag(std::optional<std::int64_t> ticks);
+
 // The version that VerifyVersionInfoW compares with; 6.1 service pack 1 at the start.
 void SetSystemVersion(Dword major, Dword minor, std::uint16_t servicePack);
 

@@ -14,7 +14,9 @@
 namespace winapi {
 namespace {
 
-std::optional<Dword> timeZoneId;  // that a test has set
+// What a test has set.
+std::optional<Dword> timeZoneId;
+std::optional<std::int64_t> localClockLag;
 
 using std::chrono::days;
 using std::chrono::sys_days;
@@ -132,6 +134,10 @@ Bool FileTimeToLocalFileTime(const FileTime* utc, FileTime* local) noexcept {
   host::Call call("FileTimeToLocalFileTime");
   call.Argument("utc", ToTicks(*utc));
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Bool{0});
+  if (localClockLag) {
+    *local = ToFileTime(ToTicks(*utc) - static_cast<std::uint64_t>(*localClockLag));
+    return 1;
+  }
   const std::uint64_t now = host::ClockTicks();
   const unsigned year = host::YearOf(now);
   const auto zone = host::ZoneOfYear(year);
@@ -160,6 +166,8 @@ Dword GetTimeZoneInformation(TimeZoneInformation* zone) noexcept {
   if (zone->DaylightDate.wMonth == 0 || zone->StandardDate.wMonth == 0) return kUnknown;
   return host::IsDaylightTime(*zone, year, now) ? kDaylight : kStandard;
 }
+
+void host::SetLocalClockLag(std::optional<std::int64_t> ticks) { localClockLag = ticks; }
 
 void host::SetTimeZoneId(std::optional<Dword> id) { timeZoneId = id; }
 

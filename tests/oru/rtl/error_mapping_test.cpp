@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "oru/rtl/result_text.h"
 
@@ -131,11 +134,41 @@ TEST_P(SystemErrorToResult, FollowsTheTable) {
 
 INSTANTIATE_TEST_SUITE_P(Table, SystemErrorToResult, ::testing::ValuesIn(kStatusRows), CaseName);
 
-bool IsInWin32Table(std::uint32_t error) {
-  for (const Row& row : kWin32Rows) {
-    if (row.error == error) return true;
+template <std::size_t Count>
+const Row* FindRow(const Row (&rows)[Count], std::uint32_t error) {
+  const Row* const found = std::find_if(std::begin(rows), std::end(rows),
+                                        [&](const Row& row) { return row.error == error; });
+  return found != std::end(rows) ? found : nullptr;
+}
+
+bool IsInWin32Table(std::uint32_t error) { return FindRow(kWin32Rows, error) != nullptr; }
+
+// The rule, by the tables that are typed here.
+std::uint32_t RuleOfWin32(std::uint32_t error) {
+  if (const Row* const row = FindRow(kWin32Rows, error)) return row->result;
+  if (error < 0x10000) return 0x80070000 | error;
+  if (error < 0x80000000) return 0;
+  return (error >> 16 & 0xFFF) == 7 ? RuleOfWin32(error & 0xFFFF) : 0x80010100;
+}
+
+std::uint32_t RuleOfStatus(std::uint32_t status) {
+  const Row* const row = FindRow(kStatusRows, status);
+  return row != nullptr ? row->result : RuleOfWin32(status);
+}
+
+// Numbers of every facility, and all of those to which Windows' own statuses belong.
+std::vector<std::uint32_t> NumbersOfAllKinds() {
+  std::vector<std::uint32_t> numbers;
+  for (const std::uint32_t high :
+       {0u, 7u, 0x8000u, 0x8001u, 0x8007u, 0x8031u, 0xA016u, 0xA178u, 0xC000u, 0xC007u, 0xC015u}) {
+    for (std::uint32_t low = 0; low < 0x10000; ++low) numbers.push_back(high << 16 | low);
   }
-  return false;
+  for (std::uint32_t high = 0; high < 0x10000; ++high) {
+    for (const std::uint32_t low : {0u, 1u, 2u, 5u, 8u, 10u, 87u, 258u, 0xFFFFu}) {
+      numbers.push_back(high << 16 | low);
+    }
+  }
+  return numbers;
 }
 
 TEST(Win32ErrorToResult, EveryOtherErrorNumberGetsFacilitySeven) {
@@ -214,6 +247,14 @@ TEST(SystemErrorToResult, OnlyItsOwnTableKnowsTheStatuses) {
   EXPECT_EQ(FromWin32(1115), 0x8007045Bu);
   EXPECT_EQ(FromWin32(1503), 0x800705DFu);
   EXPECT_EQ(FromWin32(0xC0000022), 0x80010100u);
+}
+
+// A row too many shows here, in whichever table.
+TEST(SystemErrorToResult, BothTablesHoldNoOtherRows) {
+  for (const std::uint32_t number : NumbersOfAllKinds()) {
+    ASSERT_EQ(FromWin32(number), RuleOfWin32(number)) << Hexadecimal(number);
+    ASSERT_EQ(FromStatus(number), RuleOfStatus(number)) << Hexadecimal(number);
+  }
 }
 
 TEST(SystemErrorToResult, UnwrappedNumberIsNotAStatus) {

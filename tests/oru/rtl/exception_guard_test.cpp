@@ -153,6 +153,17 @@ TEST(ExceptionGuard, OutsideOfAHandlerThereIsNothingToGuard) {
   EXPECT_TRUE(tracer.Calls().empty());
 }
 
+TEST(ExceptionGuard, TracesAtTheLevelThatItIsGiven) {
+  RecordingTracer tracer;
+  for (const std::uint32_t level : {100u, 500u, 700u}) {
+    (void)Guarded([] { throw std::bad_alloc(); }, static_cast<oru::ITracer*>(&tracer), level,
+                  kPrefix);
+  }
+  EXPECT_EQ(tracer.Records(), (std::vector<Record>{{100, Prefixed("bad allocation"), 512},
+                                                   {500, Prefixed("bad allocation"), 512},
+                                                   {700, Prefixed("bad allocation"), 512}}));
+}
+
 TEST(ExceptionGuard, TheDriversFormTracesAt300) {
   RecordingTracer tracer;
   EXPECT_EQ(Guarded([] { throw std::bad_alloc(); }, static_cast<oru::ITracer*>(&tracer), kPrefix),
@@ -261,8 +272,8 @@ class Locator final : public oru::IServiceLocator {
   std::uint32_t classNumber = 1;
 };
 
-oru::ResultCode GuardedBy(oru::IServiceLocator* locator) {
-  return Guarded([] { throw std::bad_alloc(); }, locator, 300u,
+oru::ResultCode GuardedBy(oru::IServiceLocator* locator, std::uint32_t level = 300) {
+  return Guarded([] { throw std::bad_alloc(); }, locator, level,
                  "Exception during object construction: ");
 }
 
@@ -276,6 +287,16 @@ TEST(ExceptionGuardLocator, TracesThroughTheTracerThatItGives) {
   EXPECT_EQ(locator.interfaceNumber, 0x6EF3329Bu);
   EXPECT_EQ(locator.classNumber, 0u);
   EXPECT_EQ(tracer.Count(), 0);
+}
+
+TEST(ExceptionGuardLocator, TracesAtTheLevelThatItIsGiven) {
+  RecordingTracer tracer;
+  Locator locator;
+  locator.tracer = &tracer;
+  for (const std::uint32_t level : {300u, 500u}) (void)GuardedBy(&locator, level);
+  ASSERT_EQ(tracer.Records().size(), 2u);
+  EXPECT_EQ(tracer.Records()[0].level, 300u);
+  EXPECT_EQ(tracer.Records()[1].level, 500u);
 }
 
 TEST(ExceptionGuardLocator, DoesWithoutATraceWhenItIsNull) {

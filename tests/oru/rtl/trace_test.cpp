@@ -405,9 +405,16 @@ TEST(TraceScope, ASecondStartEndsTheFirst) {
   EXPECT_EQ(second.Texts(), (Texts{"b begin", "b end"}));
 }
 
-TEST(TraceScope, ANullTracerStartsNothing) {
-  oru::TraceScope scope;
-  scope.Start(nullptr, u"a");
+TEST(TraceScope, ANullTracerEndsTheFirstAndStartsNothing) {
+  RecordingTracer tracer;
+  {
+    oru::TraceScope scope;
+    scope.Start(&tracer, u"a");
+    scope.Start(nullptr, u"b");
+    EXPECT_EQ(tracer.Texts(), (Texts{"a begin", "a end"}));
+    EXPECT_EQ(tracer.Count(), 0);
+  }
+  EXPECT_EQ(tracer.Texts(), (Texts{"a begin", "a end"}));
 }
 
 TEST(TraceScope, DropsWhatItsTracerThrows) {

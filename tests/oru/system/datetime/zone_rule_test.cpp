@@ -146,6 +146,35 @@ TEST(GetTimeZoneBiasTest, TakesTheRulesOfTheYearAskedFor) {
   EXPECT_EQ(GetTimeZoneBias(Instant(2026, 7, 15), 1999, true, daylight), -1999);
 }
 
+// With the transitions of that year, which lie in front of the instant.
+TEST(GetTimeZoneBiasOwnProcess, TakesTheTransitionsOfTheYearAskedFor) {
+  UseZone(kBerlin);
+  bool daylight = true;
+  EXPECT_EQ(GetTimeZoneBias(Instant(2026, 7, 15), 1999, true, daylight), -60);
+  EXPECT_FALSE(daylight);
+  daylight = true;
+  EXPECT_EQ(GetTimeZoneBias(Instant(2026, 7, 15), 2026, true, daylight), -120);
+  EXPECT_TRUE(daylight);
+  // Sydney's summer begins in October and is on at all that follows.
+  UseZone(kSydney);
+  daylight = true;
+  EXPECT_EQ(GetTimeZoneBias(Instant(2026, 7, 15), 1999, true, daylight), -660);
+  EXPECT_TRUE(daylight);
+}
+
+// The system's number tells what is on now and nothing of the instant.
+TEST(GetTimeZoneBiasOwnProcess, StandardTimeOfTodaySaysNothingOfTheInstant) {
+  UseZone(kBerlin);
+  host::HideProcedure(kYearFunction);
+  for (const unsigned month : {1u, 7u}) {
+    host::SetClock(Instant(2026, month, 15).ticks);
+    TimeZoneInformation record{};
+    EXPECT_EQ(GetYearTimeZone(2026, record), month == 1 ? 1 : 2);
+    EXPECT_EQ(BiasAt(Instant(2026, 1, 15), true), (Outcome{-60, false})) << month;
+    EXPECT_EQ(BiasAt(Instant(2026, 7, 15), true), (Outcome{-120, true})) << month;
+  }
+}
+
 TEST(GetTimeZoneBiasTest, LargeBiasesDontOverflow) {
   UseZone(Zone(0x7FFFFFFF, Rule(10, 0, 5, 3), 0, Rule(3, 0, 5, 2), 0x7FFFFFFF));
   bool daylight = true;
@@ -231,6 +260,16 @@ TEST(GetYearTimeZoneTest, VersionSixServicePackOneIsEnough) {
   EXPECT_EQ(CallCount(kYearFunction), 1u);
 }
 
+// The service pack counts for 6.0 alone.
+TEST(GetYearTimeZoneOwnProcess, LaterVersionsNeedNoServicePack) {
+  UseZone(kBerlin);
+  host::SetSystemVersion(6, 1, 0);
+  host::StartCallLog();
+  TimeZoneInformation record{};
+  EXPECT_EQ(GetYearTimeZone(2026, record), 2);
+  EXPECT_EQ(CallCount(kYearFunction), 1u);
+}
+
 TEST(GetYearTimeZoneTest, MissingFunctionTakesTheCurrentRules) {
   UseZone(kBerlin);
   host::HideProcedure(kYearFunction);
@@ -291,6 +330,25 @@ TEST(GetYearTimeZoneTest, LastWayIsTheOffsetOfTheLocalClock) {
   }
 }
 
+// What is left of a minute is dropped, ahead of UTC and behind it.
+TEST(GetYearTimeZoneOwnProcess, OffsetWithSecondsGivesWholeMinutes) {
+  struct Case {
+    std::int64_t seconds;  // behind UTC
+    std::int32_t bias;
+  };
+  const Case cases[] = {{0, 0},       {59, 0},  {60, 1},   {5 * 60 + 30, 5},
+                        {17776, 296}, {-59, 0}, {-60, -1}, {-3208, -53}};
+  for (const Case& row : cases) {
+    UseZone(kBerlin);
+    host::SetLocalClockLag(row.seconds * 10'000'000);
+    host::FailCall(kYearFunction, 1, 2);
+    host::FailCall("GetTimeZoneInformation", 1, 5);
+    TimeZoneInformation record{};
+    EXPECT_EQ(GetYearTimeZone(2026, record), 0) << row.seconds;
+    EXPECT_EQ(record.Bias, row.bias) << row.seconds;
+  }
+}
+
 TEST(GetYearTimeZoneTest, WithoutAnyWayGivesMinusOne) {
   UseZone(kBerlin);
   host::FailCall(kYearFunction, 1, 2);
@@ -305,7 +363,9 @@ TEST(GetTimeZoneBiasTest, UnknownZoneThrowsWithTheLastError) {
     winapi::Error error;
     std::uint32_t code;
   };
-  const Case cases[] = {{87, 0x80000046}, {5, 0x80000045}, {1000, 0x800703E8}};
+  // 258 and 1115 are error numbers here and no statuses.
+  const Case cases[] = {
+      {87, 0x80000046}, {5, 0x80000045}, {1000, 0x800703E8}, {258, 0x80070102}, {1115, 0x8007045B}};
   for (const Case& row : cases) {
     UseZone(kBerlin);
     host::FailCall(kYearFunction, 1, 2);
@@ -386,6 +446,20 @@ TEST(ToLocalSystemTimeTest, BiasThatLeavesTheRangeThrows) {
   } catch (const TimeSystemError& error) {
     EXPECT_EQ(error.Message(),
               u"Cannot convert a file time to system time format: 18446743893709551616");
+  }
+}
+
+// 258 is an error number here and no status.
+TEST(ToLocalSystemTimeOwnProcess, FailedConversionHasTheCodeOfAnErrorNumber) {
+  UseZone(kBerlin);
+  for (const char* const operation : {"FileTimeToSystemTime", "SystemTimeToFileTime"}) {
+    host::FailCall(operation, 1, 258);
+    try {
+      (void)ToLocalSystemTime(Instant(2026, 11, 15));
+      ADD_FAILURE() << operation << ": nothing thrown";
+    } catch (const TimeSystemError& error) {
+      EXPECT_EQ(error.Code(), MakeResultCode(0x80070102)) << operation;
+    }
   }
 }
 

@@ -149,7 +149,7 @@ TEST(RemovalPolicy, CountsDirectoriesEntered) {
   EXPECT_TRUE(tree.Has(u"kept"));
 }
 
-TEST(RemovalPolicy, DirectoryThatStaysIsNoFailure) {
+TEST(RemovalPolicy, DirectoryThatStaysIsLeftAllTheSame) {
   const Tree tree;
   tree.Write(u"a");
   RemovalPolicy policy;
@@ -157,6 +157,7 @@ TEST(RemovalPolicy, DirectoryThatStaysIsNoFailure) {
   policy.Enter();
   policy.Leave(tree.Windows());
   EXPECT_TRUE(tree.Has(u"a"));
+  EXPECT_EQ(policy.m_depth, 1);
 }
 
 }  // namespace

@@ -58,6 +58,34 @@ TEST_F(RegistryOnHost, OpenKeyPassesPathMaskAndNoOptions) {
   EXPECT_EQ(call.Argument("rights"), "0x2011f");
 }
 
+// Any key serves as the hive.
+TEST_F(RegistryOnHost, BothOpensStartAtTheHiveThatTheyAreGiven) {
+  KernelHandle transaction;
+  char16_t description[] = u"test";
+  transaction.Attach(windows_helpers::CreateTransaction(description));
+  tests::CreateKey(Path() + u"\\below");
+  RegKey hive;
+  Open(hive);
+  StartLog();
+  RegKey key;
+  EXPECT_EQ(OpenKey(key, hive.GetValue(), u"below", 0x20119), 0u);
+  EXPECT_EQ(TheCall("RegOpenKeyExW").Argument("key"), Hexadecimal(hive.GetValue()));
+  RegKey transacted;
+  EXPECT_EQ(OpenKeyTransacted(transacted, transaction, hive.GetValue(), u"below", 0x20119), 0u);
+  EXPECT_EQ(TheCall("RegOpenKeyTransactedW").Argument("key"), Hexadecimal(hive.GetValue()));
+}
+
+class OpenKeyOwnProcess : public RegistryOnHost {};
+
+// A system that says yes and gives nothing.
+TEST_F(OpenKeyOwnProcess, SuccessWithoutAKeyIsReported) {
+  host::FailCall("RegOpenKeyExW", 1, 0);
+  RegKey key;
+  EXPECT_EQ(OpenKey(key, winapi::HkeyLocalMachine(), Path().c_str(), 0x2011F), 0u);
+  EXPECT_FALSE(key.IsValid());
+  EXPECT_EQ(ReportedChecks(), Reports{"newKey.IsValid()"});
+}
+
 TEST_F(RegistryOnHost, OpenKeyGivesTheErrorAndLeavesTheTargetEmpty) {
   const std::size_t keys = host::Live().keys;
   for (const winapi::Error error : {5u, 1009u, 1018u}) {

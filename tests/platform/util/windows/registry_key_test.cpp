@@ -76,17 +76,14 @@ bool HasTransactedOpen() {
          winapi::GetProcAddress(advapi32, "RegOpenKeyTransactedW") != nullptr;
 }
 
-TEST_F(OpenKeyTest, TransactedOpenIsMissingOrTakesTheTransaction) {
+// It isn't an open without a transaction then.
+TEST_F(OpenKeyTest, TransactedOpenOutsideATransactionFails) {
   RegKey key;
   const KernelHandle none;
-  const winapi::Error error =
-      OpenKeyTransacted(key, none, winapi::HkeyLocalMachine(), Path().c_str(), tests::kReadAccess);
-  if (HasTransactedOpen()) {
-    EXPECT_NE(error, 127u);
-  } else {
-    EXPECT_EQ(error, 127u);
-    EXPECT_FALSE(key.IsValid());
-  }
+  EXPECT_EQ(
+      OpenKeyTransacted(key, none, winapi::HkeyLocalMachine(), Path().c_str(), tests::kReadAccess),
+      HasTransactedOpen() ? 6u : 127u);
+  EXPECT_FALSE(key.IsValid());
   EXPECT_EQ(ReportedChecks(), Reports());
 }
 
@@ -98,6 +95,25 @@ TEST_F(OpenKeyTest, DeleteValueRemovesTheValue) {
   EXPECT_EQ(tests::GetValue(Path(), u"v"), std::nullopt);
   EXPECT_EQ(windows_helpers::DeleteValue(key, u"v"), 2u);
   EXPECT_EQ(ReportedChecks(), Reports());
+}
+
+TEST_F(OpenKeyTest, EachOperationTakesTheValueThatItIsGiven) {
+  Set(u"v", 1, tests::Utf16Bytes(u"another"));
+  RegKey key;
+  Open(key);
+  const char16_t text[] = u"text";
+  EXPECT_EQ(windows_helpers::WriteStringValue(key, u"Its Name", text, text + 4), 0u);
+  EXPECT_EQ(windows_helpers::WriteMultiStringValue(key, u"Their Name", {u"a", u"b"}), 0u);
+  oru::String16 value;
+  EXPECT_EQ(windows_helpers::ReadStringValue(key, u"Its Name", value), 0u);
+  EXPECT_EQ(value.view(), u"text");
+  std::vector<std::u16string> values;
+  EXPECT_EQ(windows_helpers::ReadMultiStringValue(key, u"Their Name", values), 0u);
+  EXPECT_EQ(values, (std::vector<std::u16string>{u"a", u"b"}));
+  EXPECT_EQ(windows_helpers::DeleteValue(key, u"Their Name"), 0u);
+  EXPECT_EQ(tests::Values(Path()),
+            (std::vector<tests::Value>{{u"Its Name", 1, tests::Utf16Bytes(u"text")},
+                                       {u"v", 1, tests::Utf16Bytes(u"another")}}));
 }
 
 // The call is made all the same, with the null key, which the system refuses.
@@ -130,6 +146,23 @@ TEST(EmptyKeyHolder, WriteMultiStringValueReports) {
 TEST(EmptyKeyHolder, DeleteValueReports) {
   EXPECT_EQ(windows_helpers::DeleteValue(RegKey(), u"v"), 6u);
   EXPECT_EQ(ReportedChecks(), Reports{"key.IsValid()"});
+}
+
+// The check is for the one key with that number.
+TEST(PerformanceDataOwnProcess, IsTheKeyOfTheNumber80000004) {
+  constexpr char kCheck[] = "key.GetValue() != (( HKEY ) (ULONG_PTR)((LONG)0x80000004) )";
+  struct Case {
+    std::intptr_t number;  // of a predefined key: 32 bits with their sign
+    std::size_t reports;
+  };
+  for (const Case& row :
+       {Case{-0x7FFFFFFD, 0}, Case{-0x7FFFFFFB, 0}, Case{-0x7FFFFFB0, 0}, Case{-0x7FFFFFFC, 1}}) {
+    RegKey key;
+    key.Attach(reinterpret_cast<winapi::Key>(row.number));
+    oru::String16 value;
+    EXPECT_NE(windows_helpers::ReadStringValue(key, u"zum no such value", value), 0u);
+    EXPECT_EQ(CountReported(kCheck), row.reports) << row.number;
+  }
 }
 
 TEST(PerformanceData, IsReportedAndReadAllTheSame) {

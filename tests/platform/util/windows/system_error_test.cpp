@@ -158,6 +158,13 @@ TEST(MakeWin32CheckFailure, HasPositionCodeAndText) {
   EXPECT_STREQ(exception.what(), "CheckResultFailedException");
 }
 
+// Numbers that mean something else as a status.
+TEST(MakeWin32CheckFailure, TakesTheNumberForAnErrorAndForNoStatus) {
+  EXPECT_EQ(MakeWin32CheckFailure("f", 1, 258).Code(), MakeResultCode(0x80070102));
+  EXPECT_EQ(MakeWin32CheckFailure("f", 1, 1115).Code(), MakeResultCode(0x8007045B));
+  EXPECT_EQ(MakeWin32CheckFailure("f", 1, 0xC0000022).Code(), MakeResultCode(0x80010100));
+}
+
 TEST(MakeWin32CheckFailure, ErrorIsAnUnsignedNumber) {
   EXPECT_EQ(MessageOf(MakeWin32CheckFailure("f", 1, 0x80070005)),
             u"system result code: 2147942405");

@@ -13,6 +13,7 @@ using tests::ReportedChecks;
 using windows_helpers::KernelHandle;
 using windows_helpers::KernelHandleTraits;
 using windows_helpers::RegKey;
+using windows_helpers::RegKeyTraits;
 using windows_helpers::WaitForHandle;
 
 namespace {
@@ -39,6 +40,22 @@ TEST(UniqueHandleOnHost, KeyThatTheSystemWontCloseIsReported) {
   EXPECT_EQ(ReportedChecks(),
             std::vector<std::string>{
                 "!static_cast<const void *>(\"oru::sOk == Traits::Close(m_handle)\")"});
+}
+
+// 258 is an error number here and no status.
+TEST(RegKeyTraitsOnHost, CloseThatFailsGivesTheCodeOfAnErrorNumber) {
+  winapi::Key opened = nullptr;
+  ASSERT_EQ(winapi::RegOpenKeyExW(winapi::HkeyLocalMachine(), nullptr, 0, 0x20119, &opened), 0u);
+  host::FailCall("RegCloseKey", 1, 258);
+  EXPECT_EQ(RegKeyTraits::Close(opened), oru::MakeResultCode(0x80070102));
+  host::ClearFaults();
+}
+
+TEST(KernelHandleTraitsOnHost, CloseThatFailsGivesTheCodeOfAnErrorNumber) {
+  const winapi::Handle handle = host::MakeWaitable(true);
+  host::FailCall("CloseHandle", 1, 258);
+  EXPECT_EQ(KernelHandleTraits::Close(handle), oru::MakeResultCode(0x80070102));
+  host::ClearFaults();
 }
 
 TEST(KernelHandleTraitsOnHost, MisleadingLastErrorOfASuccessIsNotLookedAt) {
@@ -75,6 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
                       WaitCase{"TimeOut", 258, 0, 1, false},
                       WaitCase{"Failed", 0xFFFFFFFF, 5, 0x80000045, false},
                       WaitCase{"FailedWithoutAnError", 0xFFFFFFFF, 0, 0, false},
+                      WaitCase{"FailedWithTheNumberOfAStatus", 0xFFFFFFFF, 258, 0x80070102, false},
                       WaitCase{"NumberOfNoMeaning", 1, 6, 0x80010101, true},
                       WaitCase{"CompletionOfACall", 192, 1000, 0x800703E8, true}),
     [](const auto& test) { return test.param.name; });
