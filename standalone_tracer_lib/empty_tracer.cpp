@@ -14,6 +14,7 @@ class EmptyTracer : public oru::inherit_ifaces<oru::ITracer>,
  public:
   EmptyTracer() noexcept = default;
 
+  // Neither allows nor prohibits a level: every failure keeps a statement from its arguments.
   oru::ResultCode ReserveRecord(std::uint32_t /*level*/, char** /*buffer*/,
                                 std::uint32_t /*size*/) override {
     return oru::errNotImplemented;

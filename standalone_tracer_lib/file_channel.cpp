@@ -25,6 +25,8 @@ FileChannel::FileChannel(const oru::String16& path, const char* commandLine) {
   m_stream.imbue(std::locale::classic());
   winapi::OpenOutputStream(m_stream, path.c_str());
   if (!m_stream.is_open()) throw oru::CheckFailedException(kSourceFile, kOpenLine);
+  // Composed whole before the first byte goes in, like every line: what can't be composed leaves no
+  // half of it.
   m_stream << detail::ComposeHeader(oru::datetime::Now(), winapi::GetCurrentProcessId(),
                                     commandLine);
   m_stream << kLineEnd;
@@ -44,6 +46,7 @@ void FileChannel::WriteFooter() {
   m_stream << kLineEnd;
 }
 
+// The state of the stream isn't looked at: a full disk costs the trace and nothing else.
 oru::ResultCode FileChannel::WriteRecord(const oru::tracer::TraceRecord* record) {
   m_stream << detail::ComposeRecord(*record);
   m_stream << kLineEnd;

@@ -12,6 +12,7 @@ namespace {
 
 oru::ObjectPtr<oru::ITracer> MakeFileTracer(const oru::String16& path, const char* commandLine,
                                             std::uint32_t maxLevel) {
+  // The tracer adds a reference of its own; this one goes, so the file closes with the tracer.
   const oru::ObjectPtr<FileChannel> channel = oru::CreateObject<FileChannel>(path, commandLine);
   return oru::CreateObject<detail::SimpleChannelTracer>(channel.Get(), maxLevel);
 }

@@ -55,6 +55,7 @@ SimpleChannelTracer::SimpleChannelTracer(IChannel* channel, std::uint32_t maxLev
 oru::ResultCode SimpleChannelTracer::ReserveRecord(std::uint32_t level, char** buffer,
                                                    std::uint32_t size) {
   const bool isAllowed = level <= m_maxLevel;
+  // Three operations in one slot, told apart by the two pointers.
   if (buffer == nullptr) {
     return isAllowed ? oru::errTraceLevelOk : oru::errTraceLevelProhibited;
   }
@@ -69,6 +70,7 @@ oru::ResultCode SimpleChannelTracer::Open(std::uint32_t level, char** buffer, st
   if (record == nullptr) return oru::errOutOfMemory;
   std::memcpy(record, &level, kHeadSize);
   *buffer = TextOf(record);
+  // Nothing of the memory's past goes into the file where an inserter leaves a gap.
   std::memset(*buffer, 0, size);
   return oru::sOk;
 }
@@ -97,6 +99,7 @@ void SimpleChannelTracer::Deliver(const char* text, std::uint32_t length) {
   record.time = oru::datetime::Now().ticks;
   record.processId = winapi::GetCurrentProcessId();
   record.threadId = winapi::GetCurrentThreadId();
+  // The text stands there twice, and two further ranges are null.
   record.textBegin = record.textBegin2 = text;
   record.textEnd = record.textEnd2 = text + length;
   ORU_CHECK_TEXT(m_channel, "m_p");

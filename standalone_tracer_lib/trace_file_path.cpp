@@ -22,6 +22,7 @@ void AppendWidened(oru::String16& target, const std::string& text) {
 
 namespace detail {
 
+// The rule of JoinPath of the Windows wrappers, which this folder doesn't see.
 oru::String16 JoinName(const oru::String16& directory, std::u16string_view name) {
   oru::String16 path = directory;
   if (name.empty()) return path;
@@ -40,6 +41,7 @@ oru::String16 MakeTraceFilePath(const oru::String16& directory, const oru::Strin
   return detail::JoinName(directory, name.view());
 }
 
+// Seconds and no more: a second run within the same one takes the same file.
 std::string MakeFileTimeStamp(oru::datetime::DateTime time) {
   const winapi::SystemTime local = oru::datetime::ToLocalSystemTime(time);
   detail::LineStream stream;

@@ -30,6 +30,7 @@ std::uint64_t MillisecondsOf(std::uint64_t ticks) noexcept {
 
 std::string ComposeHeader(DateTime now, winapi::Dword processId, const char* commandLine) {
   LineStream stream;
+  // The spelling is fixed, the blanks before line ends included.
   stream << "TVX TRACE FILE\tTime: ";
   InsertDayAndMinute(stream, oru::datetime::ToLocalSystemTime(now));
   stream << "  PID: " << processId << "(0x" << std::hex << processId << std::dec << ")\r\n";
@@ -45,8 +46,10 @@ std::string ComposeRecord(const oru::tracer::TraceRecord& record) {
   LineStream stream;
   stream << std::setw(2) << time.wHour << ':' << std::setw(2) << time.wMinute << ':' << std::setw(2)
          << time.wSecond << '.' << std::setw(3) << MillisecondsOf(record.time);
+  // Left in base 16, since no further number stands in the line.
   stream << "\t0x" << std::hex << record.threadId;
   stream << '\t' << oru::LevelName(record.level) << '\t';
+  // Unformatted: the text isn't zero-terminated and may hold zeros.
   stream.write(record.textBegin, record.textEnd - record.textBegin);
   return std::move(stream).str();
 }

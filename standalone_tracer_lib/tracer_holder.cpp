@@ -16,10 +16,12 @@ namespace standalone::trace {
 TracerHolder::TracerHolder() : m_tracer(CreateEmptyTracer()) {}
 
 TracerHolder& TracerHolder::Instance() {
+  // A constructor that throws leaves it unmade; the next call tries again.
   static TracerHolder holder;
   return holder;
 }
 
+// Not guarded: the run installs before it does anything that traces.
 void TracerHolder::Install(oru::ObjectPtr<oru::ITracer> tracer) noexcept {
   m_tracer = std::move(tracer);
 }

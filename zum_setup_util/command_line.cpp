@@ -26,6 +26,8 @@ ArgumentList SplitWords(std::u16string_view text) {
   }
 }
 
+// By this split a program's path with blanks is several words: only its first one is thrown away,
+// and the rest stands among the arguments, where nobody asks for it.
 ArgumentList ReadCommandLineArguments() {
   ArgumentList words = SplitWords(winapi::GetCommandLineW());
   if (!words.empty()) words.erase(words.begin());

@@ -41,11 +41,13 @@ class LoadedModule {
 }  // namespace
 
 oru::ResultCode EnableSystemDllSearch(std::uint32_t flags) noexcept {
+  // Without a path: the module is loaded already, so nothing is searched for.
   const LoadedModule kernel32(u"kernel32.dll");
   if (kernel32.Get() == nullptr) return LastErrorResult();
 
   const auto setDirectories = reinterpret_cast<winapi::SetDefaultDllDirectoriesFunction>(
       winapi::GetProcAddress(kernel32.Get(), "SetDefaultDllDirectories"));
+  // Systems that were never updated lack it; the libraries that matter are loaded by full path.
   if (setDirectories == nullptr) return oru::sOk;
   return setDirectories(flags) != 0 ? oru::sOk : LastErrorResult();
 }

@@ -21,6 +21,7 @@
 namespace zum_setup_util {
 namespace {
 
+// The tracer goes first: the scope's begin is to be its file's first record.
 void ActOnArguments(const ArgumentList& args) {
   SetUpTracing(args);
   oru::TraceScope scope;
@@ -35,6 +36,7 @@ void RunBody(oru::ResultCode& result) {
     ActOnArguments(args);
   } catch (const std::exception&) {
     const oru::ResultCode code = correct_setup::helpers::TraceCaughtException("zs_util\t[main] ");
+    // The first failure is the one that is reported.
     if (!ORU_FAILED(result)) result = code;
   }
 }
@@ -65,6 +67,7 @@ oru::ResultCode RunSetupUtil() {
               "zs_util\t[main] exit with result = " << oru::ResultCodeText{result});
     return result;
   } catch (const std::exception&) {
+    // Nothing is printed: it may be the report that failed.
     return oru::ExceptionGuard();
   }
 }

@@ -17,9 +17,11 @@ void InstallTracer(const std::u16string& directory, const ArgumentList& args) {
   // The directory is an argument, so there is one here and the word is "all".
   const char16_t* const component = args.empty() ? u"srv" : u"all";
   const oru::String16 suffix(component);
+  // The whole line, the program's own path included, which the arguments haven't got.
   const oru::String8 commandLine = GetMaskedCommandLine();
   const oru::String16 path =
       standalone::trace::MakeTraceFilePath(oru::String16(std::u16string_view(directory)), suffix);
+  // Stays installed to the process's end, when the file gets its footer.
   standalone::trace::TracerHolder::Instance().Install(
       standalone::trace::CreateFileTracer(path, commandLine.c_str(), settings));
 }

@@ -20,6 +20,7 @@ using Arguments = std::vector<std::u16string>;
 
 constexpr char kSourceFile[] = "zum_setup_util_lib/commands_msi";
 
+// "/q" is the beginning of the two switches around it and of any word like them, such as "/qb".
 // An argument may pass when it begins with one of these.
 constexpr std::array<std::u16string_view, 20> allowedArguments = {u"ADDENVIRONMENT=",
                                                                   u"ALLOWREBOOT=",
@@ -42,6 +43,7 @@ constexpr std::array<std::u16string_view, 20> allowedArguments = {u"ADDENVIRONME
                                                                   u"/q",
                                                                   u"/quiet"};
 
+// QVPASSWDAREA= isn't one of them, and isn't meant to be.
 constexpr std::array<std::u16string_view, 2> sensitiveArguments = {u"QVPASSWD=", u"QVPASSWDHEX="};
 
 constexpr std::array<const char16_t*, 3> kSilentSwitches = {u"/qn", u"/q", u"/quiet"};
@@ -125,11 +127,13 @@ void ReplacePath(std::u16string& field, const std::u16string& path, std::uint32_
   RequirePath(field, line, prefix);
 }
 
+// `line` is the caller's, so that each of the refusals has a position of its own.
 [[noreturn]] void RefuseList(std::uint32_t line, oru::ResultCode rc, const char16_t* cause) {
   throw oru::CheckResultFailedException(kSourceFile, line, rc)
       << u"[correct_setup::CreateCommandMsi] " << cause;
 }
 
+// Nothing is quoted: whoever needs quotes has them in the argument.
 // A blank before each.
 std::u16string JoinArguments(ArgumentIterator first, ArgumentIterator last) {
   std::u16string joined;
@@ -247,6 +251,7 @@ void CommandUninstallMsp::SetFullPathToPackage(const std::u16string& path) {
 std::unique_ptr<ICommandMsi> CreateCommandMsi(ArgumentIterator first, ArgumentIterator last) {
   const auto count = last - first;
   if (count == 0) RefuseList(__LINE__, rcOperationInvalid, u"empty operation");
+  // Before the operation is looked at, so a lone word that is none is refused with this too.
   if (count == 1) RefuseList(__LINE__, oru::errInvalidArgument, u"not valid argument");
   const std::u16string& operation = first[0];
   if (operation == u"/installmsi") {

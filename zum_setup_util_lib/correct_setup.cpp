@@ -27,6 +27,7 @@ std::uint32_t ExecuteCorrectSetup(std::vector<std::u16string> args) {
   detail::CheckVerisignSignature(command->GetFullPathToPackage());
   detail::DisableProtectiveMeasuresUpgrade();
   const std::uint32_t exitCode = detail::LaunchMsiPackage(command->GetMsiCommandLine());
+  // Exactly 0: codes that ask for a restart count as a failure too.
   if (exitCode != 0) {
     ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::ExecuteCorrectSetup] "
                                         << "msi package exit with failed code, skip pending");

@@ -24,6 +24,7 @@ ScopedRemoveDirectory DropPackage(ICommandMsi& command) {
   // The name serves as a mask; files beside the package that it doesn't match aren't copied.
   const std::vector<FilesystemObject> objects = {{fileName, FilesystemObjectType::File}};
   ScopedRemoveDirectory directory = DropFilesystemObjects(source, target, objects);
+  // Last: a failure before it leaves the command with its old path.
   command.SetFullPathToPackage(filesystem::JoinPath(target, fileName));
   return directory;
 }
@@ -33,6 +34,7 @@ ScopedRemoveDirectory DropPackage(ICommandMsi& command) {
 ScopedRemoveDirectory DropFiles(const std::unique_ptr<ICommandMsi>& command) {
   try {
     return DropPackage(*command);
+    // The directory is gone by now: its owner went with the stage's block.
   } catch (const std::exception&) {
     FailStage("setup\t[correct_setup::detail::DropFiles] ", __LINE__, rcDropFilesFailed);
   }

@@ -24,9 +24,11 @@ namespace filesystem = product_platform::filesystem;
 
 constexpr char kSourceFile[] = "zum_setup_util_lib/dropper";
 
+// The last process that reads a copy may hold it for a moment longer.
 constexpr std::uint16_t kRepeatCount = 10;
 constexpr helpers::Milliseconds kDelay{100};
 
+// Masks and not names: a package's name with "*" in it would take more than the package.
 bool IsWanted(const FilesystemObject& object, const std::vector<FilesystemObject>& wanted) {
   return std::any_of(wanted.begin(), wanted.end(), [&](const FilesystemObject& entry) {
     return entry.m_type == object.m_type && filesystem::MatchPathMask(object.m_name, entry.m_name);
@@ -44,6 +46,7 @@ ScopedRemoveDirectory::~ScopedRemoveDirectory() {
   if (m_path.empty()) return;
   try {
     helpers::TryExecuteWithRepeat([this] { RemoveDirectoryOrThrow(m_path); }, kRepeatCount, kDelay);
+    // A destructor must not throw; the directory stays, and the run ends as it would have.
   } catch (const std::exception&) {
     (void)helpers::TraceCaughtException(
         "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] ");
@@ -55,6 +58,7 @@ void CopyFilesystemObjects(const std::u16string& from, const std::u16string& to,
   ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::CopyFilesystemObjects] "
                                       << "objects = " << TraceList{objects});
   const std::shared_ptr<IFilesystemIterator> found = CreateFilesystemIterator(from);
+  // Driven by what is there and not by the list: an entry that matches nothing isn't missed.
   while (found->MoveNext()) {
     const FilesystemObject object = found->GetCurrentObject();
     if (IsWanted(object, objects)) FileSystemActions::CopyObjectT(object, from, to);

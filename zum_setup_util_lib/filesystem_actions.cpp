@@ -46,6 +46,7 @@ void CreateDirectoryT(const std::u16string& directory) {
   }
 }
 
+// "Not there" has two codes: of the last component, and of a directory on the way to it.
 bool ExistsT(const std::u16string& path) {
   winapi::Dword attributes = 0;
   const oru::ResultCode rc = QueryFileAttributes(path, attributes);
@@ -60,6 +61,7 @@ bool IsDirectoryT(const std::u16string& path) {
   return rc == oru::sOk;
 }
 
+// Goes down the tree together with CopyDirectoryT; a search stays open at each level.
 void CopyObjectT(const FilesystemObject& object, const std::u16string& from,
                  const std::u16string& to) {
   const std::u16string source = JoinPath(from, object.m_name);
@@ -72,10 +74,12 @@ void CopyObjectT(const FilesystemObject& object, const std::u16string& from,
 }
 
 void CopyDirectoryT(const std::u16string& from, const std::u16string& to) {
+  // Before anything is made: a refused source leaves no empty directory behind.
   if (!ExistsT(from) || !IsDirectoryT(from)) {
     throw oru::CheckResultFailedException(kSourceFile, __LINE__, oru::errInvalidArgument)
         << u"arg 'from' not directory";
   }
+  // With the rights that its parent hands down, and the drop directory hands none down.
   CreateDirectoryT(to);
   const std::shared_ptr<IFilesystemIterator> objects = CreateFilesystemIterator(from);
   while (objects->MoveNext()) CopyObjectT(objects->GetCurrentObject(), from, to);

@@ -38,16 +38,20 @@ FilesystemObject MakeFilesystemObject(const FindContext* from) {
     case EntryClass::kLink:
       break;
   }
+  // Not from the iterator, which passes links over.
   throw oru::CheckResultFailedException(kSourceFile, __LINE__, oru::errInvalidType)
       << u"not supported type, for name = " << name;
 }
 
+// A directory that can't be opened and a search that breaks off look like the end. The drop of a
+// package that isn't there rests on that: it copies nothing, and fails later.
 bool FilesystemIterator::StepForward() {
   const oru::ResultCode rc =
       m_walker.Current() == nullptr ? m_walker.Open(m_from) : m_walker.Next();
   return rc == oru::sOk;
 }
 
+// Asked again by GetCurrentObject: nothing keeps a caller from asking too early or too late.
 bool FilesystemIterator::IsAcceptable() const {
   if (!m_walker.IsValid()) return false;
   const FindContext& current = *m_walker.Current();

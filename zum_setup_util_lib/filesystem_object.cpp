@@ -5,6 +5,7 @@
 namespace correct_setup {
 
 oru::TraceStream& operator<<(oru::TraceStream& stream, const FilesystemObject& object) {
+  // Without a default, so that the compiler tells of a kind that is missing.
   switch (object.m_type) {
     case FilesystemObjectType::File:
       stream << "file:";

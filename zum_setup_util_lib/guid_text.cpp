@@ -8,6 +8,7 @@
 namespace correct_setup::helpers {
 
 std::u16string FormatGuidText(const winapi::Guid& guid) {
+  // Spelled out: the system's own text has the first three groups swapped.
   constexpr std::u16string_view digits = u"0123456789ABCDEF";
   std::array<std::uint8_t, sizeof(winapi::Guid)> bytes{};
   std::memcpy(bytes.data(), &guid, bytes.size());

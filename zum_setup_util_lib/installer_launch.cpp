@@ -37,6 +37,7 @@ struct StartedProcess {
   winapi::Dword id = 0;
 };
 
+// The expression is the call as the trace has always shown it, not as it stands here.
 [[noreturn]] void ThrowCreateFailure(winapi::Error error) {
   throw windows_helpers::WindowsErrorException(
       error,
@@ -53,6 +54,7 @@ void StartProcess(const std::u16string& applicationName, const std::u16string& c
   startup.cb = winapi::kStartupInfoSize;
   winapi::ProcessInformation information{};
   std::optional<std::vector<char16_t>> writable;
+  // None rather than an empty one: the system then takes the program's path for its command line.
   if (!commandLine.empty()) writable = MakeVector(commandLine);
   const winapi::Bool created =
       winapi::CreateProcessW(applicationName.c_str(), writable ? writable->data() : nullptr,
@@ -66,6 +68,7 @@ void StartProcess(const std::u16string& applicationName, const std::u16string& c
   }
   if (created == 0) ThrowCreateFailure(winapi::GetLastError());
   started.process.Attach(information.hProcess);
+  // The thread's handle isn't needed, but it is ours to close.
   started.thread.Attach(information.hThread);
   started.id = information.dwProcessId;
 }
@@ -89,6 +92,8 @@ std::vector<char16_t> MakeVector(const std::u16string& text) {
   return {text.c_str(), text.c_str() + text.size() + 1};
 }
 
+// Neither PATH nor the registry is asked: this process may run with rights that the one who could
+// change those lacks.
 oru::String16 GetMsiexecPath() {
   return oru::String16(product_platform::filesystem::JoinPath(
       product_platform::windows::detail::GetSystemFilesDirectory(), u"msiexec.exe"));
@@ -115,6 +120,7 @@ std::uint32_t LaunchMsiPackage(const std::u16string& commandLine) {
   oru::TraceScope scope;
   ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo,
                   u"setup\t[correct_setup::detail::LaunchMsiPackage] ");
+  // What the installer ends with is no failure of this stage, so no code reaches the handler.
   try {
     const oru::String16 path = GetMsiexecPath();
     return CreateProcessAndWait(std::u16string(path.view()), commandLine);

@@ -31,6 +31,7 @@ constexpr char16_t kPendingRenames[] = u"PendingFileRenameOperations";
 
 constexpr winapi::Dword kAccess = winapi::kKeyRead | winapi::kKeyWrite | winapi::kKeyWow6464Key;
 
+// Some 30 seconds: others write this list too while an installation ends.
 constexpr std::uint16_t kRepeatCount = 300;
 constexpr helpers::Milliseconds kDelay{100};
 
@@ -105,6 +106,7 @@ void CorrectPendingOperations() {
   char16_t description[] = u"CorrectPendingOperations";  // the system's call may write into it
   transaction.Attach(windows_helpers::CreateTransaction(description));
   RegKey key;
+  // Nothing to correct, or no right to: a success without a word either way, and no repeat.
   if (windows_helpers::OpenKeyTransacted(key, transaction, winapi::HkeyLocalMachine(),
                                          kSessionManagerKey, kAccess) != winapi::kErrorSuccess) {
     return;
@@ -114,6 +116,8 @@ void CorrectPendingOperations() {
       winapi::kErrorSuccess) {
     return;
   }
+  // An unchanged list isn't written back: one that was read without its last empty string isn't cut
+  // by a run that has nothing to do.
   const List newList = RewritePendingList(oldList);
   if (newList == oldList) {
     ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CorrectPendingOperations] "

@@ -50,6 +50,7 @@ std::vector<std::u16string> EnumerateSubKeys(const char16_t* path) {
     throw MakeWin32CheckFailure(kStageSourceFile, __LINE__, error);
   }
   std::vector<std::u16string> names;
+  // One character more than is told, all zero: the text ends whatever the system leaves.
   std::vector<char16_t> name(kNameCapacity + 1);
   for (winapi::Dword index = 0; winapi::RegEnumKeyW(key.GetValue(), index, name.data(),
                                                     kNameCapacity) == winapi::kErrorSuccess;
@@ -59,6 +60,7 @@ std::vector<std::u16string> EnumerateSubKeys(const char16_t* path) {
   return names;
 }
 
+// With the right to write at once: what may not be changed isn't looked at either.
 // False when the key can't be opened.
 bool OpenProductKey(RegKey& key, const char16_t* products, const std::u16string& product,
                     const char16_t* subKey) {
@@ -107,6 +109,7 @@ void RestorePackageName(const RegKey& key, const std::u16string& product) {
   }
 }
 
+// The second key is looked at only where the first could be opened: settled so.
 void RewriteProduct(const std::u16string& product) {
   RegKey installProperties;
   if (!OpenProductKey(installProperties, kProductsUserDataKey, product, u"InstallProperties")) {
@@ -126,6 +129,7 @@ void DisableProtectiveMeasuresUpgrade() {
   ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo,
                   u"setup\t[correct_setup::detail::DisableProtectiveMeasuresUpgrade] ");
   try {
+    // Every subkey counts as a product, whatever its name; the marked values decide.
     for (const std::u16string& product : EnumerateSubKeys(kProductsUserDataKey)) {
       RewriteProduct(product);
     }

@@ -14,6 +14,7 @@ namespace {
 // The longest sleep of one call: the next number up means for ever.
 constexpr std::int64_t kLongestSleep = winapi::kInfinite - 1;
 
+// The system's call takes 32 bits, the delay has 64.
 void SleepFor(const Milliseconds& delay) noexcept {
   for (std::int64_t left = delay.count(); left > 0;) {
     const std::int64_t part = std::min(left, kLongestSleep);
@@ -45,6 +46,7 @@ void TryExecuteWithRepeat(void (*run)(void* action), void* action, std::uint16_t
                           const Milliseconds& delay) {
   std::uint16_t counter = 0;
   while (!RunOnce(run, action, repeatCount, counter)) {
+    // Behind the handler: the exception is gone before anybody sleeps.
     SleepFor(delay);
     ORU_TRACE(oru::kTraceLevelInfo,
               "setup\t[correct_setup::helpers::TryExecuteWithRepeat] try repeat execution: count "

@@ -23,6 +23,7 @@ using Buffer = std::vector<std::uint8_t>;
 // The stated position: this is one of the file system actions, whichever file it stands in.
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
 
+// The texts are the calls as the trace has always shown them, not as they stand here.
 // Throws the last error with the text of the call that set it.
 void Require(bool succeeded, std::uint32_t line, const char* expression) {
   if (succeeded) return;
@@ -37,8 +38,11 @@ void Require(winapi::Bool succeeded, std::uint32_t line, const char* expression)
 // Sizes of access lists are multiples of 4 bytes.
 constexpr winapi::Dword RoundUp(winapi::Dword n) { return ((n - 1) | 3) + 1; }
 
+// The buffer of a vector of bytes is aligned for anything, and the list's functions write into it.
 winapi::Acl* AsAcl(Buffer& buffer) { return reinterpret_cast<winapi::Acl*>(buffer.data()); }
 
+// A copy, since a buffer of bytes may not be read as another type. A buffer that came out shorter
+// than the head leaves zeros.
 template <typename Head>
 Head HeadOf(const Buffer& buffer) {
   Head head{};
@@ -76,6 +80,7 @@ void ReadUser(winapi::Handle token, TokenFacts& facts) {
           "processUserSidSize, &processUserSidSize)");
 }
 
+// A system before labels has none, and so has a token that was made without; neither is a failure.
 void ReadLabel(winapi::Handle token, TokenFacts& facts) {
   winapi::Dword size = AskSize(token, winapi::kTokenIntegrityLevelClass);
   if (size == 0) return;
@@ -96,6 +101,7 @@ TokenFacts ReadToken(const windows_helpers::KernelHandle& token) {
 }
 
 Buffer BuildDacl(const TokenFacts& facts) {
+  // S-1-5-18: 8 bytes and one number of 4.
   std::array<std::uint8_t, 12> systemSid{};
   winapi::Dword usedBytesForSystemSid = systemSid.size();
   Require(winapi::CreateWellKnownSid(winapi::kWinLocalSystemSid, nullptr, systemSid.data(),
@@ -104,6 +110,7 @@ Buffer BuildDacl(const TokenFacts& facts) {
           "CreateWellKnownSid(WinLocalSystemSid, nullptr, &systemSid, &usedBytesForSystemSid)");
   const winapi::Dword systemSidSize = winapi::GetLengthSid(systemSid.data());
   const winapi::Dword userSidSize = winapi::GetLengthSid(facts.UserSid());
+  // 8 bytes of head and 8 before each identifier would do; what is left over stays zero.
   const winapi::Dword daclSize = RoundUp(32 + systemSidSize + userSidSize);
   Buffer dacl(daclSize);
   Require(winapi::InitializeAcl(AsAcl(dacl), daclSize, winapi::kAclRevision), __LINE__,
@@ -123,6 +130,7 @@ Buffer BuildSacl(const TokenFacts& facts) {
   const auto fnAddMandatoryAce = reinterpret_cast<winapi::AddMandatoryAceFunction>(
       winapi::GetProcAddress(winapi::GetModuleHandleA("advapi32"), "AddMandatoryAce"));
   Require(fnAddMandatoryAce != nullptr, __LINE__, "fnAddMandatoryAce");
+  // 8 of head and 8 before the identifier.
   const winapi::Dword saclSize = RoundUp(16 + winapi::GetLengthSid(facts.LabelSid()));
   Buffer sacl(saclSize);
   Require(winapi::InitializeAcl(AsAcl(sacl), saclSize, winapi::kAclRevision), __LINE__,
@@ -134,6 +142,8 @@ Buffer BuildSacl(const TokenFacts& facts) {
   return sacl;
 }
 
+// The descriptor goes along with the creation: there is no moment at which the directory is open to
+// others.
 void CreateWithDescriptor(const std::u16string& directory, Buffer& dacl, Buffer& sacl) {
   winapi::SecurityDescriptor securityDescriptor{};
   Require(winapi::InitializeSecurityDescriptor(&securityDescriptor,

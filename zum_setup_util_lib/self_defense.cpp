@@ -20,9 +20,11 @@ namespace filesystem = product_platform::filesystem;
 // Fixed: neither the environment nor the registry is asked for it.
 constexpr char16_t kProductDataPath[] = u"c:\\ProgramData\\Quorvanta\\ZUM\\Data";
 
+// Some 10 seconds for a defence that is being switched off.
 constexpr std::uint16_t kRepeatCount = 100;
 constexpr helpers::Milliseconds kDelay{100};
 
+// Asked once: a directory that isn't there won't come by waiting.
 void RequireDataDirectory() {
   const std::u16string path = kProductDataPath;
   if (filesystem::TestDirectory(path) == oru::sOk) return;

@@ -7,12 +7,16 @@
 namespace correct_setup::helpers {
 namespace {
 
+// A key also matches at the end of a longer word. The value ends at a quote, so one that begins
+// with a quote is empty to this pattern and stays readable.
 constexpr std::u16string_view kPattern = uR"((QVPASSWD|QVPASSWDHEX)=([^\s'"]*))";
 constexpr std::u16string_view kReplacement = u"$1=<sensitive data was hidden>";
 
+// In place of the whole text: where masking fails, nothing of it may be shown.
 std::u16string DescribeError(const std::regex_error& error) {
   std::u16string text = u"<regex_error caught: ";
   for (const char* c = error.what(); *c != '\0'; ++c) {
+    // The library's texts are ASCII.
     text.push_back(static_cast<unsigned char>(*c));
   }
   return text + u">";

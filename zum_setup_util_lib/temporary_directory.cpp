@@ -12,6 +12,8 @@ constexpr char kSourceFile[] = "zum_setup_util_lib/helpers";
 
 }  // namespace
 
+// The system goes by TMP, TEMP and the user's profile, whoever may write there: what is put below
+// it needs a directory of its own.
 std::u16string GetTempDirectory() {
   std::u16string directory;
   const oru::ResultCode rc = product_platform::filesystem::CallWithGrowingBuffer(

@@ -26,6 +26,7 @@ oru::ResultCode AppendUniqueName(std::u16string_view prefix, std::u16string& pat
   if (path.empty()) path = GetTempDirectory();
   if (path.size() > kLongestPath) return oru::errBufferTooSmall;
   const oru::ResultCode rc = filesystem::TestDirectory(path);
+  // A link to a directory is none here: who made it chose where the file would go.
   if (rc == oru::sFalse || rc == oru::errFileNotFound) return oru::errPathNotFound;
   if (ORU_FAILED(rc)) return rc;
   const std::u16string name = std::u16string(prefix) + FormatGuidText(NewGuid());
@@ -45,14 +46,17 @@ oru::ResultCode MakeUniqueFileName(std::u16string_view prefix, std::u16string& p
 
 oru::ResultCode CreateTemporaryFile(std::u16string_view prefix, std::u16string& path) noexcept {
   if (const oru::ResultCode rc = MakeUniqueFileName(prefix, path); ORU_FAILED(rc)) return rc;
+  // No access is asked for: the file is only to be made, and never where one of that name is.
   const winapi::Handle file = winapi::CreateFileW(path.c_str(), /*access=*/0, /*share=*/0,
                                                   /*security=*/nullptr, winapi::kCreateNew,
                                                   /*flags=*/0, /*templateFile=*/nullptr);
   if (file == winapi::InvalidHandleValue()) {
+    // Before the report, which runs foreign code.
     const winapi::Error error = winapi::GetLastError();
     ORU_CHECK_TEXT(false, "!\"Can't create a temporary file\"");
     return oru::Win32ErrorToResult(error);
   }
+  // What becomes of the close doesn't matter: the file is there.
   winapi::CloseHandle(file);
   return oru::sOk;
 }

@@ -30,6 +30,7 @@ constexpr ResultText kTexts[] = {
      "Error in syntax guid (format guid {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX})"},
 };
 
+// Ten entries, asked for once in a run: searched from the front.
 std::string_view FindToolText(oru::ResultCode rc) noexcept {
   const ResultText* const found = std::ranges::find(kTexts, rc, &ResultText::code);
   return found != std::end(kTexts) ? found->text : "Unknown result code";
@@ -38,6 +39,8 @@ std::string_view FindToolText(oru::ResultCode rc) noexcept {
 }  // namespace
 
 oru::String16 GetResultText(oru::ResultCode rc) {
+  // The facility leaves the severity out, the table goes by all 32 bits: a success of the tool's
+  // facility is unknown and not somebody else's.
   if (ORU_GET_RESULT_FACILITY(rc) != ToolResultFacility) return oru::GetFrameworkResultText(rc);
   oru::String16 text;
   oru::ThrowOnConversionFailure(oru::AnsiToUtf16(FindToolText(rc), text));

@@ -4,6 +4,7 @@
 
 namespace correct_setup {
 
+// One stage by itself: there is no package to check and no installer to wait for.
 void Unblock() { detail::DisableProtectiveMeasuresUpgrade(); }
 
 }  // namespace correct_setup

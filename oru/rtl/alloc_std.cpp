@@ -4,6 +4,7 @@
 
 namespace oru {
 
+// No one asks for 0 bytes, which malloc may answer with null.
 void* AllocStd::Alloc(std::size_t size) noexcept { return std::malloc(size); }
 
 void* AllocStd::Realloc(void* pointer, std::size_t size) noexcept {

@@ -15,10 +15,12 @@ void* abi_v2_allocator::allocate(std::size_t bytes, std::size_t alignment) noexc
   ORU_CHECK(alignment <= alignof(oru_std::max_align_t));
   void* const ptr =
       m_allocator ? m_allocator->Alloc(bytes) : default_heap_resource::allocate(bytes, alignment);
+  // No memory is null, which is aligned to everything.
   ORU_CHECK(math::is_aligned(ptr, alignment));
   return ptr;
 }
 
+// An IAllocator isn't told the numbers; the heap checks them.
 void abi_v2_allocator::deallocate(void* pointer, std::size_t bytes,
                                   std::size_t alignment) noexcept {
   if (m_allocator) {

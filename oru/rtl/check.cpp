@@ -3,10 +3,13 @@
 namespace oru {
 
 void FailCheck(CheckCounter& counter, const char* text) noexcept {
+  // Counted on even when nothing is raised. At 2^32 failures the counter is back at 0, and the next
+  // one raises once more.
   if (counter.fetch_add(1) == 0) FailedAssertion(text);
 }
 
 void FailedAssertion(const char* text) noexcept {
+  // Only the address crosses: whoever handles the report reads the text in this process.
   const std::uintptr_t parameters[] = {reinterpret_cast<std::uintptr_t>(text)};
   winapi::RaiseException(kAssertionExceptionCode, /*flags=*/0, /*count=*/1, parameters);
 }

@@ -15,6 +15,7 @@ namespace {
 // one.
 constexpr std::uint32_t kLongMark = 0x80000000;
 
+// Without data; an object is only needed since the helpers take one.
 CompactString::allocator_type allocator;
 
 }  // namespace
@@ -46,6 +47,8 @@ CompactString& CompactString::operator=(CompactString&& other) noexcept {
 
 CompactString::~CompactString() { FreeBlock(); }
 
+// The words of the long form go in and out by memcpy, since the same bytes are characters in the
+// short one.
 const char* CompactString::data() const noexcept {
   if (!IsLong()) return reinterpret_cast<const char*>(m_bytes);
   const char* block = nullptr;
@@ -61,6 +64,7 @@ char* CompactString::data() noexcept {
 }
 
 auto CompactString::size() const noexcept -> size_type {
+  // What is missing to 11 and not the size: a text of 11 then has its terminator in this byte.
   if (!IsLong()) return min_capacity() - m_bytes[kBytes - 1];
   size_type size = 0;
   std::memcpy(&size, m_bytes + kSizeOffset, sizeof(size));
@@ -84,6 +88,7 @@ CompactString& CompactString::append(std::string_view text) {
   return *this = std::move(grown);
 }
 
+// The old text isn't taken along by a growth, since all of it is to be overwritten.
 char* CompactString::resize_for_overwrite(size_type n) {
   if (n > capacity_without_null_char()) *this = EmptyWithPlaceFor(n);
   SetSize(n);
@@ -102,6 +107,7 @@ auto CompactString::capacity_without_null_char() const noexcept -> size_type {
 }
 
 void CompactString::MakeShort() noexcept {
+  // Before the size is set, which goes by the form that this byte tells.
   m_bytes[kBytes - 1] = min_capacity();
   SetSize(0);
 }

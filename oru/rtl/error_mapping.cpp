@@ -96,6 +96,7 @@ ResultCode Win32ErrorToResult(std::uint32_t error) noexcept {
   if (const Mapping* found = Find(std::begin(kWin32Errors), std::end(kWin32Errors), error)) {
     return MakeResultCode(found->result);
   }
+  // So an error that the table doesn't know still shows its number.
   if (error < 0x10000) return MakeResultCode(error | 0x80070000);
   // Settled so: what is neither an error number nor a failure counts as a success.
   if (!ORU_FAILED(MakeResultCode(error))) return sOk;

@@ -41,6 +41,8 @@ ResultCode ReportForeignException() noexcept {
 ResultCode CodeOf(const ResultCodeException& exception) noexcept {
   const ResultCode result = exception.Code();
   ORU_CHECK(result != oru::sOk);
+  // Only 0 is caught: another value without the top bit leaves as it is, though it reads as a
+  // success.
   return result != sOk ? result : errUnexpected;
 }
 
@@ -55,7 +57,10 @@ void TraceException(ITracer* tracer, std::uint32_t level, const char* prefix,
 }
 
 ResultCode ExceptionGuard(ITracer* tracer, std::uint32_t level, const char* prefix) noexcept {
+  // Whoever handles the exception may still want the error of the call that failed, and tracing
+  // makes calls that set it.
   const LastErrorKeeper keeper;
+  // A rethrow of nothing would end the process.
   if (std::current_exception() == nullptr) return ReportForeignException();
   try {
     throw;
@@ -68,12 +73,14 @@ ResultCode ExceptionGuard(ITracer* tracer, std::uint32_t level, const char* pref
   } catch (const std::bad_alloc& exception) {
     TraceException(tracer, level, prefix, exception);
     return errOutOfMemory;
+    // A text or list beyond its greatest length is a lack of memory to whoever asked for it.
   } catch (const std::length_error& exception) {
     TraceException(tracer, level, prefix, exception);
     return errOutOfMemory;
   } catch (const std::exception& exception) {
     TraceException(tracer, level, prefix, exception);
     return errUnknownException;
+    // Nothing can be said of it, so there is no record; the check tells of it.
   } catch (...) {
     return ReportForeignException();
   }

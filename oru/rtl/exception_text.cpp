@@ -19,6 +19,7 @@ bool GetLinkText(const Exception& link, String8& text) noexcept {
 
 }  // namespace
 
+// The blank at the end is part of the text. A null file inserts nothing, the rest stays.
 String16 GetDisplayText(const Exception& exception) {
   String16 text;
   text << exception.what() << u" - " << exception.GetDescription() << u". At " << exception.File()
@@ -27,6 +28,8 @@ String16 GetDisplayText(const Exception& exception) {
 }
 
 TraceStream& operator<<(TraceStream& stream, const Exception& exception) noexcept {
+  // By a loop, since a chain may have any depth. Each link has a text of its own: one that can't be
+  // made costs no other.
   for (const Exception* link = &exception; link != nullptr; link = link->Inner()) {
     if (link != &exception) stream << ";";
     String8 text;

@@ -20,6 +20,7 @@ class PaddedSink {
     if (detail::EncodeAnsi(codePoint, units) != 1) return std::nullopt;
     return units[0];
   }
+  // A stream has no room to be made.
   void Reserve(std::size_t) noexcept {}
   void PutFill(std::uint32_t n, char fill) {
     for (; n != 0; --n) m_stream.put(fill);
@@ -32,6 +33,7 @@ class PaddedSink {
   std::ostream& m_stream;
 };
 
+// Converted whole before the first byte is written, so a text that can't be leaves no half of it.
 CompactString ConvertForHost(std::u16string_view text) {
   CompactString bytes;
   ThrowOnConversionFailure(Utf16ToAnsi(text, bytes));
@@ -46,6 +48,7 @@ std::ostream& WriteNumber(std::ostream& stream, const Formatted<T>& value) {
 
 }  // namespace
 
+// A stream that has failed takes nothing and doesn't say so: the count is that of the text.
 std::size_t WriteFormatted(std::ostream& stream, std::string_view text, const FormatSpec& spec) {
   return PutPadded(PaddedSink(stream), spec, std::string_view(), text);
 }

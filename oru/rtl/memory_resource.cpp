@@ -7,6 +7,7 @@ namespace oru::memory {
 namespace windows {
 namespace {
 
+// Asked for at each use: the handle is the system's to keep, and a missing one is to be seen.
 winapi::Heap ProcessHeap() noexcept {
   const winapi::Heap heap = winapi::GetProcessHeap();
   ORU_CHECK_RESULT(heap != nullptr);
@@ -19,6 +20,7 @@ void* default_heap_resource::allocate(std::size_t bytes, std::size_t alignment) 
   ORU_CHECK(bytes != 0);
   ORU_CHECK(alignment != 0);
   ORU_CHECK_RESULT(alignment <= alignof(oru_std::max_align_t));
+  // None of the checks keeps the call from being made; what comes of it is the heap's to say.
   void* const ptr = winapi::HeapAlloc(ProcessHeap(), /*flags=*/0, bytes);
   ORU_CHECK(math::is_aligned(ptr, alignment));
   return ptr;
@@ -35,6 +37,7 @@ void default_heap_resource::deallocate(void* ptr, [[maybe_unused]] std::size_t b
 
 }  // namespace windows
 
+// Stands ready for other modules, which know memory by this interface; nothing here calls it.
 using ProcessHeapResource = type_erased_memory_resource<abi_v2_allocator, 0x91D3C6E2>;
 
 constinit const ProcessHeapResource ProcessHeapResource::instance;
@@ -48,6 +51,7 @@ void ProcessHeapResource::deallocate(void* ptr, std::size_t bytes,
   windows::default_heap_resource::deallocate(ptr, bytes, alignment);
 }
 
+// There is one heap, so any two are the same.
 bool ProcessHeapResource::is_equal(const polymorphic_memory_resource&) const noexcept {
   return true;
 }

@@ -10,6 +10,7 @@ constexpr std::int32_t kMaxBase = 39;
 // Base 39 is admitted though there are 36 digits; the three missing ones have a place of their own.
 constexpr char kDigits[kMaxBase + 1] = "0123456789abcdefghijklmnopqrstuvwxyz???";
 
+// Settled so: a negative base is the greatest one to the 64-bit forms and no base to the narrower.
 template <typename T>
 unsigned EffectiveBase(std::int32_t base) noexcept {
   const bool negativeIsMost = sizeof(T) == sizeof(std::int64_t);
@@ -29,8 +30,10 @@ NumberText MakeText(T value, const FormatSpec& spec) noexcept {
   std::uint64_t rest = static_cast<Pattern>(value);
   NumberText text;
   if (std::numeric_limits<T>::is_signed && value < 0 && base == 10) {
+    // As unsigned, since the magnitude of the smallest number has no signed form.
     rest = static_cast<Pattern>(0 - rest);
     text.SetPrefix("-");
+    // So a negative number in base 16 or 8 has its base shown: there it is an unsigned pattern.
   } else if (spec.showBase) {
     text.SetPrefix(BasePrefix(base));
   }
@@ -64,6 +67,7 @@ NumberText MakeNumberText(std::uint64_t value, const FormatSpec& spec) noexcept 
 
 Padding PaddingFor(const FormatSpec& spec, std::size_t length) noexcept {
   if (spec.width <= 0 || static_cast<std::size_t>(spec.width) <= length) return {};
+  // A difference of two lengths; the width is at most 2^31, so it fits.
   const auto missing = static_cast<std::uint32_t>(static_cast<std::size_t>(spec.width) - length);
   if (spec.alignment < 0) return {.behind = missing};
   if (spec.alignment == 0) return {.between = missing};

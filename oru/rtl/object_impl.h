@@ -69,6 +69,7 @@ namespace detail {
 template <typename T>
 class ObjectModuleAutoLockTyped {
  public:
+  // The one view of the counters, for tests: nothing of the program reads them.
   [[nodiscard]] static std::int32_t LiveCount() noexcept { return counter.load(); }
 
  protected:

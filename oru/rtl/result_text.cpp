@@ -119,6 +119,8 @@ std::string_view Find(const ResultText* first, const ResultText* last, ResultCod
 
 }  // namespace
 
+// The facility is asked of the code, severity left out, so a success of the facility is looked up
+// too and found unknown but for 0 and 1.
 std::string_view GetRtlResultText(ResultCode rc) noexcept {
   ORU_CHECK(ORU_GET_RESULT_FACILITY(rc) == result_facility::facRtl);
   return Find(std::begin(kRtlTexts), std::end(kRtlTexts), rc);
@@ -135,11 +137,13 @@ std::string_view LookupResultText(ResultCode rc) noexcept {
       return GetRtlResultText(rc);
     case result_facility::facSystem:
       return GetSystemResultText(rc);
+    // The codes of Windows errors without a row of their own, 0x8007xxxx, and those of the tool.
     default:
       return kUnknown;
   }
 }
 
+// Every text is ASCII, so only a lack of memory can throw here.
 String16 GetFrameworkResultText(ResultCode rc) {
   String16 text;
   ThrowOnConversionFailure(AnsiToUtf16(LookupResultText(rc), text));

@@ -4,6 +4,7 @@
 
 namespace oru {
 
+// The only two kinds of text there are: what uses them needn't compile the members.
 template class block_keeper<char>;
 template class block_keeper<char16_t>;
 template class basic_string_t<char>;

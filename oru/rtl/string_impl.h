@@ -48,10 +48,13 @@ basic_string_t<CharT>::basic_string_t(const abi_v2_allocator& allocator) noexcep
 template <typename CharT>
 basic_string_t<CharT>::basic_string_t(const CharT* text) : basic_string_t(ViewOf(text)) {}
 
+// A text that is made whole isn't expected to grow, so its block is exact; only growth doubles.
 template <typename CharT>
 basic_string_t<CharT>::basic_string_t(const CharT* first, size_type count,
                                       const abi_v2_allocator& allocator)
     : basic_string_t(allocator) {
+  // With the terminator the characters couldn't be counted in 32 bits. Shorter texts that are too
+  // long are found by the block's making.
   if (count == 0xFFFFFFFF) throw std::length_error("oru::basic_string_t constructor");
   if (count > inline_capacity) MoveToBlock(count, 0, nullptr);
   append(first, count);
@@ -73,6 +76,7 @@ basic_string_t<CharT>::basic_string_t(basic_string_t&& other) noexcept
 
 template <typename CharT>
 basic_string_t<CharT>& basic_string_t<CharT>::operator=(const basic_string_t& other) {
+  // Copies keep to the own allocator; the constructor above takes the other's.
   if (this != &other) assign(other.m_data, other.m_size);
   return *this;
 }
@@ -81,6 +85,7 @@ template <typename CharT>
 basic_string_t<CharT>& basic_string_t<CharT>::operator=(basic_string_t&& other) noexcept {
   if (this != &other) {
     FreeBlock();
+    // Block and allocator belong together: what one has given only it takes back.
     m_allocator = other.m_allocator;
     TakeText(other);
   }
@@ -108,6 +113,8 @@ basic_string_t<CharT>& basic_string_t<CharT>::append(const CharT* first, size_ty
   if (first == nullptr || n == 0) return *this;
   block_keeper<CharT> keeper;
   reserve_extra(n, &keeper);
+  // Moved, not copied: a source of this string may take in the terminator, which lies where the
+  // copy begins.
   traits::move(m_data + m_size, first, n);
   SetSize(m_size + n);
   return *this;
@@ -136,6 +143,7 @@ basic_string_t<CharT>& basic_string_t<CharT>::assign(const CharT* first, size_ty
   ORU_CHECK((first != nullptr) || (n == 0));
   if (first == nullptr) n = 0;
   block_keeper<CharT> keeper;
+  // Nothing of the old text is kept by a growth, so the source may have to come out of the keeper.
   ReserveBehind(0, n, &keeper);
   if (n != 0) traits::move(m_data, first, n);
   SetSize(n);
@@ -154,6 +162,7 @@ basic_string_t<CharT>& basic_string_t<CharT>::insert(size_type pos, const CharT*
   if (n > max_size() - m_size) throw std::length_error("oru::basic_string_t::insert");
   ORU_CHECK((first != nullptr) || (n == 0));
   if (first == nullptr || n == 0) return *this;
+  // A keeper doesn't serve here: within the capacity the gap moves the source where it stands.
   if (Overlaps(first, n)) {
     const basic_string_t source(first, n, m_allocator);
     resize_extra_at(n, pos, 0);
@@ -194,7 +203,9 @@ void basic_string_t<CharT>::resize_extra_at(size_type n, size_type pos, size_typ
   if (n <= m_capacity - kept) {
     traits::move(m_data + pos + n, tail, behind);
   } else {
+    // Unlike the growth at the end this one isn't reported.
     if (n >= max_size() - kept) throw std::length_error("oru::basic_string_t::resize_extra_at");
+    // Head and tail go to their places at once; through reserve_extra the tail would move twice.
     const size_type capacity = GrownCapacity(kept, n);
     CharT* const block = AllocateBlock(capacity);
     traits::copy(block, m_data, pos);
@@ -251,6 +262,7 @@ void basic_string_t<CharT>::FreeBlock() noexcept {
 template <typename CharT>
 void basic_string_t<CharT>::ReplaceBlock(CharT* block, size_type capacity,
                                          block_keeper<CharT>* keeper) noexcept {
+  // A text in line stays readable where it is, so it leaves nothing to keep.
   if (keeper != nullptr && !IsInline()) {
     keeper->Keep(m_allocator, m_data, m_capacity);
   } else {
@@ -276,6 +288,7 @@ template <typename CharT>
 void basic_string_t<CharT>::ReserveBehind(size_type kept, size_type n,
                                           block_keeper<CharT>* keeper) {
   if (n <= m_capacity - kept) return;
+  // The two names are part of the check's text.
   const size_type to_add = n;
   const size_type size_now = kept;
   ORU_CHECK(to_add < max_size() - size_now);
@@ -304,6 +317,7 @@ void basic_string_t<CharT>::TakeText(basic_string_t& other) noexcept {
     m_data = other.m_data;
     m_size = other.m_size;
     m_capacity = other.m_capacity;
+    // Emptied without a release: the block has a new owner.
     other.UseInline();
   }
 }

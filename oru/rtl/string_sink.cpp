@@ -17,6 +17,7 @@ class PaddedSink {
     if (codePoint >= 0x10000) return std::nullopt;
     return static_cast<char16_t>(codePoint);
   }
+  // What doesn't fit 32 bits becomes a number that no string has place for, and throws.
   void Reserve(std::size_t n) {
     m_target.reserve_extra(static_cast<std::uint32_t>(std::min<std::uint64_t>(n, 0xFFFFFFFF)));
   }
@@ -66,6 +67,7 @@ String16& operator<<(String16& sink, std::int32_t value) { return AppendDecimal(
 String16& operator<<(String16& sink, std::uint32_t value) { return AppendDecimal(sink, value); }
 String16& operator<<(String16& sink, std::int64_t value) { return AppendDecimal(sink, value); }
 String16& operator<<(String16& sink, std::uint64_t value) { return AppendDecimal(sink, value); }
+// In one piece: what throws has to leave the string as it was, so all place is made first.
 String16& operator<<(String16& sink, ResultCodeText code) {
   sink.reserve_extra(2 + static_cast<std::uint32_t>(kResultCodeDigits.width));
   return sink << u"0x" << Format(static_cast<std::uint32_t>(code.code), kResultCodeDigits);
@@ -76,6 +78,8 @@ String16& operator<<(String16& sink, const Formatted<const char16_t*>& text) {
   return sink;
 }
 String16& operator<<(String16& sink, const Formatted<const char*>& text) {
+  // Converted apart: the padding goes by the length that comes out, which may end early. With the
+  // sink's own allocator, whose memory the caller has chosen.
   String16 wide(sink.get_allocator());
   detail::AppendWidened(wide, LimitedText(text.value, text.spec.limit), detail::DecodeAnsi);
   AppendFormatted(sink, wide.view(), text.spec);

@@ -19,6 +19,7 @@ char Continuation(std::uint32_t codePoint, unsigned shift) noexcept {
 
 }  // namespace
 
+// Never fails: Windows lets a file's name hold half a pair, and such a name must still be shown.
 std::uint32_t DecodeUtf16(const char16_t*& first, const char16_t* last) noexcept {
   const std::uint32_t unit = *first++;
   if (!IsHighSurrogate(unit) || first == last || !IsLowSurrogate(*first)) return unit;
@@ -26,6 +27,8 @@ std::uint32_t DecodeUtf16(const char16_t*& first, const char16_t* last) noexcept
   return (unit - 0xD800) * 1024 + (low - 0xDC00) + 0x10000;
 }
 
+// The numbers of surrogates aren't kept out, so half a pair gets three bytes of its own. Strict
+// readers of UTF-8 refuse those; refusing them here would lose the whole text.
 unsigned EncodeUtf8(std::uint32_t codePoint, char (&bytes)[4]) noexcept {
   if (codePoint < 0x80) {
     bytes[0] = static_cast<char>(codePoint);
@@ -42,6 +45,7 @@ unsigned EncodeUtf8(std::uint32_t codePoint, char (&bytes)[4]) noexcept {
     bytes[2] = Continuation(codePoint, 0);
     return 3;
   }
+  // No pair stands for such a number, so only a decoder other than DecodeUtf16 can bring one here.
   if (codePoint >= 0x110000) return 0;
   bytes[0] = static_cast<char>(0xF0 | (codePoint >> 18));
   bytes[1] = Continuation(codePoint, 12);
@@ -52,6 +56,7 @@ unsigned EncodeUtf8(std::uint32_t codePoint, char (&bytes)[4]) noexcept {
 
 namespace detail {
 
+// DecodeUtf16 in the form of the algorithm, whose decoders may fail.
 bool DecodeWide(const char16_t*& first, const char16_t* last, std::uint32_t& codePoint) noexcept {
   codePoint = DecodeUtf16(first, last);
   return true;
@@ -61,12 +66,15 @@ bool DecodeAnsi(const char*& first, const char* last, std::uint32_t& codePoint) 
   char32_t character = 0;
   const int used =
       winapi::MultibyteToCharacter(first, static_cast<std::size_t>(last - first), &character);
+  // Bytes that stand for nothing and a character whose end is missing are one failure: no further
+  // byte comes that could complete it.
   if (used < 0) return false;
   first += used == 0 ? 1 : used;  // a zero byte is a character too
   codePoint = character;
   return true;
 }
 
+// EncodeUtf8 in the form of the algorithm, whose encoders have room for what the C library asks.
 unsigned EncodeUtf8Units(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept {
   char bytes[4];
   const unsigned n = EncodeUtf8(codePoint, bytes);
@@ -74,6 +82,7 @@ unsigned EncodeUtf8Units(std::uint32_t codePoint, char (&units)[kMaxUnits]) noex
   return n;
 }
 
+// For the trace, where a text with a mark in it is worth more than none.
 unsigned EncodeUtf8OrMark(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept {
   const unsigned n = EncodeUtf8Units(codePoint, units);
   if (n != 0) return n;
@@ -81,11 +90,14 @@ unsigned EncodeUtf8OrMark(std::uint32_t codePoint, char (&units)[kMaxUnits]) noe
   return 1;
 }
 
+// The low 16 bits only: a code point from 0x10000 up isn't refused for its size but taken for
+// another one, U+10041 for "A" and U+10000 for the zero character.
 unsigned EncodeAnsi(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept {
   const int n = winapi::CharacterToMultibyte(static_cast<char16_t>(codePoint & 0xFFFF), units);
   return n < 0 ? 0 : static_cast<unsigned>(n);
 }
 
+// The pair is there for other locales: characters of the default one end at 0xFF.
 unsigned EncodeWide(std::uint32_t codePoint, char16_t (&units)[kMaxUnits]) noexcept {
   if (codePoint < 0x10000) {
     units[0] = static_cast<char16_t>(codePoint);
@@ -100,6 +112,8 @@ unsigned EncodeWide(std::uint32_t codePoint, char16_t (&units)[kMaxUnits]) noexc
 
 }  // namespace detail
 
+// Neither coder fails here, in both passes, so there is no result to look at. They have to be the
+// same two: WriteUtf8 isn't told how much room it has.
 std::size_t CountUtf8(std::u16string_view source) noexcept {
   std::size_t length = 0;
   (void)detail::ConvertEach<char>(source, detail::DecodeWide, detail::EncodeUtf8OrMark,
@@ -125,6 +139,8 @@ ResultCode AnsiToUtf16(std::string_view source, String16& target) noexcept {
   return detail::ConvertText(source, target, detail::DecodeAnsi, detail::EncodeWide);
 }
 
+// std::bad_cast is the framework's word for a text without a form in the other encoding; a guard
+// makes errUnknownException of it.
 void ThrowOnConversionFailure(ResultCode rc) {
   if (rc == errOutOfMemory) throw std::bad_alloc();
   if (ORU_FAILED(rc)) throw std::bad_cast();

@@ -58,7 +58,9 @@ ResultCode ConvertText(std::basic_string_view<Source> source, String& target, De
   std::uint64_t length = 0;
   const auto count = [&](const Target*, unsigned n) { length += n; };
   if (!ConvertEach<Target>(source, decode, encode, count)) return errInvalidArgument;
+  // In 64 bits, since a text's bytes may be three times its units.
   if (length > String::max_size()) return errOutOfMemory;
+  // The one step that may fail for want of memory, with the target as it was.
   Target* to = nullptr;
   try {
     to = target.resize_for_overwrite(static_cast<std::uint32_t>(length));

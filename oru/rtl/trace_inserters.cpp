@@ -5,6 +5,7 @@ namespace {
 
 constexpr char kNull[] = "(null)";
 
+// Hexadecimal goes first where both flags are set.
 unsigned BaseOf(std::uint32_t flags) noexcept {
   if ((flags & TraceStream::kHexadecimal) != 0) return 16;
   return (flags & TraceStream::kOctal) != 0 ? 8 : 10;
@@ -19,6 +20,7 @@ TraceStream& InsertNumber(TraceStream& stream, const Formatted<Number>& value) n
 
 }  // namespace
 
+// Null is shown rather than left out: a record is read to find out why something was missing.
 TraceStream& operator<<(TraceStream& stream, const char* text) noexcept {
   return stream << std::string_view(text != nullptr ? text : kNull);
 }
@@ -47,6 +49,7 @@ TraceStream& operator<<(TraceStream& stream, const String16& text) noexcept {
   return stream << text.view();
 }
 
+// Plain numbers are unsigned only; a signed one needs a Format, which says what its sign becomes.
 TraceStream& operator<<(TraceStream& stream, std::uint16_t value) noexcept {
   return stream << std::uint64_t{value};
 }
@@ -64,6 +67,8 @@ TraceStream& operator<<(TraceStream& stream, ResultCodeText code) noexcept {
   return stream << "0x" << Format(static_cast<std::uint32_t>(code.code), kResultCodeDigits);
 }
 
+// Each goes by its own type, since a negative number in a base other than 10 is the pattern of its
+// own width.
 TraceStream& operator<<(TraceStream& stream, const Formatted<std::int16_t>& value) noexcept {
   return InsertNumber(stream, value);
 }

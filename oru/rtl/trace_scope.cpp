@@ -9,6 +9,7 @@ namespace oru {
 TraceScope::~TraceScope() { Finish(); }
 
 void TraceScope::Start(ITracer* tracer, const String16& name) noexcept {
+  // A scope stands at the head of functions whose callers look at the last error.
   const LastErrorKeeper keeper;
   Finish();
   if (tracer == nullptr) return;
@@ -17,6 +18,7 @@ void TraceScope::Start(ITracer* tracer, const String16& name) noexcept {
   } catch (...) {
     return;
   }
+  // The process's tracer may be replaced while the scope lives; the reference keeps this one.
   m_tracer = ObjectPtr<ITracer>::Share(tracer);
   Write(" begin");
 }
@@ -24,11 +26,13 @@ void TraceScope::Start(ITracer* tracer, const String16& name) noexcept {
 void TraceScope::Finish() noexcept {
   if (!m_name.has_value()) return;
   const LastErrorKeeper keeper;
+  // Before the tracer goes: letting go of the last reference may close its file.
   Write(" end");
   m_tracer = {};
   m_name.reset();
 }
 
+// Names end in a blank and events begin with one, so two stand between them in every record.
 void TraceScope::Write(const char* event) noexcept {
   detail::TraceStatement(m_tracer.Get(), kTraceLevelInfo,
                          [&](TraceStream& stream) { stream << *m_name << event; });
@@ -40,6 +44,7 @@ void StartTraceScope(TraceScope& scope, TracerSource source, std::uint32_t level
                      const char16_t* name) noexcept {
   const LastErrorKeeper keeper;
   try {
+    // The probe goes first, since the name costs memory that a refused scope needn't spend.
     ITracer* const tracer = source();
     if (IsTraceLevelAllowed(tracer, level)) scope.Start(tracer, String16(name));
   } catch (...) {

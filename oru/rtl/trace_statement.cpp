@@ -15,6 +15,7 @@ ITracer* TracerOf(TracerSource source) noexcept {
   }
 }
 
+// A refused record costs one call of the tracer, and no argument is evaluated.
 bool OpenRecord(RecordHandle& record, ITracer* tracer, std::uint32_t level) noexcept {
   try {
     return record.Open(tracer, level);
@@ -68,6 +69,7 @@ void WriteTraceRecord(TracerSource source, std::uint32_t level, RecordInserter i
 bool IsTraceLevelAllowed(ITracer* tracer, std::uint32_t level) noexcept {
   const LastErrorKeeper keeper;
   try {
+    // That one code only: a tracer that writes nothing answers with another failure.
     return tracer != nullptr && tracer->ReserveRecord(level, nullptr, 0) == errTraceLevelOk;
   } catch (...) {
     return false;

@@ -9,6 +9,7 @@
 namespace oru {
 namespace {
 
+// Sizes cross the tracer's interface in 32 bits; they are added up in 64.
 constexpr std::uint64_t kMaxBytes = std::numeric_limits<std::uint32_t>::max();
 
 // Writes into a place that was reserved for exactly what is written.
@@ -33,6 +34,7 @@ std::uint64_t TotalLength(const Padding& padding, std::uint64_t length) noexcept
 }
 
 Padding FormatPadding(const FormatSpec& spec, std::uint64_t length) noexcept {
+  // The width counts bytes here, and other fills take more than one.
   if (spec.fill > 0x7F) return {};
   return PaddingFor(spec, static_cast<std::size_t>(std::min(length, kMaxBytes)));
 }
@@ -43,6 +45,7 @@ TraceStream::TraceStream(RecordHandle& handle) noexcept : m_handle(handle), m_da
 
 char* TraceStream::Reserve(std::uint32_t n) noexcept {
   const std::uint32_t need = m_length + n;
+  // Committed, lost by a tracer, or a sum that wraps: the insertion is left out.
   if (m_data == nullptr || need < n) return nullptr;
   // A capacity of 0 is what a failed growth leaves: the record stays empty.
   if (need > m_capacity && m_capacity != 0) Grow(need);
@@ -62,16 +65,20 @@ void TraceStream::Grow(std::uint32_t need) noexcept {
     // Whatever the tracer throws, it has given no place.
   }
   m_capacity = grown ? newCapacity : 0;
+  // All or nothing: the beginning of a record without its end would be taken for the whole.
   if (!grown) m_length = 0;
+  // A tracer may have moved the area, and may have lost it in failing.
   m_data = m_handle.Text();
 }
 
 void TraceStream::Commit() {
+  // Before the call: what the tracer throws leaves a stream that takes nothing more either.
   m_data = nullptr;
   m_handle.Commit(m_length);
 }
 
 Padding TraceStream::TakePadding(std::uint64_t length) noexcept {
+  // Taken back even when the insertion finds no place, as the host's library does.
   const std::uint32_t width = std::exchange(m_width, 0);
   if (width <= length) return {};
   const std::uint32_t count = width - static_cast<std::uint32_t>(length);
@@ -113,11 +120,13 @@ ResultCode TraceStream::InsertUtf16Parts(std::u16string_view text, std::uint64_t
 }
 
 void TraceStream::InsertPadded(std::string_view text, std::size_t prefix) noexcept {
+  // The prefix is a part of the text here, only its place matters.
   prefix = std::min(prefix, text.size());
   InsertParts(text.substr(0, prefix), text.substr(prefix), TakePadding(text.size()), m_fill);
 }
 
 ResultCode TraceStream::InsertUtf16(std::u16string_view text) noexcept {
+  // Two passes over the text: the place has to be reserved in one piece.
   const std::uint64_t length = CountUtf8(text);
   return InsertUtf16Parts(text, length, TakePadding(length), m_fill);
 }

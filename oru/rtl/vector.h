@@ -131,6 +131,7 @@ void vector<T, Allocator>::append(size_type n, const T& value) {
 template <typename T, typename Allocator>
 void vector<T, Allocator>::reserve(size_type n) {
   if (n > max_size()) throw std::length_error("vector::reserve");
+  // By the growth of an append, so the capacity may come out above what was asked for.
   if (n > capacity()) Grow(n - size(), 0, [](T*) {});
 }
 
@@ -158,6 +159,7 @@ void vector<T, Allocator>::swap(vector& other) noexcept {
 
 template <typename T, typename Allocator>
 auto vector<T, Allocator>::GrownCapacity(size_type n) const noexcept -> size_type {
+  // The name is part of a check's text.
   const size_type size_now = size();
   ORU_CHECK(size() + n > capacity());
   ORU_CHECK(max_size() >= size_now);
@@ -179,6 +181,7 @@ void vector<T, Allocator>::Grow(size_type n, size_type made, Construct construct
     memory::deallocate_elements(m_allocator, block, capacity);
     throw;
   }
+  // Can't throw, and neither can anything below: from here on the new block is the vector's.
   std::uninitialized_move(m_begin, m_end, block);
   ReleaseBlock();
   m_begin = block;

@@ -37,6 +37,7 @@ void MoveForward(winapi::SystemTime& time, unsigned days) noexcept {
   time.wDay = static_cast<std::uint16_t>(time.wDay + days);
 }
 
+// A month of 0 in either date means that the year has no change.
 bool HasDaylightRule(const winapi::TimeZoneInformation& record) noexcept {
   return record.DaylightDate.wMonth != 0 && record.StandardDate.wMonth != 0;
 }
@@ -67,6 +68,7 @@ std::int64_t GetTimeZoneBias(DateTime time, std::uint16_t year, bool isUtc, bool
     useDaylight = false;
     detail::ThrowTimeSystemError(u"Cannot get timezone information", error, kUnknownZoneLine);
   }
+  // The zone's own bias alone, without the standard one.
   if (!useDaylight) return bias;
 
   DateTime standard = TransitionOfYear(year, record.StandardDate);
@@ -85,6 +87,7 @@ std::int32_t GetYearTimeZone(std::uint16_t year, winapi::TimeZoneInformation& re
   if (function != nullptr && function(year, /*dynamicZone=*/nullptr, &record) != 0) {
     return HasDaylightRule(record) ? kZoneWithDaylight : kZoneWithoutDaylight;
   }
+  // The rules of the current year, whichever year was asked for: all that older systems know.
   const winapi::Dword id = winapi::GetTimeZoneInformation(&record);
   if (id != winapi::kTimeZoneIdInvalid) return static_cast<std::int32_t>(id);
   return GetCurrentOffset(record);
@@ -108,6 +111,7 @@ DateTime TransitionOfYear(std::uint16_t year, const winapi::SystemTime& rule) {
 }
 
 bool IsInDaylightSpan(DateTime time, DateTime start, DateTime end) noexcept {
+  // South of the equator daylight time begins late in the year and ends early in the next one.
   if (start <= end) return start <= time && time < end;
   return time >= start || time < end;
 }

@@ -8,6 +8,8 @@ namespace {
 
 winapi::Module FindModule(const char16_t* name) noexcept {
   const winapi::Module module = winapi::GetModuleHandleW(name);
+  // Before the program's entry, so nobody has armed a handler yet; the two modules are in every
+  // process of the system.
   ORU_CHECK_RESULT(module != nullptr);
   return module;
 }

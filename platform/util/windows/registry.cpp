@@ -28,6 +28,7 @@ winapi::Error OpenKey(RegKey& newKey, winapi::Key hive, const char16_t* path,
                       winapi::Dword access) noexcept {
   ORU_CHECK(!newKey.IsValid());
   winapi::Key opened = nullptr;
+  // The holder isn't filled by the call itself: what a failed one leaves there would be closed.
   const winapi::Error error = winapi::RegOpenKeyExW(hive, path, /*options=*/0, access, &opened);
   if (error != winapi::kErrorSuccess) return error;
   newKey.Attach(opened);
@@ -54,6 +55,7 @@ winapi::Error OpenKeyTransacted(RegKey& newKey, const KernelHandle& transaction,
 winapi::Error ReadStringValue(const RegKey& key, const char16_t* name,
                               oru::String16& value) noexcept {
   ORU_CHECK(key.IsValid());
+  // REG_EXPAND_SZ is another type, and isn't read.
   return QueryValueInto(key, name, winapi::kRegSz, value);
 }
 
@@ -65,6 +67,7 @@ winapi::Error ReadMultiStringValue(const RegKey& key, const char16_t* name,
     if (const winapi::Error error = QueryValueInto(key, name, winapi::kRegMultiSz, data)) {
       return error;
     }
+    // By a list of its own, so that a lack of memory leaves the caller's as it was.
     values = ParseMultiString(data.begin(), data.end());
     return winapi::kErrorSuccess;
   } catch (...) {
@@ -75,6 +78,7 @@ winapi::Error ReadMultiStringValue(const RegKey& key, const char16_t* name,
 winapi::Error WriteStringValue(const RegKey& key, const char16_t* name, const char16_t* first,
                                const char16_t* last) noexcept {
   ORU_CHECK(key.IsValid());
+  // A larger range is reported and written all the same, with its bytes counted in 32 bits.
   const auto n = static_cast<std::size_t>(last - first);
   ORU_CHECK_TEXT(n <= MaxSize, "value.size() <= MaxSize");
   return SetText(key, name, winapi::kRegSz, first, n);

@@ -5,6 +5,7 @@
 namespace windows_helpers {
 
 std::vector<std::u16string> ParseMultiString(const char16_t* first, const char16_t* last) {
+  // The first zero of the mark is the last string's own; the loop does without it.
   if (last - first >= 2 && last[-1] == u'\0' && last[-2] == u'\0') last -= 2;
 
   std::vector<std::u16string> strings;
@@ -17,6 +18,7 @@ std::vector<std::u16string> ParseMultiString(const char16_t* first, const char16
 }
 
 std::u16string BuildMultiString(const std::vector<std::u16string>& strings) {
+  // There is no string that would bring the first of the two.
   if (strings.empty()) return std::u16string(2, u'\0');
 
   std::u16string data;

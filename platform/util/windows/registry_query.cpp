@@ -10,8 +10,12 @@
 namespace windows_helpers {
 namespace {
 
+// Most values fit into the local buffer, and cost one call and no memory.
 constexpr std::uint32_t kLocalCapacity = 64;
+// Somebody who changes the value between two reads is let win a few times before room is made for
+// what he may write next.
 constexpr std::uint32_t kDoublingPass = 5;
+// The name is part of a check's text, with its spelling.
 constexpr std::uint32_t OverallInterationsLimit = 69;
 constexpr std::uint32_t kMaxSizeHalved = MaxSize / 2;
 
@@ -28,6 +32,8 @@ Reading ReadOnce(const RegKey& key, const char16_t* name, char16_t* data,
                  std::uint32_t capacity) noexcept {
   ORU_CHECK(capacity <= MaxSize);
   winapi::Dword type = winapi::kRegNone;
+  // An odd count of bytes loses its last one in the division below; the room for it is asked for in
+  // vain then, until the doubling.
   winapi::Dword bytes = capacity * 2;
   const winapi::Error error =
       winapi::RegQueryValueExW(key.GetValue(), name, /*reserved=*/nullptr, &type,
@@ -92,6 +98,7 @@ winapi::Error Query(const RegKey& key, const char16_t* name, winapi::Dword expec
     // What a failed read left in the target's storage is no text; a string gets its terminator
     // back.
     value.clear();
+    // A value that is read whole and isn't of the type; one that doesn't fit is read again first.
     if (reading.error == winapi::kErrorSuccess) return winapi::kErrorDatatypeMismatch;
     if (reading.error != winapi::kErrorMoreData) return reading.error;
     ORU_CHECK_TEXT(reading.length > reading.capacity, "newCapacity > capacity");
@@ -103,6 +110,7 @@ winapi::Error Query(const RegKey& key, const char16_t* name, winapi::Dword expec
 
 void CharacterArray::reserve(std::uint32_t n) {
   if (n <= m_capacity) return;
+  // The old content needn't be kept: the next read brings all of it.
   m_data = std::make_unique_for_overwrite<char16_t[]>(n);
   m_capacity = n;
   m_size = 0;

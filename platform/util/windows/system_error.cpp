@@ -42,6 +42,8 @@ class MessageBuffer {
   return character == u'\r' || character == u'\n' || character == u'.';
 }
 
+// A text of the system that can't be taken over is replaced: the exception is worth more than its
+// words.
 [[nodiscard]] oru::String16 ToFrameworkString(std::u16string_view text) {
   try {
     return oru::String16(text);
@@ -51,6 +53,7 @@ class MessageBuffer {
   }
 }
 
+// The text is left out where there is none; the full stop behind it stays.
 [[nodiscard]] oru::String16 ComposeMessage(winapi::Dword status, const char* expression) {
   const oru::FormatSpec eightDigits{.width = 8, .base = 16, .fill = u'0'};
   const oru::String16 text = ToFrameworkString(FormatSystemMessage(status));
@@ -83,6 +86,7 @@ WindowsErrorException::WindowsErrorException(winapi::Dword status, const char* e
                     ComposeMessage(status, expression)),
       systemError(status) {}
 
+// Here, so that the class's table has one home.
 WindowsErrorException::~WindowsErrorException() = default;
 
 oru::CheckResultFailedException MakeWin32CheckFailure(const char* file, std::uint32_t line,

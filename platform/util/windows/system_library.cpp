@@ -42,6 +42,7 @@ winapi::Error SystemLibrary::Load() noexcept {
   return winapi::kErrorSuccess;
 }
 
+// Looked up at each call: callers are few, and each asks once in a run.
 winapi::Error SystemLibrary::FindAny(const char* name, winapi::Procedure& procedure) noexcept {
   if (const winapi::Error error = Load()) return error;
   return FindProcedure(m_module.load(), name, procedure);

@@ -11,6 +11,7 @@ constinit SystemLibrary ktmw32(u"ktmw32.dll");
 
 }  // namespace
 
+// Both fail as the system's own would, by a value and the last error.
 winapi::Handle CreateTransaction(char16_t* description) noexcept {
   winapi::CreateTransactionFunction create = nullptr;
   if (const winapi::Error error = ktmw32.Find("CreateTransaction", create)) {

@@ -6,9 +6,11 @@
 namespace windows_helpers {
 namespace {
 
+// Each is loaded by a run that verifies a package only.
 constinit SystemLibrary wintrust(u"wintrust.dll");
 constinit SystemLibrary crypt32(u"crypt32.dll");
 
+// An HRESULT of facility 7, so that it is negative whatever the number.
 std::int32_t FailureOf(winapi::Error error) noexcept {
   return static_cast<std::int32_t>(0x80070000 | (error & 0xFFFF));
 }
@@ -22,6 +24,7 @@ std::int32_t WinVerifyTrust(winapi::Handle window, const winapi::Guid* action,
   return verify(window, action, data);
 }
 
+// The helpers say by null alone that something isn't there; why it isn't, nobody asks.
 winapi::CryptProviderData* WTHelperProvDataFromStateData(winapi::Handle state) noexcept {
   winapi::WTHelperProvDataFromStateDataFunction function = nullptr;
   if (wintrust.Find("WTHelperProvDataFromStateData", function) != winapi::kErrorSuccess) {
@@ -53,6 +56,7 @@ winapi::Dword CertGetNameStringW(const winapi::CertContext* certificate, winapi:
                                  winapi::Dword flags, void* typeParameter, char16_t* name,
                                  winapi::Dword size) noexcept {
   winapi::CertGetNameStringWFunction function = nullptr;
+  // 0 reads as a certificate without a name, and such a name passes no test.
   if (crypt32.Find("CertGetNameStringW", function) != winapi::kErrorSuccess) return 0;
   return function(certificate, type, flags, typeParameter, name, size);
 }

@@ -9,9 +9,11 @@ namespace windows_helpers {
 
 oru::ResultCode RegKeyTraits::Close(winapi::Key h) noexcept {
   ORU_CHECK(IsValid(h));
+  // The error is the result itself; the last error isn't set by the registry's functions.
   return oru::Win32ErrorToResult(winapi::RegCloseKey(h));
 }
 
+// A last error of 0 gives sOk here, for a close that failed: settled so.
 oru::ResultCode KernelHandleTraits::Close(winapi::Handle h) noexcept {
   ORU_CHECK(BaseType::IsValid(h));
   if (winapi::CloseHandle(h) != 0) return oru::sOk;
@@ -27,6 +29,7 @@ oru::ResultCode WaitForHandle(const KernelHandle& handle, winapi::Dword millisec
     case winapi::kWaitObject0:
       return oru::sOk;
     case winapi::kWaitAbandoned:
+      // The object is the waiter's, and yet in whatever state its last owner left it.
       return oru::errWaitAbandoned;
     case winapi::kWaitTimeout:
       return oru::sFalse;

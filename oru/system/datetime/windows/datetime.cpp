@@ -27,6 +27,7 @@ Formatted<std::uint16_t> Padded(const std::uint16_t& value, std::int32_t width) 
   return Format(value, {.width = width, .fill = u'0'});
 }
 
+// The fields as they were refused: a month of 13 is shown as that.
 String16 DescribeRefusedDate(const winapi::SystemTime& time) {
   String16 text;
   text << u"Cannot convert system time to file time: " << Padded(time.wYear, 4) << u"-"
@@ -49,6 +50,7 @@ winapi::SystemTime ToSystemTime(DateTime time) {
   winapi::SystemTime result{};
   if (winapi::FileTimeToSystemTime(&fileTime, &result) == 0) {
     const winapi::Error error = winapi::GetLastError();
+    // Composing the message may set the last error, so that was taken first.
     String16 message;
     message << u"Cannot convert a file time to system time format: " << time.ticks;
     ThrowTimeSystemError(std::move(message), error, kRefusedTicksLine);
@@ -65,6 +67,8 @@ DateTime FromSystemTime(const winapi::SystemTime& systemTime) {
   return FromFileTime(result);
 }
 
+// Not by the system's own conversion, which goes by the rules of today for any instant. Two
+// readings are the same in the hour that autumn repeats.
 winapi::SystemTime ToLocalSystemTime(DateTime time) {
   const winapi::SystemTime utc = ToSystemTime(time);
   bool useDaylight = true;

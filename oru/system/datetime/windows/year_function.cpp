@@ -43,6 +43,7 @@ Function FindFunction() noexcept {
                                  &kernel) == 0) {
     return NoFunction();
   }
+  // Without a reference: kernel32.dll stays loaded for as long as the process lives.
   const winapi::Procedure found = winapi::GetProcAddress(kernel, "GetTimeZoneInformationForYear");
   return found == nullptr ? NoFunction() : reinterpret_cast<Function>(found);
 }

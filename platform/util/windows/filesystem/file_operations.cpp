@@ -39,11 +39,13 @@ void RemoveEntries(DirectoryWalker<RemovalPolicy>& finder) {
     ORU_CHECK(finder.IsValid());
     const FindContext* const current = finder.Current();
     if (current != nullptr) RemoveEntry(finder.CurrentPath(), current->Data().dwFileAttributes);
+    // A search that breaks off ends the walk as its end does; the root's removal then fails.
   } while (finder.Next() == oru::sOk);
 }
 
 oru::ResultCode RemoveTree(const std::u16string& path) {
   winapi::Dword attributes = 0;
+  // A path that can't be asked about is left to the walk, whose failure says why.
   if (QueryFileAttributes(path, attributes) == oru::sOk &&
       ClassifyEntry(attributes) == EntryClass::kLink) {
     return RemoveLink(path, attributes);
@@ -80,6 +82,8 @@ oru::ResultCode RemoveEmptyDirectory(const std::u16string& path) noexcept {
   return ResultOf(winapi::RemoveDirectoryW(path.c_str()));
 }
 
+// In the form without a limit for the length, since a tree may be deeper than its root's path lets
+// one think.
 oru::ResultCode RemoveDirectoryRecursive(const std::u16string& path) noexcept {
   if (path.empty()) return oru::errInvalidArgument;
   try {

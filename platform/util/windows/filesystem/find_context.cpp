@@ -24,14 +24,18 @@ oru::ResultCode GetAbsolutePath(std::u16string_view path, std::u16string& absolu
   if (size == 0) return LastFailure();
   std::u16string text(size, u'\0');
   const winapi::Dword length = winapi::GetFullPathNameW(source.c_str(), size, text.data(), nullptr);
+  // The current directory may change between the two calls.
   if (length == 0 || length >= size) return oru::errUnspecified;
   text.resize(length);
+  // A server's path keeps its form: the prefix needs another spelling for those.
   absolute = IsRootedPath(text) ? std::move(text) : u"\\\\?\\" + text;
   return oru::sOk;
 }
 
 }  // namespace
 
+// A link to a directory has both bits; as a directory it would be walked into, and its target
+// emptied.
 EntryClass ClassifyEntry(winapi::Dword attributes) noexcept {
   if ((attributes & winapi::kFileAttributeReparsePoint) != 0) return EntryClass::kLink;
   return (attributes & winapi::kFileAttributeDirectory) != 0 ? EntryClass::kDirectory
@@ -63,6 +67,7 @@ const winapi::FindData& FindContext::Data() const noexcept {
 
 oru::ResultCode FindContext::Close() noexcept {
   if (!IsValid()) return oru::sOk;
+  // A closed search has no entry, so that none is taken for the current one.
   m_data = {};
   return FindHandleTraits::Close(std::exchange(m_handle, winapi::InvalidHandleValue()));
 }
@@ -71,6 +76,8 @@ oru::ResultCode FindContext::SearchDirectly(std::u16string_view directory) {
   std::u16string pattern(directory);
   pattern += pattern.ends_with(u'\\') ? u"*" : u"\\*";
   winapi::FindData data{};
+  // The new search is made before the old one is closed, and its error taken before the close sets
+  // another.
   const winapi::Handle handle =
       winapi::FindFirstFileExW(pattern.c_str(), winapi::kFindExInfoStandard, &data,
                                winapi::kFindExSearchNameMatch, /*filter=*/nullptr, /*flags=*/0);

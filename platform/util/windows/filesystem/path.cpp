@@ -60,6 +60,7 @@ std::vector<std::u16string_view> SplitSegments(std::u16string_view part) {
   }
 }
 
+// From the end to the start: each ".." is met before the segment that it takes away.
 std::u16string Compact(std::u16string_view part) {
   const bool absolute = !part.empty() && IsPathSeparator(part.front());
   const std::vector<std::u16string_view> segments = SplitSegments(part);
@@ -67,6 +68,7 @@ std::u16string Compact(std::u16string_view part) {
   std::vector<std::u16string_view> kept;  // last one first
   for (std::size_t i = segments.size(); i-- > 0;) {
     const std::u16string_view segment = segments[i];
+    // A "." at the start of the part is kept.
     if (segment.empty() || (segment == u"." && i != 0)) continue;
     if (segment == u"..") {
       ++toSkip;
@@ -76,6 +78,7 @@ std::u16string Compact(std::u16string_view part) {
       kept.push_back(segment);
     }
   }
+  // Above a root there is nothing: what is left over is lost.
   if (!absolute) kept.insert(kept.end(), toSkip, u"..");
   std::u16string result;
   for (std::size_t i = kept.size(); i-- > 0;) {
@@ -106,8 +109,10 @@ std::u16string LongPathBase(std::u16string_view path) {
 
 }  // namespace
 
+// Slashes don't count here, though they separate everywhere else.
 bool IsRootedPath(std::u16string_view path) noexcept { return path.starts_with(u"\\\\"); }
 
+// The first character isn't looked at: whether it is a letter is the system's affair.
 bool IsDriveAbsolutePath(std::u16string_view path) noexcept {
   return path.size() >= 3 && path[1] == u':' && IsPathSeparator(path[2]);
 }
@@ -129,12 +134,14 @@ std::u16string GetFileNamePart(std::u16string_view path) {
 
 std::u16string GetParentPath(std::u16string_view path) {
   std::u16string_view parent = path.substr(0, FileNameStart(path));
+  // The root of a drive keeps its separator: without it, the path is the drive's current directory.
   if (parent.size() > 1 && IsPathSeparator(parent.back()) && parent[parent.size() - 2] != u':') {
     parent.remove_suffix(1);
   }
   return std::u16string(parent);
 }
 
+// An absolute `right` isn't looked for: it is appended like any other.
 std::u16string JoinPath(std::u16string_view left, std::u16string_view right) {
   std::u16string path(left);
   if (right.empty()) return path;
@@ -144,6 +151,7 @@ std::u16string JoinPath(std::u16string_view left, std::u16string_view right) {
 }
 
 std::u16string MakeLongPath(std::u16string_view path) {
+  // As it is, dots and all: the system takes what stands behind a prefix literally.
   if (IsRootedPath(path)) return std::u16string(path);
   std::u16string result = JoinPath(LongPathBase(path), path);
   NormalizePath(result);

@@ -46,6 +46,7 @@ bool MatchRelativeDirectory(std::u16string_view path, std::size_t nameStart,
   return false;
 }
 
+// Behind a wildcard nothing is looked at, and the character before it isn't either: settled so.
 bool MatchAbsoluteDirectory(std::u16string_view path, std::u16string_view pathDirectory,
                             std::u16string_view directory) noexcept {
   const std::size_t wildcard = directory.find_first_of(u"*?");
@@ -68,6 +69,8 @@ bool IsSamePathChar(char16_t a, char16_t b) noexcept {
   return a == b || (IsPathSeparator(a) && IsPathSeparator(b)) || ToUpper(a) == b || a == ToUpper(b);
 }
 
+// One level of backtracking is enough: what an earlier "*" takes can be left to the last one. So
+// the time is at most the product of the two lengths.
 bool MatchWildcard(std::u16string_view name, std::u16string_view mask) noexcept {
   constexpr std::size_t none = std::u16string_view::npos;
   std::size_t n = 0;
@@ -95,6 +98,7 @@ bool MatchPathMask(std::u16string_view path, std::u16string_view mask) noexcept 
   if (path.empty()) return false;
   const Halves pathHalves = Split(path);
   const Halves maskHalves = Split(mask);
+  // Goes by lengths though a "*" of the mask might stand for nothing; keeps the searches in bounds.
   if (pathHalves.directory.size() < maskHalves.directory.size()) return false;
   if (!MatchDirectory(path, pathHalves, mask, maskHalves.directory)) return false;
   if (maskHalves.name.empty() || maskHalves.name == u"*" || maskHalves.name == u"*.*") {

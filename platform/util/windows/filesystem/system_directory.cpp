@@ -12,6 +12,7 @@ namespace {
 
 constexpr char kSourceFile[] = "platform/util/windows/filesystem/system_directory";
 
+// `line` tells which of the two calls failed.
 winapi::Dword AskSystemDirectory(char16_t* buffer, winapi::Dword size, std::uint32_t line) {
   const winapi::Dword result = winapi::GetSystemDirectoryW(buffer, size);
   if (result != 0) return result;
