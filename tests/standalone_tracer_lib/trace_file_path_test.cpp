@@ -14,7 +14,7 @@ namespace {
 
 std::string Narrow(const oru::String16& text) {
   std::string narrow;
-  for (const char16_t unit : text) narrow.push_back(static_cast<char>(unit));
+  for (const char16_t unit : text.view()) narrow.push_back(static_cast<char>(unit));
   return narrow;
 }
 

@@ -14,7 +14,8 @@ int main() {
     std::printf("\n");
   }
   std::printf("masked ");
-  for (const char byte : zum_setup_util::GetMaskedCommandLine()) {
+  const oru::String8 masked = zum_setup_util::GetMaskedCommandLine();
+  for (const char byte : masked.view()) {
     std::printf("%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
   }
   std::printf("\n");

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "oru/rtl/exception_guard.h"
+#include "oru/rtl/trace_level.h"
 #include "standalone_tracer_lib/tracers.h"
 #include "tests/support/fault_sweep.h"
 #include "tests/zum_setup_util_lib/pipeline_machine.h"

@@ -69,7 +69,7 @@ TYPED_TEST(StringTest, CopyIsIndependent) {
     SCOPED_TRACE(text);
     const auto original = this->Make(text);
     auto copy = original;
-    copy[0] = TypeParam{'X'};
+    copy.data()[0] = TypeParam{'X'};
     EXPECT_TRUE(Holds(original, text));
     EXPECT_NE(copy.data(), original.data());
   }
@@ -206,7 +206,7 @@ TYPED_TEST(StringTest, AppendsItsOwnTerminator) {
   auto string = this->Make("ab");
   string.append(string.data(), 3);
   ASSERT_EQ(string.size(), 5u);
-  EXPECT_EQ(string[4], TypeParam{0});
+  EXPECT_EQ(string.back(), TypeParam{0});
   EXPECT_EQ(string.c_str()[5], TypeParam{0});
 }
 
@@ -292,8 +292,8 @@ TYPED_TEST(StringTest, InsertsItsOwnTerminator) {
   auto string = this->Make("0123456789");
   string.insert(0, string.data() + 10, 1);
   ASSERT_EQ(string.size(), 11u);
-  EXPECT_EQ(string[0], TypeParam{0});
-  string[0] = TypeParam{'_'};
+  EXPECT_EQ(string.data()[0], TypeParam{0});
+  string.data()[0] = TypeParam{'_'};
   EXPECT_TRUE(Holds(string, "_0123456789"));
 }
 

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "oru/rtl/exception.h"
+#include "oru/rtl/exception_text.h"
 #include "oru/rtl/trace_inserters.h"
 #include "tests/support/checks.h"
 #include "tests/support/recording_tracer.h"

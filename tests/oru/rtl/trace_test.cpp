@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "oru/rtl/string_sink.h"
 #include "tests/support/recording_tracer.h"
 #include "winapi/errors.h"
 

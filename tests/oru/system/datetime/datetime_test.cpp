@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "oru/rtl/exception.h"
+#include "oru/rtl/exception_text.h"
 #include "tests/oru/system/datetime/time_samples.h"
 
 namespace oru::datetime {
