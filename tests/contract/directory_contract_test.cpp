@@ -1,16 +1,22 @@
+#include <gtest/gtest.h>
+
 #include <string>
 
 #include "tests/contract/difference.h"
-#include "tests/contract/file_fixture.h"
 #include "tests/support/current_directory.h"
+#include "tests/support/directory_tree.h"
+#include "tests/support/seam_error.h"
+#include "tests/support/unix_shell.h"
 #include "winapi/files.h"
 #include "winapi/strings.h"
 
 namespace {
 
+using tests::CreateNew;
+using tests::ErrorOf;
 using tests::Expected;
 
-class DirectoryContract : public tests::FileFixture {
+class DirectoryContract : public ::testing::Test, protected tests::DirectoryTree {
  protected:
   static winapi::Error Create(const std::u16string& path) {
     return ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), nullptr); });
@@ -29,12 +35,12 @@ struct NamedPath {
 TEST_F(DirectoryContract, CreateMakesOneDirectory) {
   EXPECT_EQ(0u, Create(Windows(u"a")));
   EXPECT_EQ(0u, Create(Windows(u"A\\b\\")));
-  EXPECT_TRUE(std::filesystem::is_directory(Native("a/b")));
+  EXPECT_TRUE(std::filesystem::is_directory(File(u"a/b")));
 }
 
 TEST_F(DirectoryContract, CreateRefusals) {
-  MakeFolder("folder");
-  Write("file", "");
+  MakeDirectory(u"folder");
+  Write(u"file", "");
   const NamedPath cases[] = {
       {"existing", Windows(u"folder"), 183},
       {"existing in other letters", Windows(u"Folder"), 183},
@@ -51,7 +57,7 @@ TEST_F(DirectoryContract, CreateRefusals) {
 
 // Of a directory's path 247 characters are the most without the prefix.
 TEST_F(DirectoryContract, TheLimitOfPaths) {
-  const std::size_t room = 247 - Windows(u"").size();
+  const std::size_t room = 247 - (Windows().size() + 1);
   ASSERT_LT(room, 240u);
   const std::u16string longest = Windows(std::u16string(room, u'n'));
   const std::u16string longer = Windows(std::u16string(room + 1, u'n'));
@@ -66,10 +72,10 @@ TEST_F(DirectoryContract, TheLimitOfPaths) {
 
 TEST_F(DirectoryContract, FullStopsAndBlanksAtTheEndFallAway) {
   EXPECT_EQ(0u, Create(Windows(u"x. ")));
-  EXPECT_TRUE(std::filesystem::is_directory(Native("x")));
+  EXPECT_TRUE(std::filesystem::is_directory(File(u"x")));
   EXPECT_EQ(183u, Create(Windows(u"x")));
   EXPECT_EQ(0u, Remove(Windows(u"x .")));
-  EXPECT_FALSE(Exists("x"));
+  EXPECT_FALSE(Has(u"x"));
 }
 
 TEST_F(DirectoryContract, ANameOf256CharactersIsTooLong) {
@@ -81,44 +87,44 @@ TEST_F(DirectoryContract, ANameOf256CharactersIsTooLong) {
 }
 
 TEST_F(DirectoryContract, OfALinkOnlyTheLinkIsRemoved) {
-  MakeFolder("folder");
-  MakeLink("folder", "link");
+  MakeDirectory(u"folder");
+  MakeLink(u"folder", u"link");
   EXPECT_EQ(0u, Remove(Windows(u"link")));
   const char* const reason = "removes what a link to a directory leads to, and keeps the link";
-  EXPECT_EQ(Expected(true, false, reason), Exists("folder"));
-  EXPECT_EQ(Expected(false, true, reason), IsLink("link"));
+  EXPECT_EQ(Expected(true, false, reason), Has(u"folder"));
+  EXPECT_EQ(Expected(false, true, reason), IsLink(u"link"));
 }
 
 TEST_F(DirectoryContract, ALinkToAFullDirectoryIsRemovedLikeAnother) {
-  MakeFolder("folder");
-  Write("folder/x", "");
-  MakeLink("folder", "link");
+  MakeDirectory(u"folder");
+  Write(u"folder/x", "");
+  MakeLink(u"folder", u"link");
   const char* const reason = "takes a link to a directory for the directory, which isn't empty";
   EXPECT_EQ(Expected(0u, 145u, reason), Remove(Windows(u"link")));
-  EXPECT_EQ(Expected(false, true, reason), IsLink("link"));
-  EXPECT_TRUE(Exists("folder/x"));
+  EXPECT_EQ(Expected(false, true, reason), IsLink(u"link"));
+  EXPECT_TRUE(Has(u"folder/x"));
 }
 
 // The bits of the system below keep nobody out who may do everything there.
 TEST_F(DirectoryContract, ADirectoryClosedToWriting) {
-  MakeFolder("folder");
-  ASSERT_TRUE(tests::RunUnixShell(Native(""), "chmod a-w folder"));
+  MakeDirectory(u"folder");
+  ASSERT_TRUE(tests::RunUnixShell(File(u""), "chmod a-w folder"));
   EXPECT_EQ(Expected(0x10u, 0x11u, "shows a directory that nobody may write as read-only"),
             winapi::GetFileAttributesW(Windows(u"folder").c_str()));
   EXPECT_EQ(0u, Remove(Windows(u"folder")));
-  EXPECT_FALSE(Exists("folder"));
+  EXPECT_FALSE(Has(u"folder"));
 }
 
 TEST_F(DirectoryContract, RemoveTakesAnEmptyDirectory) {
-  MakeFolder("folder");
+  MakeDirectory(u"folder");
   EXPECT_EQ(0u, Remove(Windows(u"FOLDER\\")));
-  EXPECT_FALSE(Exists("folder"));
+  EXPECT_FALSE(Has(u"folder"));
 }
 
 TEST_F(DirectoryContract, RemoveRefusals) {
-  MakeFolder("full");
-  Write("full/x", "");
-  Write("file", "");
+  MakeDirectory(u"full");
+  Write(u"full/x", "");
+  Write(u"file", "");
   const NamedPath cases[] = {
       {"not empty", Windows(u"full"), 145},
       {"missing", Windows(u"none"), 2},
@@ -127,21 +133,21 @@ TEST_F(DirectoryContract, RemoveRefusals) {
       {"empty", u"", Expected(3u, 123u, "calls an empty name of a directory a bad one")},
   };
   for (const NamedPath& one : cases) EXPECT_EQ(one.error, Remove(one.path)) << one.name;
-  EXPECT_TRUE(Exists("full/x"));
+  EXPECT_TRUE(Has(u"full/x"));
 }
 
 // The current directory of a process is held open without sharing for deletion.
 TEST_F(DirectoryContract, RemoveRefusesTheCurrentDirectory) {
-  MakeFolder("folder");
+  MakeDirectory(u"folder");
   {
-    const tests::CurrentDirectory inFolder(Native("folder"));
+    const tests::CurrentDirectory inFolder(File(u"folder"));
     EXPECT_EQ(32u, Remove(Windows(u"folder")));
   }
   EXPECT_EQ(0u, Remove(Windows(u"folder")));
 }
 
 TEST_F(DirectoryContract, LongPathsWithThePrefix) {
-  std::u16string path = u"\\\\?\\" + Folder();
+  std::u16string path = u"\\\\?\\" + Windows();
   std::vector<std::u16string> made;
   for (int level = 0; level < 60; ++level) {
     path += u"\\a level";
@@ -152,7 +158,7 @@ TEST_F(DirectoryContract, LongPathsWithThePrefix) {
   EXPECT_EQ(145u, Remove(path));
   EXPECT_EQ(0u, ErrorOf([&] { return winapi::DeleteFileW((path + u"\\FILE").c_str()); }));
   for (; !made.empty(); made.pop_back()) ASSERT_EQ(0u, Remove(made.back())) << made.size();
-  EXPECT_FALSE(Exists("a level"));
+  EXPECT_FALSE(Has(u"a level"));
 }
 
 }  // namespace

@@ -1,21 +1,19 @@
+#include <gtest/gtest.h>
+
 #include <string>
 
 #include "tests/contract/difference.h"
-#include "tests/contract/file_fixture.h"
+#include "tests/support/directory_tree.h"
+#include "tests/support/seam_error.h"
 #include "winapi/files.h"
-#ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
-#include <share.h>
-#else
-#include "winapi/host/control.h"
-#endif
 
 namespace {
 
+using tests::CreateNew;
+using tests::ErrorOf;
 using tests::Expected;
 
-class FileContract : public tests::FileFixture {
+class FileContract : public ::testing::Test, protected tests::DirectoryTree {
  protected:
   static winapi::Error Copy(const std::u16string& from, const std::u16string& to,
                             bool failIfExists = false) {
@@ -25,7 +23,7 @@ class FileContract : public tests::FileFixture {
     return ErrorOf([&] { return winapi::DeleteFileW(path.c_str()); });
   }
   static winapi::Error Attributes(const std::u16string& path, winapi::Dword& attributes) {
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(tests::kUntouchedError);
     attributes = winapi::GetFileAttributesW(path.c_str());
     return attributes == winapi::kInvalidFileAttributes ? winapi::GetLastError() : 0;
   }
@@ -39,21 +37,21 @@ struct NamedPath {
 
 TEST_F(FileContract, CreateNewMakesAnEmptyFile) {
   EXPECT_EQ(0u, CreateNew(Windows(u"new.txt")));
-  EXPECT_TRUE(Exists("new.txt"));
-  EXPECT_EQ(0u, std::filesystem::file_size(Native("new.txt")));
+  EXPECT_TRUE(Has(u"new.txt"));
+  EXPECT_EQ(0u, std::filesystem::file_size(File(u"new.txt")));
 }
 
 TEST_F(FileContract, CreateNewRefusesWhatExists) {
-  Write("file", "content");
-  MakeFolder("folder");
+  Write(u"file", "content");
+  MakeDirectory(u"folder");
   EXPECT_EQ(80u, CreateNew(Windows(u"file")));
   EXPECT_EQ(80u, CreateNew(Windows(u"FILE")));
   EXPECT_EQ(80u, CreateNew(Windows(u"folder")));
-  EXPECT_EQ("content", Read("file"));
+  EXPECT_EQ("content", Read(u"file"));
 }
 
 TEST_F(FileContract, CreateNewRefusesBadPaths) {
-  Write("file", "");
+  Write(u"file", "");
   const std::u16string missing = Windows(u"none\\x");
   const NamedPath cases[] = {
       {"missing folder", missing, 3},
@@ -75,33 +73,33 @@ TEST_F(FileContract, AnOpenNewFileCanBeCopiedAndDeleted) {
   EXPECT_EQ(0u, Copy(Windows(u"x"), Windows(u"y")));
   EXPECT_EQ(0u, Delete(Windows(u"x")));
   EXPECT_NE(0, winapi::CloseHandle(file));
-  EXPECT_FALSE(Exists("x"));
-  EXPECT_TRUE(Exists("y"));
+  EXPECT_FALSE(Has(u"x"));
+  EXPECT_TRUE(Has(u"y"));
 }
 
 TEST_F(FileContract, CopyGivesTheSameContent) {
   std::string content;
   for (int i = 0; i < 200000; ++i) content += static_cast<char>(i * 7 % 256);
-  Write("from", content);
+  Write(u"from", content);
   EXPECT_EQ(0u, Copy(Windows(u"from"), Windows(u"to")));
-  EXPECT_EQ(content, Read("to"));
-  EXPECT_EQ(content, Read("from"));
-  EXPECT_EQ(std::filesystem::last_write_time(Native("from")),
-            std::filesystem::last_write_time(Native("to")));
+  EXPECT_EQ(content, Read(u"to"));
+  EXPECT_EQ(content, Read(u"from"));
+  EXPECT_EQ(std::filesystem::last_write_time(File(u"from")),
+            std::filesystem::last_write_time(File(u"to")));
 }
 
 TEST_F(FileContract, CopyReplacesALongerFile) {
-  Write("from", "new");
-  Write("to", "what was there before");
+  Write(u"from", "new");
+  Write(u"to", "what was there before");
   EXPECT_EQ(80u, Copy(Windows(u"from"), Windows(u"to"), /*failIfExists=*/true));
-  EXPECT_EQ("what was there before", Read("to"));
+  EXPECT_EQ("what was there before", Read(u"to"));
   EXPECT_EQ(0u, Copy(Windows(u"FROM"), Windows(u"TO")));
-  EXPECT_EQ("new", Read("to"));
+  EXPECT_EQ("new", Read(u"to"));
 }
 
 TEST_F(FileContract, CopyRefusals) {
-  Write("file", "content");
-  MakeFolder("folder");
+  Write(u"file", "content");
+  MakeDirectory(u"folder");
   struct Case {
     const char* name;
     std::u16string from;
@@ -123,41 +121,16 @@ TEST_F(FileContract, CopyRefusals) {
   };
   for (const Case& one : cases) {
     EXPECT_EQ(one.error, Copy(one.from, one.to)) << one.name;
-    EXPECT_FALSE(Exists("x")) << one.name;
+    EXPECT_FALSE(Has(u"x")) << one.name;
   }
-  EXPECT_EQ("content", Read("file"));
+  EXPECT_EQ("content", Read(u"file"));
 }
 
-// While it lives, somebody holds the file open and shares it with nobody.
-class HeldFile {
- public:
-#ifdef _WIN32
-  HeldFile(const std::filesystem::path& file, const std::u16string& /*path*/) {
-    EXPECT_EQ(0, ::_sopen_s(&m_descriptor, file.string().c_str(), _O_RDONLY, _SH_DENYRW, 0));
-  }
-  ~HeldFile() { ::_close(m_descriptor); }
-
- private:
-  int m_descriptor = -1;
-#else
-  HeldFile(const std::filesystem::path& /*file*/, const std::u16string& path) : m_path(path) {
-    EXPECT_TRUE(winapi::host::LockFile(m_path));
-  }
-  ~HeldFile() { winapi::host::UnlockFile(m_path); }
-
- private:
-  std::u16string m_path;
-#endif
- public:
-  HeldFile(const HeldFile&) = delete;
-  HeldFile& operator=(const HeldFile&) = delete;
-};
-
 TEST_F(FileContract, AHeldFileCanBeNeitherCopiedNorCopiedOnto) {
-  Write("held", "content");
-  Write("free", "other");
+  Write(u"held", "content");
+  Write(u"free", "other");
   {
-    const HeldFile held(Native("held"), Windows(u"held"));
+    const tests::HeldFile held(*this, u"held");
     EXPECT_EQ(32u, Copy(Windows(u"held"), Windows(u"x")));
     EXPECT_EQ(32u, Copy(Windows(u"free"), Windows(u"held")));
     EXPECT_EQ(32u, Delete(Windows(u"held")));
@@ -165,33 +138,33 @@ TEST_F(FileContract, AHeldFileCanBeNeitherCopiedNorCopiedOnto) {
     EXPECT_EQ(0u, Attributes(Windows(u"held"), attributes));
     EXPECT_EQ(0x20u, attributes);
   }
-  EXPECT_FALSE(Exists("x"));
-  EXPECT_EQ("content", Read("held"));
+  EXPECT_FALSE(Has(u"x"));
+  EXPECT_EQ("content", Read(u"held"));
   EXPECT_EQ(0u, Copy(Windows(u"held"), Windows(u"x")));
 }
 
 TEST_F(FileContract, CopyKeepsReadOnly) {
-  Write("from", "content");
-  SetReadOnly("from", true);
+  Write(u"from", "content");
+  SetReadOnly(u"from", true);
   EXPECT_EQ(0u, Copy(Windows(u"from"), Windows(u"to")));
   winapi::Dword attributes = 0;
   EXPECT_EQ(0u, Attributes(Windows(u"to"), attributes));
   EXPECT_EQ(0x21u, attributes);
-  SetReadOnly("from", false);
-  SetReadOnly("to", false);
+  SetReadOnly(u"from", false);
+  SetReadOnly(u"to", false);
 }
 
 TEST_F(FileContract, DeleteTakesOneFile) {
-  Write("file", "");
-  Write("other", "");
+  Write(u"file", "");
+  Write(u"other", "");
   EXPECT_EQ(0u, Delete(Windows(u"FILE")));
-  EXPECT_FALSE(Exists("file"));
-  EXPECT_TRUE(Exists("other"));
+  EXPECT_FALSE(Has(u"file"));
+  EXPECT_TRUE(Has(u"other"));
 }
 
 TEST_F(FileContract, DeleteRefusals) {
-  MakeFolder("folder");
-  Write("file", "");
+  MakeDirectory(u"folder");
+  Write(u"file", "");
   const NamedPath cases[] = {
       {"folder", Windows(u"folder"), 5},
       {"missing", Windows(u"none"), 2},
@@ -201,23 +174,23 @@ TEST_F(FileContract, DeleteRefusals) {
       {"wildcard", Windows(u"*"), 123},
   };
   for (const NamedPath& one : cases) EXPECT_EQ(one.error, Delete(one.path)) << one.name;
-  EXPECT_TRUE(Exists("file"));
+  EXPECT_TRUE(Has(u"file"));
 }
 
 TEST_F(FileContract, DeleteRefusesAReadOnlyFile) {
-  Write("file", "");
-  SetReadOnly("file", true);
+  Write(u"file", "");
+  SetReadOnly(u"file", true);
   EXPECT_EQ(5u, Delete(Windows(u"file")));
-  EXPECT_TRUE(Exists("file"));
-  SetReadOnly("file", false);
+  EXPECT_TRUE(Has(u"file"));
+  SetReadOnly(u"file", false);
   EXPECT_EQ(0u, Delete(Windows(u"file")));
 }
 
 TEST_F(FileContract, AttributesOfWhatIsThere) {
-  Write("file", "");
-  Write("fixed", "");
-  SetReadOnly("fixed", true);
-  MakeFolder("folder");
+  Write(u"file", "");
+  Write(u"fixed", "");
+  SetReadOnly(u"fixed", true);
+  MakeDirectory(u"folder");
   struct Case {
     const char* name;
     std::u16string path;
@@ -237,11 +210,11 @@ TEST_F(FileContract, AttributesOfWhatIsThere) {
     EXPECT_EQ(0u, Attributes(one.path, attributes)) << one.name;
     EXPECT_EQ(one.attributes, attributes) << one.name;
   }
-  SetReadOnly("fixed", false);
+  SetReadOnly(u"fixed", false);
 }
 
 TEST_F(FileContract, AttributesOfWhatIsNotThere) {
-  Write("file", "");
+  Write(u"file", "");
   const NamedPath cases[] = {
       {"missing", Windows(u"none"), 2},
       {"missing folder", Windows(u"none\\x"), 3},
@@ -277,15 +250,15 @@ TEST_F(FileContract, ANameOf255CharactersIsTheLongest) {
 // "x" is what both names mean.
 TEST_F(FileContract, FullStopsAndBlanksAtTheEndFallAway) {
   EXPECT_EQ(0u, CreateNew(Windows(u"x. ")));
-  EXPECT_TRUE(Exists("x"));
+  EXPECT_TRUE(Has(u"x"));
   EXPECT_EQ(80u, CreateNew(Windows(u"x. .")));
   EXPECT_EQ(0u, Delete(Windows(u"x ")));
-  EXPECT_FALSE(Exists("x"));
+  EXPECT_FALSE(Has(u"x"));
 }
 
 TEST_F(FileContract, ADotInFrontOfANameMeansNothing) {
-  Write(".file", "");
-  MakeFolder(".folder");
+  Write(u".file", "");
+  MakeDirectory(u".folder");
   winapi::Dword attributes = 0;
   EXPECT_EQ(0u, Attributes(Windows(u".file"), attributes));
   EXPECT_EQ(Expected(0x20u, 0x22u, "hides files whose names begin with a dot"), attributes);
@@ -294,11 +267,11 @@ TEST_F(FileContract, ADotInFrontOfANameMeansNothing) {
 }
 
 TEST_F(FileContract, AttributesOfLinks) {
-  Write("file", "");
-  MakeFolder("folder");
-  MakeLink("file", "to file");
-  MakeLink("folder", "to folder");
-  MakeLink("none", "to nothing");
+  Write(u"file", "");
+  MakeDirectory(u"folder");
+  MakeLink(u"file", u"to file");
+  MakeLink(u"folder", u"to folder");
+  MakeLink(u"none", u"to nothing");
   winapi::Dword attributes = 0;
   EXPECT_EQ(0u, Attributes(Windows(u"to folder"), attributes));
   EXPECT_EQ(0x410u, attributes);
@@ -309,17 +282,17 @@ TEST_F(FileContract, AttributesOfLinks) {
 }
 
 TEST_F(FileContract, OfALinkToAFileOnlyTheLinkIsDeleted) {
-  Write("file", "");
-  MakeLink("file", "link");
+  Write(u"file", "");
+  MakeLink(u"file", u"link");
   EXPECT_EQ(0u, Delete(Windows(u"link")));
   const char* const reason = "deletes what a link to a file leads to, and keeps the link";
-  EXPECT_EQ(Expected(true, false, reason), Exists("file"));
-  EXPECT_EQ(Expected(false, true, reason), IsLink("link"));
+  EXPECT_EQ(Expected(true, false, reason), Has(u"file"));
+  EXPECT_EQ(Expected(false, true, reason), IsLink(u"link"));
 }
 
 // Of a path 259 characters are the most without the prefix.
 TEST_F(FileContract, TheLimitOfPaths) {
-  const std::size_t room = 259 - Windows(u"").size();
+  const std::size_t room = 259 - (Windows().size() + 1);
   ASSERT_LT(room, 240u);
   const std::u16string longest = Windows(std::u16string(room, u'n'));
   const std::u16string longer = Windows(std::u16string(room + 1, u'n'));

@@ -1,14 +1,18 @@
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "tests/contract/difference.h"
-#include "tests/contract/file_fixture.h"
+#include "tests/support/directory_tree.h"
+#include "tests/support/seam_error.h"
 #include "winapi/files.h"
 
 namespace {
 
+using tests::ErrorOf;
 using tests::Expected;
 
 struct Found {
@@ -17,10 +21,10 @@ struct Found {
   bool operator==(const Found&) const = default;
 };
 
-class FindContract : public tests::FileFixture {
+class FindContract : public ::testing::Test, protected tests::DirectoryTree {
  protected:
   static winapi::Handle First(const std::u16string& pattern, winapi::FindData& data) {
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(tests::kUntouchedError);
     return winapi::FindFirstFileExW(pattern.c_str(), winapi::kFindExInfoStandard, &data,
                                     winapi::kFindExSearchNameMatch, nullptr, 0);
   }
@@ -54,6 +58,11 @@ class FindContract : public tests::FileFixture {
     return names;
   }
 
+  // "file 17"
+  static std::u16string Numbered(int number) {
+    const std::string name = "file " + std::to_string(number);
+    return {name.begin(), name.end()};
+  }
   static winapi::Error ErrorOfFirst(const std::u16string& pattern) {
     winapi::FindData data{};
     const winapi::Handle search = First(pattern, data);
@@ -64,11 +73,11 @@ class FindContract : public tests::FileFixture {
 };
 
 TEST_F(FindContract, GivesEachEntryOnceWithTheDotsAhead) {
-  Write("file.txt", "12345");
-  Write("fixed", "");
-  SetReadOnly("fixed", true);
-  MakeFolder("folder");
-  Write("folder/not here", "");
+  Write(u"file.txt", "12345");
+  Write(u"fixed", "");
+  SetReadOnly(u"fixed", true);
+  MakeDirectory(u"folder");
+  Write(u"folder/not here", "");
   const auto all = All(Windows(u"*"));
   ASSERT_EQ(5u, all.size());
   EXPECT_EQ(std::u16string(u"."), all[0].cFileName);
@@ -79,16 +88,16 @@ TEST_F(FindContract, GivesEachEntryOnceWithTheDotsAhead) {
                                                     {u"fixed", {0x21, 0}},
                                                     {u"folder", {0x10, 0}}};
   EXPECT_EQ(expected, Map(all));
-  SetReadOnly("fixed", false);
+  SetReadOnly(u"fixed", false);
 }
 
 TEST_F(FindContract, LinksAndNamesWithADot) {
-  Write(".file", "12");
-  Write("file", "123");
-  MakeFolder("folder");
-  MakeLink("file", "to file");
-  MakeLink("folder", "to folder");
-  MakeLink("none", "to nothing");
+  Write(u".file", "12");
+  Write(u"file", "123");
+  MakeDirectory(u"folder");
+  MakeLink(u"file", u"to file");
+  MakeLink(u"folder", u"to folder");
+  MakeLink(u"none", u"to nothing");
   std::map<std::u16string, Found> found = Map(All(Windows(u"*")));
   EXPECT_EQ(Expected(0x20u, 0x22u, "hides files whose names begin with a dot"),
             found[u".file"].attributes);
@@ -108,9 +117,9 @@ TEST_F(FindContract, AnEmptyDirectoryHasTheDotsOnly) {
 }
 
 TEST_F(FindContract, NamesAndMasks) {
-  Write("one.txt", "");
-  Write("two.TXT", "");
-  Write("three", "");
+  Write(u"one.txt", "");
+  Write(u"two.TXT", "");
+  Write(u"three", "");
   struct Case {
     const char* name;
     std::u16string mask;
@@ -129,19 +138,18 @@ TEST_F(FindContract, NamesAndMasks) {
 }
 
 TEST_F(FindContract, ManyEntries) {
-  for (int i = 0; i < 700; ++i) Write("file " + std::to_string(i), "x");
+  for (int i = 0; i < 700; ++i) Write(Numbered(i), "x");
   const auto map = Map(All(Windows(u"*")));
   EXPECT_EQ(702u, map.size());
   for (int i = 0; i < 700; ++i) {
-    const std::string name = "file " + std::to_string(i);
-    const auto found = map.find(std::u16string(name.begin(), name.end()));
-    ASSERT_NE(map.end(), found) << name;
-    EXPECT_EQ((Found{0x20, 1}), found->second) << name;
+    const auto found = map.find(Numbered(i));
+    ASSERT_NE(map.end(), found) << i;
+    EXPECT_EQ((Found{0x20, 1}), found->second) << i;
   }
 }
 
 TEST_F(FindContract, EntriesCanBeDeletedOnTheWay) {
-  for (int i = 0; i < 600; ++i) Write("file " + std::to_string(i), "");
+  for (int i = 0; i < 600; ++i) Write(Numbered(i), "");
   winapi::FindData data{};
   const winapi::Handle search = First(Windows(u"*"), data);
   ASSERT_NE(winapi::InvalidHandleValue(), search);
@@ -153,7 +161,7 @@ TEST_F(FindContract, EntriesCanBeDeletedOnTheWay) {
   } while (winapi::FindNextFileW(search, &data) != 0);
   EXPECT_NE(0, winapi::FindClose(search));
   EXPECT_EQ(600, deleted);
-  EXPECT_TRUE(std::filesystem::is_empty(Native("")));
+  EXPECT_TRUE(std::filesystem::is_empty(File(u"")));
 }
 
 TEST_F(FindContract, TheEndStaysTheEnd) {
@@ -168,8 +176,8 @@ TEST_F(FindContract, TheEndStaysTheEnd) {
 }
 
 TEST_F(FindContract, Refusals) {
-  Write("file", "");
-  MakeFolder("folder");
+  Write(u"file", "");
+  MakeDirectory(u"folder");
   struct Case {
     const char* name;
     std::u16string pattern;
@@ -194,8 +202,7 @@ TEST_F(FindContract, Refusals) {
 TEST_F(FindContract, TheLimitOfPaths) {
   const std::size_t room = 258 - Windows(u"\\*").size();
   ASSERT_LT(room, 240u);
-  const std::string name(room, 'n');
-  MakeFolder(name);
+  MakeDirectory(std::u16string(room, u'n'));
   const std::u16string folder = Windows(std::u16string(room, u'n'));
   EXPECT_EQ(0u, ErrorOfFirst(folder + u"\\*"));
   const std::u16string longer = folder + u"\\??*";

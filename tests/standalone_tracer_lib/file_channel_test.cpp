@@ -14,6 +14,7 @@
 #include "oru/rtl/tracer.h"
 #include "oru/system/datetime/datetime.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/process.h"
 
@@ -24,7 +25,7 @@ using oru::tracer::TraceRecord;
 using tests::ExpectedFile;
 using tests::MaskTimes;
 using tests::PathIn;
-using tests::ReadBytes;
+using tests::ReadAll;
 
 TraceRecord Record(std::string_view text) {
   TraceRecord record{};
@@ -45,7 +46,7 @@ TEST(FileChannelTest, WritesHeaderRecordsAndFooter) {
     EXPECT_EQ(channel->WriteRecord(&first), oru::sOk);
     EXPECT_EQ(channel->WriteRecord(&second), oru::sOk);
   }
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")),
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")),
             ExpectedFile("x /y", {"INF\tone", "INF\t"}));
 }
 
@@ -62,7 +63,7 @@ TEST(FileChannelTest, HeaderAndFooterHaveTheTimeOfThisMoment) {
   const std::string footerAfter = tests::LocalTime("time: %d.%m.%Y %H:%M:%S\r\n");
 
   // The minute or the second may pass on the way.
-  const std::string text = ReadBytes(folder.Path() / "t.log");
+  const std::string text = ReadAll(folder.Path() / "t.log");
   const auto has = [&](const std::string& part) { return text.find(part) != std::string::npos; };
   EXPECT_TRUE((has(before.first) && has(before.second)) || (has(after.first) && has(after.second)))
       << text;
@@ -96,7 +97,7 @@ TEST(FileChannelTest, RecordThatCantBeComposedThrowsAndLeavesNothing) {
     const TraceRecord good = Record("good");
     EXPECT_EQ(channel->WriteRecord(&good), oru::sOk);
   }
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")), ExpectedFile("x", {"INF\tgood"}));
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")), ExpectedFile("x", {"INF\tgood"}));
 }
 
 TEST(FileChannelTest, AnswersItsTwoInterfaceNumbers) {

@@ -14,6 +14,7 @@
 #include "oru/rtl/tracer.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
 #include "tests/support/current_directory.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/temporary_folder.h"
 
 namespace standalone::trace {
@@ -22,7 +23,7 @@ namespace {
 using tests::ExpectedFile;
 using tests::MaskTimes;
 using tests::PathIn;
-using tests::ReadBytes;
+using tests::ReadAll;
 
 constexpr TraceSettings kSettings{.enabled = true, .maxLevel = 700};
 using Tracer = oru::ObjectPtr<oru::ITracer>;
@@ -48,7 +49,7 @@ TEST(CreateFileTracerTest, WritesTheWholeFile) {
     Trace(tracer, 300, "setup\t[x] failed");
     Trace(tracer, 700, "");
   }
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")),
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")),
             ExpectedFile("Command line: tool /unblock",
                          {"INF\tzs_util\t[main]  begin", "ERR\tsetup\t[x] failed", "INF\t"}));
 }
@@ -56,7 +57,7 @@ TEST(CreateFileTracerTest, WritesTheWholeFile) {
 TEST(CreateFileTracerTest, FileWithoutRecordsHasHeaderAndFooter) {
   const tests::TemporaryFolder folder;
   (void)CreateFileTracer(PathIn(folder, u"t.log"), "", kSettings);
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")), ExpectedFile("", {}));
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")), ExpectedFile("", {}));
 }
 
 TEST(CreateFileTracerTest, RecordAboveTheMaximumLeavesNoLine) {
@@ -68,7 +69,7 @@ TEST(CreateFileTracerTest, RecordAboveTheMaximumLeavesNoLine) {
     Trace(tracer, 700, "yes");
     Trace(tracer, 0, "yes");
   }
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")),
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")),
             ExpectedFile("x", {"INF\tyes", "NON\tyes"}));
 }
 
@@ -81,7 +82,7 @@ TEST(CreateFileTracerTest, UnknownLevelPassesBelowTheMaximum) {
     Trace(tracer, 1000, "any");
     Trace(tracer, 1001, "above");
   }
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")),
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")),
             ExpectedFile("x", {"???\tunknown", "ANY\tany"}));
 }
 
@@ -92,7 +93,7 @@ TEST(CreateFileTracerTest, TextGoesInByteByByte) {
     const Tracer tracer = CreateFileTracer(PathIn(folder, u"t.log"), "x", kSettings);
     Trace(tracer, 700, text);
   }
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")), ExpectedFile("x", {"INF\t" + text}));
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")), ExpectedFile("x", {"INF\t" + text}));
 }
 
 TEST(CreateFileTracerTest, LongRecordIsWhole) {
@@ -103,7 +104,7 @@ TEST(CreateFileTracerTest, LongRecordIsWhole) {
     Trace(tracer, 700, text);
     Trace(tracer, 700, "behind");
   }
-  const std::string bytes = ReadBytes(folder.Path() / "t.log");
+  const std::string bytes = ReadAll(folder.Path() / "t.log");
   EXPECT_NE(bytes.find("\tINF\t" + text + "\r\n"), std::string::npos);
   EXPECT_NE(bytes.find("\tINF\tbehind\r\nEnd of trace file"), std::string::npos);
 }
@@ -112,7 +113,7 @@ TEST(CreateFileTracerTest, TruncatesAnExistingFile) {
   const tests::TemporaryFolder folder;
   std::ofstream(folder.Path() / "t.log") << std::string(100'000, 'o');
   (void)CreateFileTracer(PathIn(folder, u"t.log"), "x", kSettings);
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")), ExpectedFile("x", {}));
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")), ExpectedFile("x", {}));
 }
 
 TEST(CreateFileTracerTest, SecondTracerOnOnePathTruncatesTheFirstOnesFile) {
@@ -122,7 +123,7 @@ TEST(CreateFileTracerTest, SecondTracerOnOnePathTruncatesTheFirstOnesFile) {
   first = {};
   const Tracer second = CreateFileTracer(path, "second", kSettings);
   EXPECT_FALSE(WritesNothing(second));
-  EXPECT_EQ(ReadBytes(folder.Path() / "t.log"), "");  // its header lies in the stream's buffer
+  EXPECT_EQ(ReadAll(folder.Path() / "t.log"), "");  // its header lies in the stream's buffer
 }
 
 TEST(CreateFileTracerTest, OthersMayReadAndWriteMeanwhile) {
@@ -149,10 +150,10 @@ TEST(CreateFileTracerTest, FileIsCompleteWhenTheLastReferenceGoes) {
   EXPECT_EQ(other->AddRef(), 3u);
   EXPECT_EQ(other->Release(), 2u);
   tracer = {};
-  EXPECT_EQ(ReadBytes(folder.Path() / "t.log"), "");
+  EXPECT_EQ(ReadAll(folder.Path() / "t.log"), "");
   Trace(other, 700, "late");
   other = {};
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")), ExpectedFile("x", {"INF\tlate"}));
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")), ExpectedFile("x", {"INF\tlate"}));
 }
 
 TEST(CreateFileTracerTest, MissingDirectoryGivesATracerThatWritesNothing) {
@@ -173,7 +174,7 @@ TEST(CreateFileTracerTest, FileInPlaceOfTheDirectoryGivesATracerThatWritesNothin
   const tests::TemporaryFolder folder;
   std::ofstream(folder.Path() / "taken") << "kept";
   EXPECT_TRUE(WritesNothing(CreateFileTracer(PathIn(folder, u"taken\\t.log"), "x", kSettings)));
-  EXPECT_EQ(ReadBytes(folder.Path() / "taken"), "kept");
+  EXPECT_EQ(ReadAll(folder.Path() / "taken"), "kept");
 }
 
 TEST(CreateFileTracerTest, DisabledGivesATracerThatWritesNothingAndNoFile) {
@@ -191,14 +192,14 @@ TEST(CreateFileTracerTest, RelativePathCountsFromTheCurrentDirectory) {
     (void)CreateFileTracer(u"sub\\t.log", "x", kSettings);
     (void)CreateFileTracer(u"plain.log", "x", kSettings);
   }
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "sub" / "t.log")), ExpectedFile("x", {}));
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "plain.log")), ExpectedFile("x", {}));
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "sub" / "t.log")), ExpectedFile("x", {}));
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "plain.log")), ExpectedFile("x", {}));
 }
 
 TEST(CreateFileTracerTest, PathIsSixteenBitText) {
   const tests::TemporaryFolder folder;
   (void)CreateFileTracer(PathIn(folder, u"\u00E4\u0416\u6F22.log"), "x", kSettings);
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / std::filesystem::path(u"\u00E4\u0416\u6F22.log"))),
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / std::filesystem::path(u"\u00E4\u0416\u6F22.log"))),
             ExpectedFile("x", {}));
 }
 

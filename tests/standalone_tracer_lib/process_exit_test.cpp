@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tests/standalone_tracer_lib/trace_file.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/program.h"
 #include "tests/support/temporary_folder.h"
 
@@ -29,7 +30,7 @@ std::string TraceOf(const std::u16string& way, std::uint32_t status) {
       ZUM_TRACED_PROGRAM, u"traced_program " + way + u" " + folder.WindowsPath() + u"\\t.log");
   EXPECT_EQ(outcome.status, status);
   EXPECT_EQ(outcome.output, "");
-  return tests::MaskIdentity(tests::MaskTimes(tests::ReadBytes(folder.Path() / "t.log")));
+  return tests::MaskIdentity(tests::MaskTimes(tests::ReadAll(folder.Path() / "t.log")));
 }
 
 TEST(ProcessExitTest, ReturnFromMainWritesTheFooter) {

@@ -11,6 +11,7 @@
 #include "standalone_tracer_lib/trace_file_path.h"
 #include "standalone_tracer_lib/trace_lines.h"
 #include "tests/oru/system/datetime/time_samples.h"
+#include "tests/standalone_tracer_lib/trace_file.h"
 
 namespace standalone::trace {
 namespace {
@@ -36,16 +37,7 @@ TEST(TraceExampleTest, LinesAreThoseOfTheExample) {
       "\r\n" + Line(31, "zs_util\t[main]  begin") + Line(94, "zs_util\t[main]  end") +
       Line(95, "zs_util\t[main] exit with result = 0x00000000") + detail::ComposeFooter(end) +
       "\r\n";
-  EXPECT_EQ(text,
-            "TVX TRACE FILE\tTime: 15.11.2026 05:27  PID: 4660(0x1234)\r\n"
-            "Command line: Command line: zum_setup_util.exe --trace-output=C:\\t /unblock\r\n"
-            "Time(UTC) : 15.11.2026 02:27  \r\n"
-            "\r\n"
-            "\r\n"
-            "05:27:41.031\t0x1a2c\tINF\tzs_util\t[main]  begin\r\n"
-            "05:27:41.094\t0x1a2c\tINF\tzs_util\t[main]  end\r\n"
-            "05:27:41.095\t0x1a2c\tINF\tzs_util\t[main] exit with result = 0x00000000\r\n"
-            "End of trace file, time: 15.11.2026 05:27:41\r\n");
+  EXPECT_EQ(text, tests::kExampleFile);
 }
 
 TEST(TraceExampleTest, StampIsThatOfTheExample) {

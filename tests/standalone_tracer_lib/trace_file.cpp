@@ -4,9 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <iterator>
-#include <stdexcept>
 
 #ifdef _WIN32
 #include <process.h>
@@ -53,12 +51,6 @@ std::string Formatted(const std::tm& time, const char* format) {
 }
 
 }  // namespace
-
-std::string ReadBytes(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream.is_open()) throw std::runtime_error("can't read " + file.string());
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 bool Matches(std::string_view text, std::string_view pattern) {
   if (text.size() != pattern.size()) return false;

@@ -8,15 +8,12 @@
 #include "oru/system/datetime/datetime.h"
 #include "tests/oru/system/datetime/time_samples.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
+#include "tests/support/text.h"
 
 namespace standalone::trace {
 namespace {
 
-std::string Narrow(const oru::String16& text) {
-  std::string narrow;
-  for (const char16_t unit : text.view()) narrow.push_back(static_cast<char>(unit));
-  return narrow;
-}
+using tests::Narrow;
 
 TEST(JoinNameTest, PutsOneSeparatorWhereThereIsNone) {
   struct Case {
@@ -66,7 +63,7 @@ TEST(MakeFileTimeStampTest, PadsEachPart) {
 TEST(MakeTraceFilePathTest, HasPrefixTimeWordAndExtension) {
   for (const std::string word : {"all", "srv"}) {
     const oru::String16 component(std::u16string(word.begin(), word.end()));
-    const std::string path = Narrow(MakeTraceFilePath(u"C:\\t", component));
+    const std::string path = Narrow(MakeTraceFilePath(u"C:\\t", component).view());
     EXPECT_TRUE(tests::Matches(path, "C:\\t\\zum-setup-util-####-##-##-##-##-##-" + word + ".log"))
         << path;
   }
@@ -83,7 +80,7 @@ TEST(MakeTraceFilePathTest, TakesTheDirectoryAsItStands) {
                         {u"..\\t", "..\\t\\"},
                         {u"\"C:\\t\"", "\"C:\\t\"\\"}};
   for (const Case& row : cases) {
-    const std::string path = Narrow(MakeTraceFilePath(row.directory, u"all"));
+    const std::string path = Narrow(MakeTraceFilePath(row.directory, u"all").view());
     const std::string name = "zum-setup-util-####-##-##-##-##-##-all.log";
     EXPECT_TRUE(tests::Matches(path, row.before + name)) << path;
   }
@@ -92,7 +89,7 @@ TEST(MakeTraceFilePathTest, TakesTheDirectoryAsItStands) {
 TEST(MakeTraceFilePathTest, HasTheLocalTimeOfThisMoment) {
   constexpr char format[] = "zum-setup-util-%Y-%m-%d-%H-%M-%S-all.log";
   const std::string before = tests::LocalTime(format);
-  const std::string name = Narrow(MakeTraceFilePath(u"", u"all"));
+  const std::string name = Narrow(MakeTraceFilePath(u"", u"all").view());
   const std::string after = tests::LocalTime(format);
   EXPECT_GE(name, before);
   EXPECT_LE(name, after);

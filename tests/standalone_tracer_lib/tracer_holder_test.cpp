@@ -11,6 +11,7 @@
 #include "standalone_tracer_lib/empty_tracer.h"
 #include "standalone_tracer_lib/file_tracer.h"
 #include "tests/standalone_tracer_lib/trace_file.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/recording_tracer.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/modules.h"
@@ -21,7 +22,7 @@ namespace {
 using tests::ExpectedFile;
 using tests::MaskTimes;
 using tests::PathIn;
-using tests::ReadBytes;
+using tests::ReadAll;
 
 constexpr TraceSettings kSettings{.enabled = true, .maxLevel = 700};
 
@@ -55,14 +56,14 @@ TEST(TracerHolderTest, InstallTakesOverAndReleasesTheOldOne) {
   tests::RecordingTracer first;
   tests::RecordingTracer second;
   TracerHolder::Instance().Install(oru::ObjectPtr<oru::ITracer>::Share(&first));
-  EXPECT_EQ(first.Count(), 1);
+  EXPECT_EQ(first.references, 1u);
   EXPECT_EQ(::GetTracer(), &first);
   TracerHolder::Instance().Install(oru::ObjectPtr<oru::ITracer>::Share(&second));
-  EXPECT_EQ(first.Count(), 0);
-  EXPECT_EQ(second.Count(), 1);
+  EXPECT_EQ(first.references, 0u);
+  EXPECT_EQ(second.references, 1u);
   EXPECT_EQ(::GetTracer(), &second);
   InstallEmpty();
-  EXPECT_EQ(second.Count(), 0);
+  EXPECT_EQ(second.references, 0u);
 }
 
 TEST(TracerHolderTest, StatementsGoToTheInstalledTracer) {
@@ -74,7 +75,7 @@ TEST(TracerHolderTest, StatementsGoToTheInstalledTracer) {
   ORU_TRACE(300, oru::ResultCodeText{0} << u"\u00E4");
   EXPECT_EQ(evaluated, 1);
   InstallEmpty();
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "t.log")),
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "t.log")),
             ExpectedFile("x", {"INF\tnumber 1", "ERR\t0x00000000\xC3\xA4"}));
 }
 
@@ -86,13 +87,12 @@ TEST(TracerHolderTest, ScopeEndsWhereItBegan) {
     ORU_TRACE_SCOPE(scope, 700, u"zs_util\t[main] ");
     InstallFile(PathIn(folder, u"second.log"));
     ORU_TRACE(700, "between");
-    EXPECT_EQ(ReadBytes(folder.Path() / "first.log"), "") << "the scope holds its tracer";
+    EXPECT_EQ(ReadAll(folder.Path() / "first.log"), "") << "the scope holds its tracer";
   }
   InstallEmpty();
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "first.log")),
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "first.log")),
             ExpectedFile("x", {"INF\tzs_util\t[main]  begin", "INF\tzs_util\t[main]  end"}));
-  EXPECT_EQ(MaskTimes(ReadBytes(folder.Path() / "second.log")),
-            ExpectedFile("x", {"INF\tbetween"}));
+  EXPECT_EQ(MaskTimes(ReadAll(folder.Path() / "second.log")), ExpectedFile("x", {"INF\tbetween"}));
 }
 
 #ifdef _WIN32

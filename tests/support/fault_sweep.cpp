@@ -43,6 +43,51 @@ void FaultSweep::Note(const RunResult& run, const std::string& outcome) {
   m_injected += run.injectedFaults + (run.callsBeforeAllocationFault ? 1 : 0);
 }
 
+void FaultSweep::FailEachCall(const std::set<std::string>& neverFail, const CheckOfCall& check) {
+  std::set<std::string> failed;
+  std::size_t nth = 1;
+  for (;; ++nth) {
+    const Fault first{Fault::Kind::kCall, nth, 5, winapi::host::Repeat::kOnce};
+    const RunResult run = Run(first);
+    if (run.injectedFaults == 0) break;
+    const FailedCall call(run);
+    failed.insert(call.Operation());
+    for (const winapi::Error error : ErrorsOf(call.Operation())) {
+      SCOPED_TRACE(call.Describe() + ": error " + std::to_string(error));
+      Fault fault = first;
+      fault.error = error;
+      check(call, error, error == first.error ? run : Run(fault));
+    }
+  }
+  PrintSummary("calls", nth - 1);
+  ExpectAllIn(Run({}), failed, neverFail);
+}
+
+void FaultSweep::FailAllCallsFromEachOn(const std::function<void(const RunResult&)>& check) {
+  std::size_t nth = 1;
+  for (;; ++nth) {
+    const RunResult run = Run({Fault::Kind::kCall, nth, 5, winapi::host::Repeat::kForever});
+    if (run.injectedFaults == 0) break;
+    SCOPED_TRACE(FailedCall(run).Describe() + " and all behind it");
+    check(run);
+  }
+  PrintSummary("calls", nth - 1);
+}
+
+void FaultSweep::FailEachAllocation(winapi::host::Repeat repeat,
+                                    const std::function<void(const RunResult&)>& check) {
+  std::size_t nth = 1;
+  for (;; ++nth) {
+    const Fault fault{Fault::Kind::kAllocation, nth, 0, repeat};
+    const RunResult run = Run(fault);
+    if (!run.callsBeforeAllocationFault) break;
+    SCOPED_TRACE(Describe(fault));
+    check(run);
+  }
+  EXPECT_GT(nth, 1u) << "no allocation failed";
+  PrintSummary("allocations", nth - 1);
+}
+
 void FaultSweep::ExpectAllIn(const RunResult& run, const std::set<std::string>& failed,
                              const std::set<std::string>& neverFail) {
   for (const winapi::host::CallRecord& call : run.calls) {

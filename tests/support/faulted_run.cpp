@@ -78,7 +78,7 @@ void WriteReport() {
          << '\t' << injected << '\t' << allocations << "\nlive\t" << live.keys << '\t'
          << live.handles << '\t' << live.moduleReferences << '\t' << live.heapBlocks << '\t'
          << live.localBlocks << '\t' << live.trustStates << "\nprograms\t"
-         << host::RunningPrograms() << '\n';
+         << host::RunningPrograms() << "\nsleeps\t" << host::Sleeps().size() << '\n';
   if (position) report << "position\t" << *position << '\n';
   for (const host::CallRecord& call : calls) {
     report << "call\t" << call.operation << '\t' << call.failed;
@@ -177,6 +177,7 @@ void ReadLine(const std::vector<std::string>& fields, RunResult& result) {
   }
   if (fields[0] == "position") result.callsBeforeAllocationFault = Number(fields.at(1));
   if (fields[0] == "programs") result.runningPrograms = Number(fields.at(1));
+  if (fields[0] == "sleeps") result.sleeps = Number(fields.at(1));
   if (fields[0] == "fact") result.facts[fields.at(1)] = fields.at(2);
   if (fields[0] == "call") {
     host::CallRecord call;

@@ -50,6 +50,7 @@ struct RunResult {
   std::vector<winapi::host::CallRecord> calls;
   winapi::host::LiveResources live;
   std::size_t runningPrograms = 0;  // started by the run and not ended
+  std::size_t sleeps = 0;           // that were asked for
   std::size_t fallibleCalls = 0;
   std::size_t injectedFaults = 0;
   std::size_t allocations = 0;

@@ -1,7 +1,7 @@
 // A tracer that keeps what is traced, for tests. It is nastier than a real one: it moves the area
 // at each growth, fills a new one with garbage, leaves a last error behind on success, and can be
 // told to refuse, to lie and to throw. It isn't counted to its death: a test holds it by value and
-// looks at Count().
+// looks at `references`.
 #ifndef TESTS_SUPPORT_RECORDING_TRACER_H_
 #define TESTS_SUPPORT_RECORDING_TRACER_H_
 
@@ -11,17 +11,19 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "oru/rtl/result_code.h"
 #include "oru/rtl/tracer.h"
+#include "tests/support/object_stub.h"
 #include "winapi/errors.h"
 
 namespace tests {
 
-class RecordingTracer final : public oru::ITracer {
+class RecordingTracer final : public ObjectStub<oru::ITracer> {
  public:
   enum class Call { kProbe, kOpen, kGrow, kCommit };
   struct Record {
@@ -29,12 +31,18 @@ class RecordingTracer final : public oru::ITracer {
     std::string text;
     std::uint32_t capacity = 0;
     bool operator==(const Record&) const = default;
+    friend void PrintTo(const Record& record, std::ostream* out) {
+      *out << record.level << " \"" << record.text << "\" in " << record.capacity;
+    }
   };
   struct Seen {
     Call call;
     std::uint32_t level = 0;  // of a commit 0
     std::uint32_t size = 0;   // asked for; of a commit the length
     bool operator==(const Seen&) const = default;
+    friend void PrintTo(const Seen& seen, std::ostream* out) {
+      *out << "call " << static_cast<int>(seen.call) << ' ' << seen.level << ' ' << seen.size;
+    }
   };
   // What a call answers, in place of doing its work. It gets the call and the caller's area.
   using Answer = std::function<oru::ResultCode(char** buffer)>;
@@ -69,19 +77,14 @@ class RecordingTracer final : public oru::ITracer {
   }
   // Areas that were handed out and not given back.
   [[nodiscard]] std::size_t OpenAreas() const { return m_areas.size(); }
-  // References that others hold.
-  [[nodiscard]] std::int32_t Count() const { return m_references; }
 
   std::uint32_t AddRef() noexcept override {
     winapi::SetLastError(kLastError);
-    return static_cast<std::uint32_t>(++m_references);
+    return ObjectStub::AddRef();
   }
   std::uint32_t Release() noexcept override {
     winapi::SetLastError(kLastError);
-    return static_cast<std::uint32_t>(--m_references);
-  }
-  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
+    return ObjectStub::Release();
   }
 
   oru::ResultCode ReserveRecord(std::uint32_t level, char** buffer, std::uint32_t size) override {
@@ -148,7 +151,6 @@ class RecordingTracer final : public oru::ITracer {
   }
 
   std::uint32_t m_maximum;
-  std::int32_t m_references = 0;
   std::vector<Record> m_records;
   std::vector<Seen> m_calls;
   std::map<char*, Area> m_areas;

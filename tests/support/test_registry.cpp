@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tests/support/text.h"
+
 namespace tests {
 
 std::optional<Value> GetValue(const std::u16string& path, const std::u16string& name) {
@@ -20,6 +22,17 @@ std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, int zeros) {
   }
   bytes.insert(bytes.end(), static_cast<std::size_t>(zeros) * 2, 0);
   return bytes;
+}
+
+std::vector<std::uint8_t> ListBytes(const std::vector<std::u16string>& strings) {
+  std::u16string text;
+  for (const std::u16string& string : strings) text.append(string).push_back(u'\0');
+  return Utf16Bytes(text);
+}
+
+void PrintTo(const Value& value, std::ostream* out) {
+  *out << Narrow(value.name) << " of type " << value.type << ':';
+  for (const std::uint8_t byte : value.data) *out << ' ' << static_cast<unsigned>(byte);
 }
 
 }  // namespace tests

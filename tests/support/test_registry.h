@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,6 +20,7 @@ struct Value {
   std::vector<std::uint8_t> data;
   bool operator==(const Value&) const = default;
 };
+void PrintTo(const Value& value, std::ostream* out);
 
 // Each throws std::runtime_error when the system refuses.
 void CreateKey(const std::u16string& path);
@@ -33,6 +35,9 @@ void SetValue(const std::u16string& path, const Value& value);
 
 // The bytes of a text, low byte first, with `zeros` zero characters behind it.
 [[nodiscard]] std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, int zeros = 1);
+
+// The bytes of a REG_MULTI_SZ: each string with its zero, and the end mark.
+[[nodiscard]] std::vector<std::uint8_t> ListBytes(const std::vector<std::u16string>& strings);
 
 // Removes the tree when it dies; made on a path it empties it first.
 class ScopedTree {

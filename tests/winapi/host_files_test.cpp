@@ -11,6 +11,7 @@
 #include <fstream>
 #include <string>
 
+#include "tests/support/seam_error.h"
 #include "winapi/errors.h"
 #include "winapi/files.h"
 #include "winapi/handles.h"
@@ -22,6 +23,8 @@ namespace winapi {
 namespace {
 
 namespace fs = std::filesystem;
+using tests::CreateNew;
+using tests::ErrorOf;
 
 class HostFiles : public ::testing::Test {
  protected:
@@ -30,11 +33,6 @@ class HostFiles : public ::testing::Test {
   static fs::path DriveC() { return host::DriveCFolder(); }
   static void Write(const fs::path& file, std::string_view content = "") {
     std::ofstream(file, std::ios::binary) << content;
-  }
-  template <class Operation>
-  static Error ErrorOf(Operation operation) {
-    SetLastError(0xABCD);
-    return operation() != 0 ? 0 : GetLastError();
   }
   static Error Delete(const std::u16string& path) {
     return ErrorOf([&] { return DeleteFileW(path.c_str()); });
@@ -50,13 +48,6 @@ class HostFiles : public ::testing::Test {
   }
   static Handle NewFile(const char16_t* path) {
     return CreateFileW(path, 0, 0, nullptr, kCreateNew, 0, nullptr);
-  }
-  static Error CreateNew(const char16_t* path) {
-    SetLastError(0xABCD);
-    const Handle file = NewFile(path);
-    if (file == InvalidHandleValue()) return GetLastError();
-    EXPECT_NE(CloseHandle(file), 0);
-    return 0;
   }
 };
 

@@ -8,6 +8,7 @@
 
 #include "oru/rtl/check.h"
 #include "oru/rtl/exception.h"
+#include "oru/rtl/trace.h"
 #include "standalone_tracer_lib/tracers.h"
 #include "zum_setup_util/command_line.h"
 #include "zum_setup_util_lib/unblock.h"
@@ -21,7 +22,10 @@ constexpr char kFile[] = "tests/zum_setup_util/run_probe";
 }
 
 // An aborted process loses what lies in the stream's buffer: the tracer ends its file first.
+// Nothing unwinds for an exception that nobody catches, so the run's scope still has its reference.
 [[noreturn]] void EndWithTheTrace() {
+  oru::ITracer* const tracer = GetTracer();
+  if (oru::IsTraceLevelAllowed(tracer, oru::kTraceLevelInfo)) (void)tracer->Release();
   standalone::trace::TracerHolder::Instance().Install(standalone::trace::CreateEmptyTracer());
   std::abort();
 }

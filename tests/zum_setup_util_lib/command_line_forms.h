@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/text.h"
 #include "zum_setup_util_lib/commands_msi.h"
 
 namespace tests {
@@ -22,9 +23,6 @@ struct CommandOutcome {
   std::string file;
   std::uint32_t line = 0;
 };
-
-// For showing ASCII text.
-inline std::string Narrow(const std::u16string& text) { return {text.begin(), text.end()}; }
 
 inline CommandOutcome MakeCommand(const Words& words) {
   CommandOutcome outcome;

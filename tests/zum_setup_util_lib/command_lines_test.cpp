@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/expected_failure.h"
 #include "tests/support/vtable_slot.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "zum_setup_util_lib/commands_msi.h"
@@ -147,15 +148,9 @@ class EmptyReplacement : public testing::TestWithParam<Setter> {};
 TEST_P(EmptyReplacement, HasReplacedThePathWhenItIsRefused) {
   const CommandOutcome outcome = MakeCommand(GetParam().words);
   ASSERT_NE(outcome.command, nullptr);
-  try {
-    outcome.command->SetFullPathToPackage(u"");
-    FAIL() << "an empty path was taken";
-  } catch (const oru::CheckResultFailedException& exception) {
-    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), kInvalidArgument);
-    EXPECT_EQ(Narrow(std::u16string(exception.Message().view())), Narrow(GetParam().message));
-    EXPECT_STREQ(exception.File(), "zum_setup_util_lib/commands_msi");
-    EXPECT_GT(exception.Line(), 0u);
-  }
+  tests::ExpectFailureOf(
+      "zum_setup_util_lib/commands_msi", kInvalidArgument,
+      [&] { outcome.command->SetFullPathToPackage(u""); }, GetParam().message);
   EXPECT_EQ(outcome.command->GetFullPathToPackage(), u"");
   EXPECT_EQ(Narrow(outcome.command->GetMsiCommandLine()), Narrow(GetParam().line));
 }

@@ -19,11 +19,18 @@ namespace {
 
 namespace host = winapi::host;
 using host::Repeat;
+using tests::Always;
+using tests::Behind;
 using tests::Count;
 using tests::Expected;
+using tests::FailedCall;
 using tests::Fault;
+using tests::FaultRow;
+using tests::FaultTable;
+using tests::InKey;
 using tests::RunResult;
 using tests::ToText;
+using tests::With;
 // The outcomes.
 using tests::kCompleted;
 using tests::kDropCode;
@@ -39,7 +46,23 @@ using tests::kSignatureCode;
 
 class CorrectSetupSweep : public tests::FaultSweep {
  protected:
-  RunResult Run(const Fault& fault, const std::function<void()>& begin = tests::BeginPipelineRun) {
+  [[nodiscard]] std::vector<winapi::Error> ErrorsOf(const std::string& operation) const override {
+    if (operation == "WinVerifyTrust") return {2, 5, 0x800B0100, 0x80096010};
+    if (operation == "RegQueryValueExW") return {2, 5, 1018};
+    if (operation == "RegOpenKeyExW" || operation == "RegOpenKeyTransactedW") return {2, 5, 6800};
+    if (operation == "RegEnumKeyW") return {5, 259};
+    if (operation == "CreateFileW" || operation == "CopyFileW") return {2, 5, 32, 112};
+    if (operation == "DeleteFileW" || operation == "RemoveDirectoryW") return {2, 5, 32};
+    if (operation == "CreateDirectoryW") return {3, 5, 183};
+    if (operation == "CommitTransaction") return {5, 6800};
+    if (operation.starts_with("Find")) return {2, 3, 5, 18};
+    if (operation == "LoadLibraryW" || operation == "GetProcAddress") return {126, 127};
+    if (operation == "CreateProcessW") return {2, 5, 740};
+    return {5};
+  }
+
+  RunResult Run(const Fault& fault) override { return Run(fault, tests::BeginPipelineRun); }
+  RunResult Run(const Fault& fault, const std::function<void()>& begin) {
     const RunResult run = RunOnce(tests::PipelinePlan(begin), fault);
     ExpectSoundEnd(run);
     Note(run, ToText(run));
@@ -58,149 +81,99 @@ class CorrectSetupSweep : public tests::FaultSweep {
   }
 };
 
-// The call that was made to fail, with what tells it from others of its operation.
-struct FailedCall {
-  host::CallRecord call;
-  std::size_t nth = 0;  // of its operation, from 1
-  bool copied = false;  // the package lies in the private directory
+constexpr Expected kNotDropped = {kDropCode, "marked"};
+constexpr Expected kRefused = {kSignatureCode, "marked"};
+constexpr Expected kNotStarted = {kLaunchCode, "restored"};
+// The installer runs or has run.
+constexpr Expected kNotWaitedFor = {kLaunchCode, "restored", "as it was", 1};
+constexpr Expected kProbeStays = {kPassed, "restored", "corrected", 1, 0, 1};
+constexpr Expected kFirstProductMarked = {kPassed, "marked", "corrected", 1};
+constexpr Expected kSourceMarked = {kPassed, "first", "corrected", 1};
 
-  [[nodiscard]] bool Is(std::string_view operation) const { return call.operation == operation; }
-  [[nodiscard]] bool Has(const char* argument, std::string_view part) const {
-    return call.Argument(argument).find(part) != std::string::npos;
-  }
-};
-
-FailedCall FirstFailure(const RunResult& run) {
-  FailedCall failure;
-  std::map<std::string, std::size_t> seen;
-  for (const host::CallRecord& call : run.calls) {
-    const std::size_t nth = ++seen[call.operation];
-    if (call.failed) {
-      failure.call = call;
-      failure.nth = nth;
-      return failure;
-    }
-    if (call.operation == "CopyFileW") failure.copied = true;
-  }
-  return failure;
+// The size of a label: without one the token counts as one that has none.
+bool IsLabelsSize(const FailedCall& call) {
+  return call.Argument("informationClass") == "25" && call.Argument("length") == "0";
 }
 
-// Functions whose failure is the failure of the private copy, before the directory is made.
-const std::set<std::string> kSecureDirectoryCalls = {"OpenProcessToken",
-                                                     "CreateWellKnownSid",
-                                                     "InitializeAcl",
-                                                     "AddAccessAllowedAce",
-                                                     "GetModuleHandleA",
-                                                     "AddMandatoryAce",
-                                                     "GetTempPathW",
-                                                     "InitializeSecurityDescriptor",
-                                                     "SetSecurityDescriptorDacl",
-                                                     "SetSecurityDescriptorSacl",
-                                                     "CreateDirectoryW",
-                                                     "CopyFileW"};
-
-// Those behind which a state of the trust provider stays open.
-const std::set<std::string> kCertificateCalls = {
-    "WTHelperProvDataFromStateData", "WTHelperGetProvSignerFromChain",
-    "WTHelperGetProvCertFromChain", "CertGetNameStringW", "LocalAlloc"};
-
-Expected ExpectedForLookUp(const FailedCall& failed) {
-  const std::string name = failed.call.Argument("name");
-  if (name == "AddMandatoryAce") return {kDropCode, "marked"};
-  if (name == "WinVerifyTrust") {
-    // The last look-up but those of the renames is for the close of the state, whose result doesn't
-    // count.
-    if (failed.nth > 2) return {kPassed, "restored", "corrected", 1, 1};
-    return {kSignatureCode, "marked"};
-  }
-  if (kCertificateCalls.contains(name)) return kRefusedWithState;
-  if (name == "CommitTransaction") return kCompleted;  // the next attempt does it
-  return kRenamesSkipped;                              // CreateTransaction, RegOpenKeyTransactedW
+// The look-up behind the check itself.
+bool ClosesTheState(const FailedCall& call) {
+  return With<"name", "WinVerifyTrust">(call) && call.Behind("WinVerifyTrust");
 }
 
-// The loading of a library: its path's directory, or itself.
-Expected ExpectedForLibrary(std::size_t library) {
-  if (library == 1) return {kSignatureCode, "marked"};  // wintrust.dll
-  if (library == 2) return kRefusedWithState;           // crypt32.dll: a signer without a name
-  return kRenamesSkipped;                               // ktmw32.dll
-}
-
-Expected ExpectedForRegistry(const FailedCall& failed) {
-  if (failed.Is("RegOpenKeyExW")) {
-    if (failed.nth == 1) return {kRegistryCode, "marked"};
-    return {kPassed, failed.nth == 2 ? "marked" : "first", "corrected", 1};
-  }
-  if (failed.Is("RegEnumKeyW")) {
-    return failed.Has("index", "0") ? Expected{kPassed, "marked", "corrected", 1} : kCompleted;
-  }
-  if (failed.Has("name", "PendingFileRenameOperations")) {
-    return failed.Is("RegQueryValueExW") ? kRenamesSkipped : kCompleted;
-  }
-  const bool package = failed.Has("name", "LocalPackage");
-  if (failed.Is("RegQueryValueExW")) {
-    return {kPassed, package ? "marked restored" : "first", "corrected", 1};
-  }
-  if (failed.Is("RegSetValueExW")) return {kRegistryCode, package ? "marked" : "first"};
-  if (failed.Is("RegDeleteValueW"))
-    return {kRegistryCode, package ? "half marked" : "restored half"};
-  return kCompleted;  // RegCloseKey
-}
-
-Expected ExpectedForListing(const FailedCall& failed) {
-  // A package that can't be listed isn't copied: its check finds no file, and so no signer.
-  return failed.copied || failed.Is("FindClose") ? kCompleted : kRefusedWithState;
-}
-
-// The typed table of what one failing call does.
-Expected ExpectedFor(const FailedCall& failed) {
-  if (failed.Is("GetFileAttributesW") && failed.nth == 1) return {kSelfDefenseCode, "marked"};
-  if (failed.Is("DeleteFileW") && failed.nth == 1) {
-    return {kPassed, "restored", "corrected", 1, 0, 1};
-  }
-  if (kSecureDirectoryCalls.contains(failed.call.operation)) return {kDropCode, "marked"};
-  if (failed.Is("GetTokenInformation")) {
-    // Without a size for the label the token counts as one that has none.
-    return failed.nth == 3 ? kCompleted : Expected{kDropCode, "marked"};
-  }
-  if (failed.call.operation.starts_with("Find")) return ExpectedForListing(failed);
-  if (failed.Is("GetProcAddress")) return ExpectedForLookUp(failed);
-  if (failed.Is("LoadLibraryW")) return ExpectedForLibrary(failed.nth);
-  if (failed.Is("GetSystemDirectoryW")) {
-    if (failed.nth <= 2) return ExpectedForLibrary(failed.nth);
-    return failed.nth <= 4 ? Expected{kLaunchCode, "restored"} : kRenamesSkipped;
-  }
-  if (failed.Is("WinVerifyTrust")) {
-    return failed.nth == 1 ? Expected{kSignatureCode, "marked"} : kCompleted;
-  }
-  if (kCertificateCalls.contains(failed.call.operation)) return kRefusedWithState;
-  if (failed.Is("CreateTransaction") || failed.Is("RegOpenKeyTransactedW") ||
-      failed.Is("GetModuleHandleW")) {
-    return kRenamesSkipped;
-  }
-  if (failed.call.operation.starts_with("Reg")) return ExpectedForRegistry(failed);
-  if (failed.Is("CreateProcessW")) return {kLaunchCode, "restored"};
-  if (failed.Is("WaitForSingleObjectEx") || failed.Is("GetExitCodeProcess")) {
-    return {kLaunchCode, "restored", "as it was", 1};
-  }
-  // The rest is tried again, or its failure isn't looked at, or concerns the trace alone.
-  return kCompleted;
-}
-
-// Errors that the operations really give.
-std::vector<winapi::Error> ErrorsFor(const std::string& operation) {
-  if (operation == "WinVerifyTrust") return {2, 5, 0x800B0100, 0x80096010};
-  if (operation == "RegQueryValueExW") return {2, 5, 1018};
-  if (operation == "RegOpenKeyExW" || operation == "RegOpenKeyTransactedW") return {2, 5, 6800};
-  if (operation == "RegEnumKeyW") return {5, 259};
-  if (operation == "CreateFileW" || operation == "CopyFileW") return {2, 5, 32, 112};
-  if (operation == "DeleteFileW" || operation == "RemoveDirectoryW") return {2, 5, 32};
-  if (operation == "CreateDirectoryW") return {3, 5, 183};
-  if (operation == "CommitTransaction") return {5, 6800};
-  if (operation.starts_with("Find")) return {2, 3, 5, 18};
-  if (operation == "LoadLibraryW" || operation == "GetProcAddress") return {126, 127};
-  if (operation == "CreateProcessW") return {2, 5, 740};
-  return {5};
-}
+// The typed table of what one failing call does. The rest is tried again, or its failure isn't
+// looked at, or concerns the trace alone.
+constexpr FaultRow<Expected> kRows[] = {
+    // The probe. Its own question is asked again by each attempt, and the removal asks too.
+    {"GetFileAttributesW", Behind<"GetFileAttributesW">, kCompleted},
+    {"GetFileAttributesW", With<"path", "ZUM\\Data">, {kSelfDefenseCode, "marked"}},
+    {"DeleteFileW", With<"path", "p.msi">, kCompleted},
+    {"DeleteFileW", Always, kProbeStays},
+    // The private directory and the copy in it.
+    {"GetTempPathW", Always, kNotDropped},
+    {"OpenProcessToken", Always, kNotDropped},
+    {"GetTokenInformation", IsLabelsSize, kCompleted},
+    {"GetTokenInformation", Always, kNotDropped},
+    {"CreateWellKnownSid", Always, kNotDropped},
+    {"InitializeAcl", Always, kNotDropped},
+    {"AddAccessAllowedAce", Always, kNotDropped},
+    {"GetModuleHandleA", With<"name", "advapi32">, kNotDropped},
+    {"GetProcAddress", With<"name", "AddMandatoryAce">, kNotDropped},
+    {"AddMandatoryAce", Always, kNotDropped},
+    {"InitializeSecurityDescriptor", Always, kNotDropped},
+    {"SetSecurityDescriptorDacl", Always, kNotDropped},
+    {"SetSecurityDescriptorSacl", Always, kNotDropped},
+    {"CreateDirectoryW", Always, kNotDropped},
+    // A package that can't be listed isn't copied: its check finds no file, and so no signer.
+    {"FindFirstFileExW", Behind<"CopyFileW">, kCompleted},
+    {"FindFirstFileExW", Always, kRefusedWithState},
+    {"FindNextFileW", Behind<"CopyFileW">, kCompleted},
+    {"FindNextFileW", Always, kRefusedWithState},
+    {"CopyFileW", Always, kNotDropped},
+    // The signature. The second look-up of the provider is for the close of its state, whose result
+    // doesn't count.
+    {"GetSystemDirectoryW", Behind<"GetExitCodeProcess">, kRenamesSkipped},
+    {"GetSystemDirectoryW", Behind<"RegOpenKeyExW">, kNotStarted},
+    {"GetSystemDirectoryW", Behind<"LoadLibraryW">, kRefusedWithState},
+    {"GetSystemDirectoryW", Always, kRefused},
+    {"LoadLibraryW", With<"name", "wintrust.dll">, kRefused},
+    {"LoadLibraryW", With<"name", "crypt32.dll">, kRefusedWithState},
+    {"GetProcAddress", ClosesTheState, {kPassed, "restored", "corrected", 1, 1}},
+    {"GetProcAddress", With<"name", "WinVerifyTrust">, kRefused},
+    {"GetProcAddress", With<"name", "WTHelperProvDataFromStateData">, kRefusedWithState},
+    {"GetProcAddress", With<"name", "WTHelperGetProvSignerFromChain">, kRefusedWithState},
+    {"GetProcAddress", With<"name", "WTHelperGetProvCertFromChain">, kRefusedWithState},
+    {"GetProcAddress", With<"name", "CertGetNameStringW">, kRefusedWithState},
+    {"WinVerifyTrust", With<"dwStateAction", "1">, kRefused},
+    {"WinVerifyTrust", With<"dwStateAction", "2">, kCompleted},
+    {"WTHelperProvDataFromStateData", Always, kRefusedWithState},
+    {"WTHelperGetProvSignerFromChain", Always, kRefusedWithState},
+    {"WTHelperGetProvCertFromChain", Always, kRefusedWithState},
+    {"CertGetNameStringW", Always, kRefusedWithState},
+    {"LocalAlloc", Always, kRefusedWithState},
+    // The records.
+    {"RegOpenKeyExW", InKey<"S-1-5-18\\Products">, {kRegistryCode, "marked"}},
+    {"RegEnumKeyW", With<"index", "0">, kFirstProductMarked},
+    {"RegOpenKeyExW", InKey<"InstallProperties">, kFirstProductMarked},
+    {"RegQueryValueExW", InKey<"InstallProperties">, {kPassed, "marked restored", "corrected", 1}},
+    {"RegSetValueExW", InKey<"InstallProperties">, {kRegistryCode, "marked"}},
+    {"RegDeleteValueW", InKey<"InstallProperties">, {kRegistryCode, "half marked"}},
+    {"RegOpenKeyExW", InKey<"SourceList">, kSourceMarked},
+    {"RegQueryValueExW", InKey<"SourceList">, kSourceMarked},
+    {"RegSetValueExW", InKey<"SourceList">, {kRegistryCode, "first"}},
+    {"RegDeleteValueW", InKey<"SourceList">, {kRegistryCode, "restored half"}},
+    // The installer.
+    {"CreateProcessW", Always, kNotStarted},
+    {"WaitForSingleObjectEx", Always, kNotWaitedFor},
+    {"GetExitCodeProcess", Always, kNotWaitedFor},
+    // The renames: a list that can't be reached is skipped, and a write or a commit that fails is
+    // repeated.
+    {"LoadLibraryW", With<"name", "ktmw32.dll">, kRenamesSkipped},
+    {"GetProcAddress", With<"name", "CreateTransaction">, kRenamesSkipped},
+    {"CreateTransaction", Always, kRenamesSkipped},
+    {"GetModuleHandleW", With<"name", "advapi32.dll">, kRenamesSkipped},
+    {"GetProcAddress", With<"name", "RegOpenKeyTransactedW">, kRenamesSkipped},
+    {"RegOpenKeyTransactedW", Always, kRenamesSkipped},
+    {"RegQueryValueExW", InKey<"Session Manager">, kRenamesSkipped}};
 
 // The record with which each stage tells of its failure.
 const std::map<std::string, std::string> kErrorRecords = {
@@ -247,46 +220,27 @@ TEST_F(CorrectSetupSweep, NothingFailsWithoutAFault) {
 }
 
 TEST_F(CorrectSetupSweep, EachCallFailsOnce) {
-  std::set<std::string> failed;
-  std::size_t nth = 1;
-  for (;; ++nth) {
-    Fault fault{Fault::Kind::kCall, nth, 5, Repeat::kOnce};
-    RunResult run = Run(fault);
-    if (run.injectedFaults == 0) break;
-    const FailedCall call = FirstFailure(run);
-    failed.insert(call.call.operation);
-    for (const winapi::Error error : ErrorsFor(call.call.operation)) {
-      if (error != fault.error) run = Run({Fault::Kind::kCall, nth, error, Repeat::kOnce});
-      SCOPED_TRACE(call.call.operation + ' ' + std::to_string(call.nth) + ' ' +
-                   call.call.Argument("name") + ", error " + std::to_string(error));
-      EXPECT_EQ(run.facts.at("drops"), "0");
-      ExpectTraceOfFailure(run);
-      if (call.Is("HeapAlloc") || call.Is("GetProcessHeap")) {
-        tests::ExpectPossible(run, tests::ProgressAt(run, tests::PositionOfFirstFailure(run)));
-        continue;
-      }
-      EXPECT_EQ(ToText(run), ToText(ExpectedFor(call)));
-      if (!kOfTheTrace.contains(call.call.operation)) {
-        EXPECT_EQ(tests::MissingScopeRecords(run.facts.at("trace")), 0u) << run.facts.at("trace");
-      }
+  FaultTable<Expected> table(kRows, kCompleted);
+  FailEachCall(kNeverFail, [&](const FailedCall& call, winapi::Error, const RunResult& run) {
+    EXPECT_EQ(run.facts.at("drops"), "0");
+    ExpectTraceOfFailure(run);
+    if (call.Is("HeapAlloc") || call.Is("GetProcessHeap")) {
+      tests::ExpectPossible(run, tests::ProgressAt(run, tests::PositionOfFirstFailure(run)));
+      return;
     }
-  }
-  PrintSummary("calls", nth - 1);
-  ExpectAllIn(Run({}), failed, kNeverFail);
+    EXPECT_EQ(ToText(run), ToText(table.For(call)));
+    if (!kOfTheTrace.contains(call.Operation())) {
+      EXPECT_EQ(tests::MissingScopeRecords(run.facts.at("trace")), 0u) << run.facts.at("trace");
+    }
+  });
 }
 
 // Steps that are tried again fail in the end, and a removal among them leaves the directory.
 TEST_F(CorrectSetupSweep, AllCallsFailFromEachOneOn) {
-  std::size_t nth = 1;
-  for (;; ++nth) {
-    const Fault fault{Fault::Kind::kCall, nth, 5, Repeat::kForever};
-    const RunResult run = Run(fault);
-    if (run.injectedFaults == 0) break;
-    SCOPED_TRACE(tests::Describe(fault) + ": " + FirstFailure(run).call.operation);
+  FailAllCallsFromEachOn([](const RunResult& run) {
     tests::ExpectPossibleForEver(run, tests::ProgressAt(run, tests::PositionOfFirstFailure(run)));
     EXPECT_LE(run.facts.at("drops"), tests::RemovalFailed(run) ? "1" : "0");
-  }
-  PrintSummary("calls", nth - 1);
+  });
 }
 
 struct ForEver {
@@ -295,8 +249,6 @@ struct ForEver {
   std::size_t drops = 0;  // directories left behind
 };
 
-constexpr Expected kRefused = {kSignatureCode, "marked"};
-constexpr Expected kNotDropped = {kDropCode, "marked"};
 // All attempts fail, and none of them leaves a trace in the registry.
 constexpr Expected kNotCommitted = {kPendingCode, "restored", "as it was", 1};
 
@@ -307,7 +259,7 @@ constexpr ForEver kOperationsForEver[] = {
     {"CreateFileW", {kSelfDefenseCode, "marked"}},
     {"CloseHandle", kCompleted},
     // The probe file stays, and so does the private directory, with the copy in it.
-    {"DeleteFileW", {kPassed, "restored", "corrected", 1, 0, 1}, 1},
+    {"DeleteFileW", kProbeStays, 1},
     {"GetTempPathW", kNotDropped},
     {"OpenProcessToken", kNotDropped},
     {"GetTokenInformation", kNotDropped},
@@ -336,7 +288,7 @@ constexpr ForEver kOperationsForEver[] = {
     {"LocalAlloc", kRefusedWithState},
     {"LocalFree", kCompleted},
     {"RegOpenKeyExW", {kRegistryCode, "marked"}},
-    {"RegEnumKeyW", {kPassed, "marked", "corrected", 1}},
+    {"RegEnumKeyW", kFirstProductMarked},
     {"RegQueryValueExW", {kPassed, "marked", "as it was", 1}},
     {"RegSetValueExW", {kRegistryCode, "marked"}},
     {"RegDeleteValueW", {kRegistryCode, "half marked"}},
@@ -346,9 +298,9 @@ constexpr ForEver kOperationsForEver[] = {
     {"GetProcessHeap", {kLaunchCode, "marked restored"}},
     {"HeapAlloc", {kLaunchCode, "marked restored"}},
     {"HeapFree", kCompleted},
-    {"CreateProcessW", {kLaunchCode, "restored"}},
-    {"WaitForSingleObjectEx", {kLaunchCode, "restored", "as it was", 1}},
-    {"GetExitCodeProcess", {kLaunchCode, "restored", "as it was", 1}},
+    {"CreateProcessW", kNotStarted},
+    {"WaitForSingleObjectEx", kNotWaitedFor},
+    {"GetExitCodeProcess", kNotWaitedFor},
     {"CreateTransaction", kRenamesSkipped},
     {"GetModuleHandleW", kRenamesSkipped},
     {"RegOpenKeyTransactedW", kRenamesSkipped},
@@ -425,21 +377,15 @@ TEST_F(CorrectSetupSweep, EachLibraryIsMissing) {
   }
 }
 
-// The heap behind the framework's strings is the seam's, and swept with its calls.
 TEST_F(CorrectSetupSweep, EachAllocationFailsOnce) {
   std::set<std::string> codes;
-  std::size_t nth = 1;
-  for (;; ++nth) {
-    const RunResult run = Run({Fault::Kind::kAllocation, nth, 0, Repeat::kOnce});
-    if (!run.callsBeforeAllocationFault) break;
-    SCOPED_TRACE("allocation " + std::to_string(nth));
-    tests::ExpectPossible(run, tests::ProgressAt(run, *run.callsBeforeAllocationFault));
+  FailEachAllocation(Repeat::kOnce, [&](const RunResult& run) {
+    tests::ExpectEndWithoutMemory(run, Repeat::kOnce);
     EXPECT_EQ(run.facts.at("drops"), "0");
     EXPECT_LE(tests::MissingScopeRecords(run.facts.at("trace")), 1u) << run.facts.at("trace");
     ExpectTraceOfFailure(run);
     codes.insert(tests::OutcomeOf(run));
-  }
-  PrintSummary("allocations", nth - 1);
+  });
   // Every guarded block but the last one, whose attempts are repeated, was hit.
   EXPECT_EQ(codes, (std::set<std::string>{kPassed, kOutOfMemory, kSelfDefenseCode, kDropCode,
                                           kSignatureCode, kRegistryCode, kLaunchCode}));
@@ -447,15 +393,10 @@ TEST_F(CorrectSetupSweep, EachAllocationFailsOnce) {
 
 TEST_F(CorrectSetupSweep, AllAllocationsFailFromEachOneOn) {
   std::set<std::string> codes;
-  std::size_t nth = 1;
-  for (;; ++nth) {
-    const RunResult run = Run({Fault::Kind::kAllocation, nth, 0, Repeat::kForever});
-    if (!run.callsBeforeAllocationFault) break;
-    SCOPED_TRACE("allocation " + std::to_string(nth) + " and all behind it");
-    tests::ExpectPossible(run, tests::ProgressAt(run, *run.callsBeforeAllocationFault));
+  FailEachAllocation(Repeat::kForever, [&](const RunResult& run) {
+    tests::ExpectEndWithoutMemory(run, Repeat::kForever);
     codes.insert(tests::OutcomeOf(run));
-  }
-  PrintSummary("allocations", nth - 1);
+  });
   EXPECT_TRUE(codes.contains(kPassed));
   EXPECT_TRUE(codes.contains(kOutOfMemory));
 }

@@ -13,6 +13,7 @@
 #include "oru/rtl/exception.h"
 #include "tests/support/current_directory.h"
 #include "tests/support/directory_tree.h"
+#include "tests/support/expected_failure.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "zum_setup_util_lib/temporary_directory.h"
@@ -47,15 +48,8 @@ void ExpectDropDirectory(const std::u16string& directory) {
 }
 
 void ExpectDropFailure(const std::unique_ptr<ICommandMsi>& command) {
-  try {
-    const ScopedRemoveDirectory directory = DropFiles(command);
-    FAIL() << "it returned";
-  } catch (const oru::CheckResultFailedException& exception) {
-    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), 0xA1780008u);
-    EXPECT_TRUE(exception.Message().view().empty());
-    EXPECT_STREQ(exception.File(), "zum_setup_util_lib/correct_setup");
-    EXPECT_GT(exception.Line(), 0u);
-  }
+  tests::ExpectFailureOf("zum_setup_util_lib/correct_setup", 0xA1780008,
+                         [&] { (void)DropFiles(command); });
 }
 
 TEST(DropFiles, MovesTheCommandOntoAPrivateCopy) {

@@ -13,6 +13,7 @@
 #include "tests/support/allocation_faults.h"
 #include "tests/support/current_directory.h"
 #include "tests/support/directory_tree.h"
+#include "tests/support/expected_failure.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "winapi/host/control.h"
@@ -115,35 +116,6 @@ TEST_F(ResistingDirectory, TriesElevenTimesWithoutMemoryToo) {
   EXPECT_GT(nth, 11u);
 }
 
-// Of a directory with something in it, while its nth allocation fails. Gives the number of the
-// allocations.
-std::size_t RemoveWithFault(const DirectoryTree& tree, std::size_t nth) {
-  tree.MakeDirectory(u"drop/a");
-  tree.Write(u"drop/a/file");
-  tree.Write(u"drop/file");
-  std::optional<ScopedRemoveDirectory> directory(tree.Windows(u"drop"));
-  const tests::ScopedAllocationFault fault(nth);
-  directory.reset();
-  return host::AllocationCount();
-}
-
-// One allocation that fails costs one more try at the most, whichever it is.
-TEST(ScopedRemoveDirectoryOnHost, GoesThoughOneAllocationFails) {
-  host::SetClock(133'000'000'000'000'000);
-  const DirectoryTree tree;
-  const std::size_t allocations = RemoveWithFault(tree, 0);
-  EXPECT_GT(allocations, 5u);
-  const std::size_t sleepsBefore = host::Sleeps().size();
-  for (std::size_t nth = 1; nth <= allocations; ++nth) {
-    const std::size_t sleeps = host::Sleeps().size();
-    EXPECT_GE(RemoveWithFault(tree, nth), nth);
-    EXPECT_FALSE(tree.Has(u"drop")) << nth;
-    EXPECT_LE(host::Sleeps().size(), sleeps + 1) << nth;
-  }
-  EXPECT_GT(host::Sleeps().size(), sleepsBefore);
-  host::SetClock(std::nullopt);
-}
-
 TEST(ScopedRemoveDirectoryOnHost, LinksAreRemovedAndNeverFollowed) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"target");
@@ -175,13 +147,8 @@ TEST_P(DropFilesFailures, EndInTheOneCodeWithoutADirectory) {
   const InstalledTracer tracer;
   host::ClearFaults();
   host::FailCall(GetParam().operation, 1, GetParam().error);
-  try {
-    const ScopedRemoveDirectory directory = DropFiles(command);
-    FAIL() << "it returned";
-  } catch (const oru::CheckResultFailedException& exception) {
-    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), 0xA1780008u);
-    EXPECT_TRUE(exception.Message().view().empty());
-  }
+  tests::ExpectFailureOf("zum_setup_util_lib/correct_setup", 0xA1780008,
+                         [&] { (void)DropFiles(command); });
   EXPECT_EQ(host::InjectedFaultCount(), 1u);
   EXPECT_TRUE(tests::NamesIn(ToLocal(temporary)).empty());
   EXPECT_EQ(command->GetFullPathToPackage(), package);

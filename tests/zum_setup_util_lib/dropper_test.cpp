@@ -13,6 +13,7 @@
 
 #include "platform/util/windows/system_error.h"
 #include "tests/support/directory_tree.h"
+#include "tests/support/text.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 
 namespace {
@@ -24,6 +25,7 @@ using correct_setup::FilesystemObjectType;
 using correct_setup::ScopedRemoveDirectory;
 using tests::DirectoryTree;
 using tests::InstalledTracer;
+using tests::Narrow;
 
 using Names = std::set<std::u16string>;
 
@@ -32,8 +34,6 @@ constexpr auto kDirectory = FilesystemObjectType::Directory;
 
 constexpr char kOwnPrefix[] =
     "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] ";
-
-std::string Narrow(const std::u16string& text) { return {text.begin(), text.end()}; }
 
 TEST(ScopedRemoveDirectory, RemovesAllThatIsInIt) {
   const DirectoryTree tree;

@@ -7,26 +7,24 @@
 #include <string>
 
 #include "tests/support/directory_tree.h"
+#include "tests/support/text.h"
 #include "tests/zum_setup_util_lib/action_failure.h"
-#include "tests/zum_setup_util_lib/directory_link.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 
 namespace actions = correct_setup::FileSystemActions;
 
 namespace {
 
-using tests::DirectoryLink;
 using tests::DirectoryTree;
 using tests::ExpectFailure;
 using tests::InstalledTracer;
+using tests::Narrow;
 
 constexpr std::uint32_t kInvalidArgument = 0x80000046;
 constexpr std::uint32_t kFileNotFound = 0x80010102;
 constexpr std::uint32_t kPathNotFound = 0x80010103;
 constexpr std::uint32_t kAlreadyExists = 0x80010105;
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
-
-std::string Narrow(const std::u16string& text) { return {text.begin(), text.end()}; }
 
 TEST(CopyFileT, Copies) {
   const InstalledTracer tracer;
@@ -124,7 +122,7 @@ TEST(IsDirectoryT, TellsFilesFromDirectories) {
 TEST(IsDirectoryT, DirectoryLinkIsNone) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"target");
-  const DirectoryLink link(tree, u"link", u"target");
+  tree.MakeLink(u"target", u"link");
   EXPECT_TRUE(actions::ExistsT(tree.Windows(u"link")));
   EXPECT_FALSE(actions::IsDirectoryT(tree.Windows(u"link")));
 }
@@ -201,7 +199,7 @@ TEST(CopyDirectoryT, DirectoryLinkAsSourceFails) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"target");
   tree.Write(u"target/a");
-  const DirectoryLink link(tree, u"link", u"target");
+  tree.MakeLink(u"target", u"link");
   ExpectFailure(
       kInvalidArgument,
       [&] { actions::CopyDirectoryT(tree.Windows(u"link"), tree.Windows(u"to")); },
@@ -213,7 +211,7 @@ TEST(CopyDirectoryT, DirectoryLinksInATreeAreNotCopied) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"from/a");
   tree.Write(u"from/a/file");
-  const DirectoryLink link(tree, u"from/b", u"from/a");
+  tree.MakeLink(u"a", u"from/b");
   actions::CopyDirectoryT(tree.Windows(u"from"), tree.Windows(u"to"));
   EXPECT_EQ(tree.Names(u"to"), std::set<std::u16string>{u"a"});
   EXPECT_EQ(tree.Names(u"to/a"), std::set<std::u16string>{u"file"});

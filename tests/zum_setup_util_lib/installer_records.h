@@ -12,15 +12,12 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/installer_keys.h"
 #include "tests/support/test_registry.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "zum_setup_util_lib/registry_rewrite.h"
 
 namespace tests {
-
-inline const std::u16string kUserData =
-    u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Products";
-inline const std::u16string kClasses = u"SOFTWARE\\Classes\\Installer\\Products";
 
 inline constexpr char kRewritePrefix[] =
     "setup\t[correct_setup::detail::DisableProtectiveMeasuresUpgrade] ";
@@ -34,13 +31,6 @@ class InstallerRecords : public ::testing::Test {
   InstallerRecords() : m_userData(kUserData), m_classes(kClasses) {
     CreateKey(kUserData);
     CreateKey(kClasses);
-  }
-
-  static std::u16string InstallProperties(const std::u16string& product) {
-    return kUserData + u"\\" + product + u"\\InstallProperties";
-  }
-  static std::u16string SourceList(const std::u16string& product) {
-    return kClasses + u"\\" + product + u"\\SourceList";
   }
 
   // A value of the product's "InstallProperties" or "SourceList", with the key.

@@ -28,13 +28,6 @@ inline const std::string kPendingStage =
 inline const std::string kPendingAttempt =
     "setup\t[correct_setup::detail::CorrectPendingOperations] ";
 
-// The bytes of the strings, each with its zero, and of the end mark.
-inline std::vector<std::uint8_t> ListBytes(const std::vector<std::u16string>& strings) {
-  std::u16string text;
-  for (const std::u16string& string : strings) text.append(string).push_back(u'\0');
-  return Utf16Bytes(text + u'\0', 0);
-}
-
 class PendingOnHost : public ::testing::Test {
  protected:
   using Record = std::pair<std::uint32_t, std::string>;

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <optional>
 
+#include "tests/support/installer_keys.h"
 #include "tests/support/test_registry.h"
 #include "winapi/host/control.h"
 
@@ -15,10 +16,8 @@ namespace {
 namespace host = winapi::host;
 namespace fs = std::filesystem;
 
-const std::u16string kProperties =
-    u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Products\\"
-    u"PRODUCT\\InstallProperties";
-const std::u16string kSources = u"SOFTWARE\\Classes\\Installer\\Products\\PRODUCT\\SourceList";
+const std::u16string kProperties = InstallProperties(u"PRODUCT");
+const std::u16string kSources = SourceList(u"PRODUCT");
 const std::u16string kSessionManager = u"SYSTEM\\ControlSet001\\Control\\Session Manager";
 const std::u16string kRenames = u"PendingFileRenameOperations";
 constexpr std::uint32_t kMultiString = 7;
@@ -26,13 +25,6 @@ constexpr std::uint32_t kMultiString = 7;
 fs::path OnC(const char* name) { return fs::path(host::RootFolder()) / "drive_c" / name; }
 fs::path DataDirectory() { return OnC("ProgramData/Quorvanta/ZUM/Data"); }
 fs::path Started() { return fs::path(host::RootFolder()) / "started"; }
-
-// Each string with its zero, and the list's end.
-std::vector<std::uint8_t> ListBytes(const std::vector<std::u16string>& list) {
-  std::u16string text;
-  for (const std::u16string& entry : list) text.append(entry).push_back(u'\0');
-  return Utf16Bytes(text);
-}
 
 // A rename whose target isn't deleted before it yet, in a list that doesn't fit the first read.
 const std::u16string kNewFile = u"\\??\\C:\\Program Files\\Quorvanta\\ZUM\\new.dll";
@@ -65,13 +57,6 @@ void PutInstaller() {
 std::size_t Entries(const fs::path& directory) {
   return static_cast<std::size_t>(
       std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
-}
-
-// "marked", "restored", or "half" for both names at once; "lost" for neither.
-std::string StateOf(const std::u16string& key, const std::u16string& ordinary) {
-  const bool marked = GetValue(key, ordinary + u"NotExist").has_value();
-  const bool restored = GetValue(key, ordinary).has_value();
-  return marked && restored ? "half" : marked ? "marked" : restored ? "restored" : "lost";
 }
 
 }  // namespace

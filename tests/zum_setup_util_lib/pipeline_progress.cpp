@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <set>
 #include <string>
 
@@ -93,6 +95,16 @@ bool IsConsistent(const RunResult& run) {
   return started && (outcome == kPassed || (outcome == kPendingCode && !corrected));
 }
 
+// The last call of the registry or of a transaction among the first `count`.
+host::CallRecord LastOfTheRegistry(const RunResult& run, std::size_t count) {
+  const auto end =
+      std::make_reverse_iterator(run.calls.begin() + static_cast<std::ptrdiff_t>(count));
+  const auto found = std::find_if(end, run.calls.rend(), [](const host::CallRecord& call) {
+    return call.operation.starts_with("Reg") || call.operation.ends_with("Transaction");
+  });
+  return found == run.calls.rend() ? host::CallRecord() : *found;
+}
+
 void ExpectPossible(const RunResult& run, Progress progress, const std::set<std::string>& codes) {
   const std::string outcome = OutcomeOf(run);
   EXPECT_TRUE(outcome == kPassed || codes.contains(outcome))
@@ -129,6 +141,29 @@ void ExpectPossibleForEver(const RunResult& run, Progress progress) {
     codes.merge(CodesAt(static_cast<Progress>(static_cast<int>(progress) + 1)));
   }
   ExpectPossible(run, progress, codes);
+}
+
+void ExpectEndWithoutMemory(const RunResult& run, host::Repeat repeat) {
+  const std::size_t position = run.callsBeforeAllocationFault.value();
+  const std::string outcome = OutcomeOf(run);
+  ExpectPossible(run, ProgressAt(run, position));
+  EXPECT_EQ(run.facts.at("probes"), "0");
+  // The stage's own question isn't asked again, what the attempts lack is tried on.
+  const bool asked = ProgressAt(run, position) != Progress::kStart;
+  if (outcome == kSelfDefenseCode) {
+    EXPECT_EQ(run.sleeps, asked && repeat == host::Repeat::kForever ? 100u : 0u);
+  }
+  const bool refused = outcome == kSignatureCode && Count(run, "WinVerifyTrust", false) != 0;
+  EXPECT_EQ(run.live.trustStates, refused ? 1u : 0u);
+  if (outcome == kLaunchCode) {
+    EXPECT_EQ(Count(run, "CreateProcessW", false), 0u);
+  }
+  if (repeat != host::Repeat::kOnce) return;
+  EXPECT_LE(run.sleeps, 1u);
+  // Only where their reading lacks memory are the renames skipped.
+  if (outcome == kPassed && run.facts.at("renames") != "corrected") {
+    EXPECT_EQ(LastOfTheRegistry(run, position).Argument("name"), "PendingFileRenameOperations");
+  }
 }
 
 // True when a call of the private directory's removal failed; it works on long paths.

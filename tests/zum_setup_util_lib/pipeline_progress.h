@@ -34,6 +34,10 @@ void ExpectPossible(const RunResult& run, Progress progress);
 // The same for calls that go on failing from there on.
 void ExpectPossibleForEver(const RunResult& run, Progress progress);
 
+// Expects what goes with an allocation that was refused, once or with all behind it: an end that is
+// possible at that point, and that no stage has done more than it tells.
+void ExpectEndWithoutMemory(const RunResult& run, winapi::host::Repeat repeat);
+
 // True when a call of the private directory's removal failed.
 [[nodiscard]] bool RemovalFailed(const RunResult& run);
 

@@ -13,6 +13,7 @@
 #include "winapi/registry.h"
 
 namespace host = winapi::host;
+using tests::InstallProperties;
 using tests::Value;
 
 namespace {
@@ -332,40 +333,6 @@ TEST_F(RewriteOnHost, SourceMarkThatCannotBeReadIsSkipped) {
   EXPECT_EQ(LocalValues(u"A"), Values{LocalRestored(u"A")});
   EXPECT_EQ(SourceValues(u"A"), Values{SourceMark()});
   EXPECT_EQ(Traced(), Records{LocalUpdate("A")});
-}
-
-// The text "LocalPackage" or its mark is always there, and so is a name of the package.
-bool IsReachable(const Values& values, const std::u16string& ordinary) {
-  std::set<std::u16string> names;
-  for (const Value& value : values) names.insert(value.name);
-  return names.contains(ordinary) || names.contains(ordinary + u"NotExist");
-}
-
-TEST_F(RewriteOnHost, NoFailedAllocationLosesAValueOrAKey) {
-  std::size_t nth = 1;
-  for (bool faulted = true; faulted; ++nth) {
-    for (const char16_t* product : {u"A", u"B"}) MarkProduct(product);
-    const std::size_t keys = host::Live().keys;
-    std::optional<oru::ResultCode> thrown;
-    {
-      const tests::ScopedAllocationFault fault(nth);
-      try {
-        Run();
-      } catch (const oru::CheckResultFailedException& exception) {
-        thrown = exception.Code();
-      }
-      faulted = host::AllocationCount() >= nth;
-    }
-    EXPECT_EQ(host::Live().keys, keys) << nth;
-    EXPECT_TRUE(!thrown || *thrown == oru::MakeResultCode(0xA1780003)) << nth;
-    for (const char16_t* product : {u"A", u"B"}) {
-      EXPECT_TRUE(IsReachable(LocalValues(product), u"LocalPackage")) << nth;
-      EXPECT_TRUE(IsReachable(SourceValues(product), u"PackageName")) << nth;
-      if (!faulted) ExpectRestored(product);
-    }
-    EXPECT_FALSE(!faulted && thrown) << nth;
-  }
-  EXPECT_GT(nth, 10u);
 }
 
 }  // namespace

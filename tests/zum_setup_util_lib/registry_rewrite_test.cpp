@@ -9,6 +9,7 @@
 #include "tests/support/checks.h"
 #include "tests/zum_setup_util_lib/installer_records.h"
 
+using tests::SourceList;
 using tests::Utf16Bytes;
 using tests::Value;
 

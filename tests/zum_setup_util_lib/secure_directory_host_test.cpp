@@ -180,28 +180,6 @@ TEST(SecureDirectory, CallsAreGivenWhatTheyShouldBe) {
   }
 }
 
-TEST(SecureDirectory, LackOfMemoryLeavesNothing) {
-  const DirectoryTree tree;
-  SetToken(true);
-  const std::u16string directory = tree.Windows(u"drop");
-  actions::CreateSecureDirectory(directory);
-  std::filesystem::remove(tree.File(u"drop"));
-  const std::size_t handles = host::Live().handles;
-  std::size_t thrown = 0;
-  const std::size_t faults = tests::SweepAllocations([&](std::size_t) {
-    try {
-      actions::CreateSecureDirectory(directory);
-    } catch (const std::bad_alloc&) {
-      ++thrown;
-      EXPECT_FALSE(tree.Has(u"drop"));
-    }
-    EXPECT_EQ(host::Live().handles, handles);
-  });
-  EXPECT_EQ(thrown, faults);
-  EXPECT_GE(faults, 4u);  // the user, the label and two lists at the least
-  EXPECT_TRUE(tree.Has(u"drop"));
-}
-
 TEST(SecureDirectory, EmptyPathFailsBeforeAnyTokenIsOpened) {
   host::StartCallLog();
   host::ClearCallLog();

@@ -12,6 +12,7 @@
 #include "oru/rtl/exception.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
+#include "tests/support/expected_failure.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/product_data.h"
 #include "winapi/host/control.h"
@@ -50,12 +51,7 @@ class SelfDefense : public testing::Test {
             host::Sleeps().end()};
   }
   static void ExpectRefusal() {
-    try {
-      CheckSelfDefense();
-      FAIL() << "it returned";
-    } catch (const oru::CheckResultFailedException& exception) {
-      EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), 0xA1780001u);
-    }
+    tests::ExpectFailureOf("zum_setup_util_lib/correct_setup", 0xA1780001, CheckSelfDefense);
   }
   // 101 runs with 100 delays of 100 ms, and a report of the first failure alone.
   void ExpectAllRunsToFail() {
@@ -234,79 +230,6 @@ TEST_F(SelfDefense, LeftoverOfAZeroIdentifierFailsLaterRuns) {
   ExpectRefusal();
   EXPECT_EQ(Sleeps().size(), 100u);
   EXPECT_NE(tracer.Records()[1].second.find("0x80010105 (Already exists)"), std::string::npos);
-}
-
-struct Outcome {
-  std::size_t questions;  // of the attributes, before the first allocation that failed
-  bool passed;
-  std::size_t sleeps;
-};
-
-// What each run with an allocation that fails came to. Nothing is checked meanwhile: a failure's
-// text takes memory.
-std::vector<Outcome> SweepAllocations(host::Repeat repeat) {
-  std::vector<Outcome> outcomes;
-  outcomes.reserve(1000);
-  const InstalledTracer tracer;
-  const std::size_t faults = tests::SweepAllocations(
-      [&](std::size_t) {
-        host::ClearCallLog();
-        const std::size_t sleeps = host::Sleeps().size();
-        bool passed = true;
-        try {
-          CheckSelfDefense();
-        } catch (const oru::CheckResultFailedException& exception) {
-          passed = exception.Code() != oru::MakeResultCode(0xA1780001);
-        }
-        const auto calls = host::CallsBeforeAllocationFault();
-        if (!calls) return;
-        const auto first = host::CallLog().begin();
-        const auto questions = std::count_if(
-            first, first + static_cast<std::ptrdiff_t>(*calls),
-            [](const host::CallRecord& call) { return call.operation == "GetFileAttributesW"; });
-        outcomes.push_back(
-            {static_cast<std::size_t>(questions), passed, host::Sleeps().size() - sleeps});
-      },
-      repeat);
-  EXPECT_EQ(outcomes.size(), faults);
-  return outcomes;
-}
-
-// The stage's own question takes one allocation, for the path, and isn't repeated; what the first
-// attempt lacks the second one has.
-TEST_F(SelfDefense, EachAllocationFailsOnce) {
-  std::size_t refused = 0;
-  std::size_t repeated = 0;
-  for (const Outcome& one : SweepAllocations(host::Repeat::kOnce)) {
-    SCOPED_TRACE("behind question " + std::to_string(one.questions));
-    if (!one.passed) {
-      ++refused;
-      EXPECT_EQ(one.questions, 0u);
-    }
-    EXPECT_LE(one.sleeps, one.passed && one.questions != 0 ? 1u : 0u);
-    repeated += one.sleeps;
-  }
-  EXPECT_EQ(refused, 1u);
-  EXPECT_GT(repeated, 0u);
-  EXPECT_TRUE(m_data.Names().empty()) << "no probe file is left";
-}
-
-TEST_F(SelfDefense, AllAllocationsFailFromEachOneOn) {
-  std::size_t refusedAtOnce = 0;
-  std::size_t refusedInTheEnd = 0;
-  for (const Outcome& one : SweepAllocations(host::Repeat::kForever)) {
-    SCOPED_TRACE("behind question " + std::to_string(one.questions));
-    if (one.passed) {
-      EXPECT_EQ(one.questions, 2u) << "only the record of the end was lacking";
-      EXPECT_EQ(one.sleeps, 0u);
-    } else {
-      EXPECT_EQ(one.sleeps, one.questions == 0 ? 0u : 100u);
-      (one.questions == 0 ? refusedAtOnce : refusedInTheEnd) += 1;
-    }
-  }
-  EXPECT_GT(refusedAtOnce, 0u);
-  EXPECT_GT(refusedInTheEnd, 0u);
-  EXPECT_TRUE(m_data.Names().empty()) << "no probe file is left";
 }
 
 TEST_F(SelfDefense, NothingStaysOpen) {

@@ -8,6 +8,7 @@
 
 #include "oru/rtl/exception.h"
 #include "tests/support/checks.h"
+#include "tests/support/expected_failure.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/product_data.h"
 
@@ -23,15 +24,7 @@ constexpr char kBegin[] = "setup\t[correct_setup::detail::CheckSelfDefense]  beg
 constexpr char kEnd[] = "setup\t[correct_setup::detail::CheckSelfDefense]  end";
 
 void ExpectRefusal() {
-  try {
-    CheckSelfDefense();
-    FAIL() << "it returned";
-  } catch (const oru::CheckResultFailedException& exception) {
-    EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), 0xA1780001u);
-    EXPECT_TRUE(exception.Message().view().empty());
-    EXPECT_STREQ(exception.File(), "zum_setup_util_lib/correct_setup");
-    EXPECT_GT(exception.Line(), 0u);
-  }
+  tests::ExpectFailureOf("zum_setup_util_lib/correct_setup", 0xA1780001, CheckSelfDefense);
 }
 
 // The path's own failure comes at once: nothing is repeated.

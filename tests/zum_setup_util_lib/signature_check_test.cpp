@@ -7,6 +7,7 @@
 #include <string>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/expected_failure.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 
@@ -21,14 +22,8 @@ class SignatureCheck : public ::testing::Test {
  protected:
   // Gives the record of the cause; the check must fail.
   std::string CauseFor(const std::u16string& path) {
-    try {
-      CheckVerisignSignature(path);
-      ADD_FAILURE() << "it passed";
-    } catch (const oru::CheckResultFailedException& exception) {
-      EXPECT_EQ(exception.Code(), oru::MakeResultCode(0xA1780007));
-      EXPECT_STREQ(exception.File(), "zum_setup_util_lib/correct_setup");
-      EXPECT_TRUE(exception.Message().empty());
-    }
+    tests::ExpectFailureOf("zum_setup_util_lib/correct_setup", 0xA1780007,
+                           [&] { CheckVerisignSignature(path); });
     const tests::TraceRecords records = m_tracer.Records();
     EXPECT_EQ(records.size(), 2u);
     if (records.size() != 2) return {};

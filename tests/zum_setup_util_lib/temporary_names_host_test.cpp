@@ -7,6 +7,8 @@
 #include "oru/rtl/exception.h"
 #include "tests/support/checks.h"
 #include "tests/support/directory_tree.h"
+#include "tests/support/expected_failure.h"
+#include "tests/support/result_code.h"
 #include "winapi/host/control.h"
 #include "zum_setup_util_lib/guid_text.h"
 #include "zum_setup_util_lib/temporary_directory.h"
@@ -17,20 +19,13 @@ namespace host = winapi::host;
 
 namespace {
 
+using tests::Code;
 using tests::DirectoryTree;
-
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
 
 TEST(GetTempDirectoryOnHost, FailureIsThrown) {
   host::FailCall("GetTempPathW", 1, 5);
-  try {
-    (void)helpers::GetTempDirectory();
-    FAIL() << "it returned";
-  } catch (const oru::CheckResultFailedException& exception) {
-    EXPECT_EQ(Code(exception.Code()), 0x80000045u);
-    EXPECT_TRUE(exception.Message().view().empty());
-    EXPECT_STREQ(exception.File(), "zum_setup_util_lib/helpers");
-  }
+  tests::ExpectFailureOf("zum_setup_util_lib/helpers", 0x80000045,
+                         [] { (void)helpers::GetTempDirectory(); });
 }
 
 TEST(CreateGuidStringOnHost, FailureGivesZeros) {

@@ -7,6 +7,8 @@
 
 #include "tests/support/checks.h"
 #include "tests/support/directory_tree.h"
+#include "tests/support/result_code.h"
+#include "tests/support/text.h"
 #include "zum_setup_util_lib/guid_text.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 #include "zum_setup_util_lib/temporary_file.h"
@@ -19,10 +21,9 @@ using correct_setup::helpers::FormatGuidText;
 using correct_setup::helpers::GetTempDirectory;
 using correct_setup::helpers::MakeUniqueFileName;
 using correct_setup::helpers::NewGuid;
+using tests::Code;
 using tests::DirectoryTree;
-
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
-std::string Narrow(const std::u16string& text) { return {text.begin(), text.end()}; }
+using tests::Narrow;
 
 // 8-4-4-4-12 upper-case hexadecimal digits.
 void ExpectGuidText(const std::u16string& text) {

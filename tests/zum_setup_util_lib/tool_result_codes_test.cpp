@@ -4,18 +4,19 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <iterator>
 #include <ostream>
 #include <string>
 
 #include "oru/rtl/result_text.h"
 #include "tests/support/checks.h"
+#include "tests/support/text.h"
 
 namespace {
 
 using correct_setup::GetResultText;
 using oru::MakeResultCode;
+using tests::Hexadecimal;
 
 struct Row {
   const char* name;
@@ -49,12 +50,6 @@ const Row kRows[] = {
 void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
 
 std::string CaseName(const ::testing::TestParamInfo<Row>& info) { return info.param.name; }
-
-std::string Hexadecimal(std::uint32_t code) {
-  char text[9];
-  std::snprintf(text, sizeof(text), "%08X", static_cast<unsigned>(code));
-  return text;
-}
 
 class ToolResultCode : public ::testing::TestWithParam<Row> {};
 

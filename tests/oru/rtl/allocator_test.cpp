@@ -12,6 +12,7 @@
 #include "oru/rtl/objclient.h"
 #include "oru/rtl/service_locator.h"
 #include "tests/support/checks.h"
+#include "tests/support/object_stub.h"
 #include "tests/support/vtable_slot.h"
 
 namespace {
@@ -22,13 +23,8 @@ using tests::CountReported;
 using tests::ReportedChecks;
 
 // An allocator on the stack that notes what it is asked for.
-class NotingAllocator final : public oru::IAllocator {
+class NotingAllocator final : public tests::ObjectStub<oru::IAllocator> {
  public:
-  std::uint32_t AddRef() noexcept override { return ++references; }
-  std::uint32_t Release() noexcept override { return --references; }
-  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
-  }
   void* Alloc(std::size_t size) noexcept override {
     allocated = size;
     return answer;
@@ -36,7 +32,6 @@ class NotingAllocator final : public oru::IAllocator {
   void* Realloc(void*, std::size_t) noexcept override { return nullptr; }
   void Free(void* pointer) noexcept override { freed = pointer; }
 
-  std::uint32_t references = 0;
   std::size_t allocated = 0;
   void* answer = nullptr;
   void* freed = nullptr;
@@ -290,13 +285,8 @@ TEST(AllocStd, ReallocToNoBytesStillGivesABlock) {
 
 // --- The service locator.
 
-class Locator final : public oru::IServiceLocator {
+class Locator final : public tests::ObjectStub<oru::IServiceLocator> {
  public:
-  std::uint32_t AddRef() noexcept override { return 2; }
-  std::uint32_t Release() noexcept override { return 1; }
-  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
-  }
   oru::ResultCode GetInterface(oru::InterfaceNumber number, std::uint32_t classNumber,
                                void** out) noexcept override {
     ++calls;

@@ -4,17 +4,18 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <iterator>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "oru/rtl/result_text.h"
+#include "tests/support/text.h"
 
 namespace {
 
 using oru::MakeResultCode;
+using tests::Hexadecimal;
 
 struct Row {
   std::uint32_t error;
@@ -86,12 +87,6 @@ constexpr Row kStatusRows[] = {
     {1115, 0x8000006A, "Invalid state"},
     {1503, 0xA0160001, "Unknown result code"},
 };
-
-std::string Hexadecimal(std::uint32_t number) {
-  char text[9];
-  std::snprintf(text, sizeof(text), "%08X", static_cast<unsigned>(number));
-  return text;
-}
 
 std::uint32_t FromWin32(std::uint32_t error) {
   return static_cast<std::uint32_t>(oru::Win32ErrorToResult(error));

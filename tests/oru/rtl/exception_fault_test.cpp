@@ -19,6 +19,7 @@
 #include "oru/rtl/exception_text.h"
 #include "oru/rtl/trace.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/object_stub.h"
 #include "tests/support/recording_tracer.h"
 #include "winapi/errors.h"
 #include "winapi/host/control.h"
@@ -44,13 +45,8 @@ namespace {
 constexpr char16_t kLongText[] = u"a message that is too long for the buffer inside of a string";
 
 // Answers from one area of its own, so that only the product allocates.
-class FlatTracer final : public oru::ITracer {
+class FlatTracer final : public tests::ObjectStub<oru::ITracer> {
  public:
-  std::uint32_t AddRef() noexcept override { return ++references; }
-  std::uint32_t Release() noexcept override { return --references; }
-  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
-  }
   oru::ResultCode ReserveRecord(std::uint32_t, char** buffer, std::uint32_t size) override {
     if (buffer == nullptr) return oru::errTraceLevelOk;
     if (size > sizeof(area)) return oru::errOutOfMemory;
@@ -66,7 +62,6 @@ class FlatTracer final : public oru::ITracer {
   char area[4096];
   std::string_view text;
   int records = 0;
-  std::uint32_t references = 0;
 };
 
 // Runs `run` with the first fallible call of the seam failing, then with the second, and so on,
@@ -255,13 +250,8 @@ TEST(TraceFaults, AScopeWithoutMemoryForItsNameIsSilent) {
 }
 
 // Refuses every opening.
-class ClosedTracer final : public oru::ITracer {
+class ClosedTracer final : public tests::ObjectStub<oru::ITracer> {
  public:
-  std::uint32_t AddRef() noexcept override { return 1; }
-  std::uint32_t Release() noexcept override { return 1; }
-  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
-  }
   oru::ResultCode ReserveRecord(std::uint32_t, char** buffer, std::uint32_t) override {
     return buffer == nullptr ? oru::errTraceLevelProhibited : oru::errNotMatched;
   }

@@ -11,6 +11,7 @@
 
 #include "oru/rtl/exception.h"
 #include "tests/support/checks.h"
+#include "tests/support/object_stub.h"
 #include "tests/support/recording_tracer.h"
 #include "winapi/errors.h"
 
@@ -249,13 +250,8 @@ TEST(TraceException, WritesThePrefixAndTheText) {
 }
 
 // Gives its tracer, with a reference, for the tracer's numbers alone.
-class Locator final : public oru::IServiceLocator {
+class Locator final : public tests::ObjectStub<oru::IServiceLocator> {
  public:
-  std::uint32_t AddRef() noexcept override { return 1; }
-  std::uint32_t Release() noexcept override { return 1; }
-  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
-  }
   oru::ResultCode GetInterface(oru::InterfaceNumber iid, std::uint32_t classId,
                                void** out) noexcept override {
     winapi::SetLastError(4712);
@@ -286,7 +282,7 @@ TEST(ExceptionGuardLocator, TracesThroughTheTracerThatItGives) {
             (std::vector<std::string>{"Exception during object construction: bad allocation"}));
   EXPECT_EQ(locator.interfaceNumber, 0x6EF3329Bu);
   EXPECT_EQ(locator.classNumber, 0u);
-  EXPECT_EQ(tracer.Count(), 0);
+  EXPECT_EQ(tracer.references, 0u);
 }
 
 TEST(ExceptionGuardLocator, TracesAtTheLevelThatItIsGiven) {
@@ -324,7 +320,7 @@ TEST(ExceptionGuardLocator, GivesTheCodesOfTheTable) {
               MakeResultCode(row.code))
         << row.name;
     EXPECT_EQ(tracer.Records().size(), row.text != nullptr ? 1u : 0u) << row.name;
-    EXPECT_EQ(tracer.Count(), 0) << row.name;
+    EXPECT_EQ(tracer.references, 0u) << row.name;
   }
 }
 

@@ -3,17 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <ostream>
 #include <string>
 #include <string_view>
 
 #include "tests/support/checks.h"
+#include "tests/support/text.h"
 
 namespace {
 
 using oru::MakeResultCode;
+using tests::Hexadecimal;
 
 struct Row {
   std::uint32_t code;
@@ -102,12 +103,6 @@ constexpr Row kSystemRows[] = {
     {0x80010115, "Memory mapping failed"},
     {0x80010116, "Network error"},
 };
-
-std::string Hexadecimal(std::uint32_t code) {
-  char text[9];
-  std::snprintf(text, sizeof(text), "%08X", static_cast<unsigned>(code));
-  return text;
-}
 
 void PrintTo(const Row& row, std::ostream* out) { *out << Hexadecimal(row.code); }
 

@@ -13,22 +13,17 @@
 #include <vector>
 
 #include "oru/rtl/allocator.h"
+#include "tests/support/object_stub.h"
 
 namespace tests {
 
-class TestAllocator final : public oru::IAllocator {
+class TestAllocator final : public ObjectStub<oru::IAllocator> {
  public:
   static constexpr std::size_t kLargestRealBlock = 1 << 20;
 
-  TestAllocator() = default;
+  TestAllocator() { references = 1; }
   TestAllocator(const TestAllocator&) = delete;
   TestAllocator& operator=(const TestAllocator&) = delete;
-
-  std::uint32_t AddRef() noexcept override { return ++references; }
-  std::uint32_t Release() noexcept override { return --references; }
-  [[nodiscard]] oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
-  }
 
   // Blocks are filled with a pattern, so that nothing can count on zeros; so are freed ones.
   [[nodiscard]] void* Alloc(std::size_t size) noexcept override {
@@ -60,7 +55,6 @@ class TestAllocator final : public oru::IAllocator {
     std::size_t size;
   };
 
-  std::uint32_t references = 1;
   std::vector<std::size_t> requests;  // in bytes
   std::vector<Block> live;
   std::size_t strangeFrees = 0;

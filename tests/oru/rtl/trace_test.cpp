@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "oru/rtl/string_sink.h"
+#include "tests/support/object_stub.h"
 #include "tests/support/recording_tracer.h"
 #include "winapi/errors.h"
 
@@ -30,13 +31,8 @@ void Install(oru::ITracer* tracer) {
 }
 
 // Refuses everything as a tracer does that is none.
-class RefusingTracer final : public oru::ITracer {
+class RefusingTracer final : public tests::ObjectStub<oru::ITracer> {
  public:
-  std::uint32_t AddRef() noexcept override { return ++references; }
-  std::uint32_t Release() noexcept override { return --references; }
-  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
-  }
   oru::ResultCode ReserveRecord(std::uint32_t, char**, std::uint32_t) override {
     ++calls;
     return oru::MakeResultCode(0x80000043);
@@ -46,7 +42,6 @@ class RefusingTracer final : public oru::ITracer {
     return oru::MakeResultCode(0x80000043);
   }
 
-  std::uint32_t references = 0;
   int calls = 0;
 };
 
@@ -261,12 +256,12 @@ TEST(TraceScope, WritesBeginAndEndWithTwoBlanks) {
     oru::TraceScope scope;
     ORU_TRACE_SCOPE(scope, oru::kTraceLevelInfo, u"zs_util\t[main] ");
     EXPECT_EQ(tracer.Texts(), (Texts{"zs_util\t[main]  begin"}));
-    EXPECT_EQ(tracer.Count(), 1);
+    EXPECT_EQ(tracer.references, 1u);
   }
   EXPECT_EQ(tracer.Records(),
             (std::vector<RecordingTracer::Record>{{700, "zs_util\t[main]  begin", 512},
                                                   {700, "zs_util\t[main]  end", 512}}));
-  EXPECT_EQ(tracer.Count(), 0);
+  EXPECT_EQ(tracer.references, 0u);
 }
 
 TEST(TraceScope, IsSilentWhenItWasNeverStarted) {
@@ -321,25 +316,21 @@ TEST(TraceScope, EndsWhereItBeganAfterAReplacement) {
   }
   EXPECT_EQ(first.Texts(), (Texts{"name  begin", "name  end"}));
   EXPECT_EQ(second.Texts(), (Texts{"between"}));
-  EXPECT_EQ(first.Count(), 0);
-  EXPECT_EQ(second.Count(), 0);
+  EXPECT_EQ(first.references, 0u);
+  EXPECT_EQ(second.references, 0u);
 }
 
 // Ends with its last reference and says so.
-class CountedTracer final : public oru::ITracer {
+class CountedTracer final : public tests::ObjectStub<oru::ITracer> {
  public:
-  explicit CountedTracer(bool* ended) : m_ended(ended) {}
-  std::uint32_t AddRef() noexcept override { return ++m_references; }
+  explicit CountedTracer(bool* ended) : m_ended(ended) { references = 1; }
   std::uint32_t Release() noexcept override {
-    const std::uint32_t left = --m_references;
+    const std::uint32_t left = ObjectStub::Release();
     if (left == 0) {
       *m_ended = true;
       delete this;
     }
     return left;
-  }
-  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
-    return oru::errNotSupportedInterface;
   }
   oru::ResultCode ReserveRecord(std::uint32_t, char** buffer, std::uint32_t size) override {
     if (buffer == nullptr) return oru::errTraceLevelOk;
@@ -354,7 +345,6 @@ class CountedTracer final : public oru::ITracer {
  private:
   ~CountedTracer() = default;
   bool* m_ended;
-  std::uint32_t m_references = 1;
 };
 
 TEST(TraceScope, KeepsItsTracerAliveToTheEnd) {
@@ -400,7 +390,7 @@ TEST(TraceScope, ASecondStartEndsTheFirst) {
     oru::TraceScope scope;
     scope.Start(&first, u"a");
     scope.Start(&second, u"b");
-    EXPECT_EQ(first.Count(), 0);
+    EXPECT_EQ(first.references, 0u);
   }
   EXPECT_EQ(first.Texts(), (Texts{"a begin", "a end"}));
   EXPECT_EQ(second.Texts(), (Texts{"b begin", "b end"}));
@@ -413,7 +403,7 @@ TEST(TraceScope, ANullTracerEndsTheFirstAndStartsNothing) {
     scope.Start(&tracer, u"a");
     scope.Start(nullptr, u"b");
     EXPECT_EQ(tracer.Texts(), (Texts{"a begin", "a end"}));
-    EXPECT_EQ(tracer.Count(), 0);
+    EXPECT_EQ(tracer.references, 0u);
   }
   EXPECT_EQ(tracer.Texts(), (Texts{"a begin", "a end"}));
 }
@@ -440,7 +430,7 @@ TEST(TraceScope, DropsWhatItsTracerThrows) {
     ORU_TRACE_SCOPE(scope, 700, u"n ");
   }
   EXPECT_EQ(tracer.Records().size(), 2u);
-  EXPECT_EQ(tracer.Count(), 0);
+  EXPECT_EQ(tracer.references, 0u);
   Source() = []() -> oru::ITracer* { throw std::bad_alloc(); };
   oru::TraceScope scope;
   ORU_TRACE_SCOPE(scope, 700, u"n ");

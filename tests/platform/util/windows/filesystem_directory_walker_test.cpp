@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
+#include "tests/support/directory_tree.h"
+#include "tests/support/result_code.h"
 
 namespace {
 
@@ -15,13 +16,12 @@ using product_platform::filesystem::DirectoryWalker;
 using product_platform::filesystem::FlatPolicy;
 using product_platform::filesystem::IsDotName;
 using product_platform::filesystem::RemovalPolicy;
+using tests::Code;
+using tests::DirectoryTree;
 using tests::ReportedChecks;
-using tests::Tree;
 
 using Paths = std::multiset<std::u16string>;
 using Reports = std::vector<std::string>;
-
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
 
 // The paths where the walker stops, but for "." and "..", from where it stands.
 template <typename Policy>
@@ -45,7 +45,7 @@ Paths Walk(const std::u16string& path) {
 }
 
 TEST(DirectoryWalker, FlatPolicyStaysInTheDirectory) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   tree.MakeDirectory(u"sub/deeper");
   tree.Write(u"sub/b");
@@ -55,7 +55,7 @@ TEST(DirectoryWalker, FlatPolicyStaysInTheDirectory) {
 
 // It stops at the first entry of a directory that it enters, and not at the directory.
 TEST(DirectoryWalker, RemovalPolicyEntersAndRemovesOnTheWayOut) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   tree.MakeDirectory(u"empty/deeper");
   tree.MakeDirectory(u"full");
@@ -68,7 +68,7 @@ TEST(DirectoryWalker, RemovalPolicyEntersAndRemovesOnTheWayOut) {
 }
 
 TEST(DirectoryWalker, IsEmptyBeforeAndAfterAWalk) {
-  const Tree tree;
+  const DirectoryTree tree;
   DirectoryWalker<FlatPolicy> walker;
   EXPECT_EQ(walker.Current(), nullptr);
   EXPECT_FALSE(walker.IsValid());
@@ -84,7 +84,7 @@ TEST(DirectoryWalker, IsEmptyBeforeAndAfterAWalk) {
 }
 
 TEST(DirectoryWalker, CanWalkAgainBehindItsEnd) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   DirectoryWalker<FlatPolicy> walker;
   for (int i = 0; i < 2; ++i) {
@@ -95,7 +95,7 @@ TEST(DirectoryWalker, CanWalkAgainBehindItsEnd) {
 }
 
 TEST(DirectoryWalker, FailedOpenLeavesNothingOpen) {
-  const Tree tree;
+  const DirectoryTree tree;
   DirectoryWalker<RemovalPolicy> walker;
   EXPECT_EQ(Code(walker.Open(tree.Windows(u"missing"))), 0x80010103u);
   EXPECT_EQ(walker.Current(), nullptr);
@@ -103,7 +103,7 @@ TEST(DirectoryWalker, FailedOpenLeavesNothingOpen) {
 }
 
 TEST(DirectoryWalker, OpenDuringAWalkIsReportedAndGoesOn) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   DirectoryWalker<FlatPolicy> walker;
   ASSERT_EQ(walker.Open(tree.Windows()), oru::sOk);
@@ -113,7 +113,7 @@ TEST(DirectoryWalker, OpenDuringAWalkIsReportedAndGoesOn) {
 }
 
 TEST(DirectoryWalker, LeavingMoreThanWasEnteredIsReported) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"one");
   tree.MakeDirectory(u"two");
   DirectoryWalker<RemovalPolicy> walker;
@@ -133,7 +133,7 @@ TEST(DirectoryWalker, ReadingAnEmptyStackIsReported) {
 }
 
 TEST(RemovalPolicy, CountsDirectoriesEntered) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"gone");
   tree.MakeDirectory(u"kept");
   RemovalPolicy policy;
@@ -150,7 +150,7 @@ TEST(RemovalPolicy, CountsDirectoriesEntered) {
 }
 
 TEST(RemovalPolicy, DirectoryThatStaysIsLeftAllTheSame) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   RemovalPolicy policy;
   policy.Start();

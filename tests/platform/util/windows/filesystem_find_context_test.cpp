@@ -6,9 +6,10 @@
 #include <string>
 
 #include "platform/util/windows/filesystem/path.h"
-#include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
 #include "tests/support/current_directory.h"
+#include "tests/support/directory_tree.h"
+#include "tests/support/result_code.h"
 #include "winapi/errors.h"
 
 namespace {
@@ -18,14 +19,13 @@ using product_platform::filesystem::EntryClass;
 using product_platform::filesystem::FindContext;
 using product_platform::filesystem::FindHandleTraits;
 using product_platform::filesystem::IsDotName;
+using tests::Code;
 using tests::CountReported;
+using tests::DirectoryTree;
 using tests::ReportedChecks;
-using tests::Tree;
 
 using Names = std::multiset<std::u16string>;
 using Reports = std::vector<std::string>;
-
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
 
 // Of a search that stands at its first entry.
 Names Rest(FindContext& context) {
@@ -59,7 +59,7 @@ TEST(IsDotName, IsOneOrTwoFullStops) {
 }
 
 TEST(FindContext, ListsADirectory) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   tree.MakeDirectory(u"sub");
   const Names expected{u".", u"..", u"a", u"sub"};
@@ -69,7 +69,7 @@ TEST(FindContext, ListsADirectory) {
 }
 
 TEST(FindContext, TellsAttributes) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"sub");
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
@@ -78,7 +78,7 @@ TEST(FindContext, TellsAttributes) {
 }
 
 TEST(FindContext, RelativePathIsMadeAbsolute) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"sub-is-not-here");
   tree.MakeDirectory(u"sub");
   tree.Write(u"sub/inner");
@@ -89,7 +89,7 @@ TEST(FindContext, RelativePathIsMadeAbsolute) {
 }
 
 // A directory whose Windows path has exactly that length.
-std::u16string DirectoryOfLength(const Tree& tree, std::size_t length) {
+std::u16string DirectoryOfLength(const DirectoryTree& tree, std::size_t length) {
   std::u16string name(length - tree.Windows().size() - 1, u'n');
   for (std::size_t i = 100; i + 1 < name.size(); i += 100) name[i] = u'/';
   tree.MakeDirectory(name);
@@ -99,7 +99,7 @@ std::u16string DirectoryOfLength(const Tree& tree, std::size_t length) {
 
 TEST(FindContext, DirectoriesAroundTheLengthLimitAreListed) {
   for (const std::size_t length : {245u, 246u, 247u, 248u, 260u, 400u}) {
-    const Tree tree;
+    const DirectoryTree tree;
     const std::u16string path = DirectoryOfLength(tree, length);
     ASSERT_EQ(path.size(), length);
     EXPECT_EQ(List(path), (Names{u".", u"..", u"inner"})) << length;
@@ -107,7 +107,7 @@ TEST(FindContext, DirectoriesAroundTheLengthLimitAreListed) {
 }
 
 TEST(FindContext, MissingDirectoryIsAFailure) {
-  const Tree tree;
+  const DirectoryTree tree;
   FindContext context;
   EXPECT_EQ(Code(context.OpenFind(tree.Windows(u"missing"))), 0x80010103u);
   EXPECT_FALSE(context.IsValid());
@@ -128,7 +128,7 @@ TEST(FindContext, EmptyPathGivesTheLastErrorsCode) {
 }
 
 TEST(FindContext, NewSearchTakesThePlaceOfTheOld) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"one");
   tree.Write(u"one/a");
   tree.MakeDirectory(u"two");
@@ -141,7 +141,7 @@ TEST(FindContext, NewSearchTakesThePlaceOfTheOld) {
 }
 
 TEST(FindContext, FailedNewSearchClosesTheOld) {
-  const Tree tree;
+  const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
   ASSERT_EQ(context.Name(), u".");
@@ -153,7 +153,7 @@ TEST(FindContext, FailedNewSearchClosesTheOld) {
 }
 
 TEST(FindContext, SearchGoesOnWhereTheNewPathHasNoAbsoluteForm) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
@@ -177,7 +177,7 @@ TEST(FindContext, StepOfAnInvalidSearchIsAFailure) {
 }
 
 TEST(FindContext, EndLeavesTheLastErrorAsItWas) {
-  const Tree tree;
+  const DirectoryTree tree;
   {
     FindContext context;
     ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);

@@ -1,4 +1,5 @@
 #include "platform/util/windows/filesystem/growing_buffer.h"
+#include "tests/support/result_code.h"
 
 #include <gtest/gtest.h>
 
@@ -10,13 +11,12 @@
 namespace {
 
 using product_platform::filesystem::CallWithGrowingBuffer;
+using tests::Code;
 
 // Behind one of these the compiler doesn't see the lengths: it would warn of texts on paths that no
 // run takes.
 using SystemCall = std::function<winapi::Dword(winapi::Dword size, char16_t* buffer)>;
 using Sizes = std::vector<winapi::Dword>;
-
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
 
 // Answers so, one call after the other, and fills all of the buffer that it may.
 struct Answers {

@@ -7,6 +7,7 @@
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "platform/util/windows/filesystem/system_directory.h"
+#include "tests/support/result_code.h"
 #include "winapi/host/control.h"
 
 namespace host = winapi::host;
@@ -14,8 +15,7 @@ namespace host = winapi::host;
 namespace {
 
 using product_platform::filesystem::MakeLongPath;
-
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
+using tests::Code;
 
 TEST(MakeLongPathOnHost, UnknownCurrentDirectoryIsThrown) {
   host::FailCall("GetCurrentDirectoryW", 1, 5);

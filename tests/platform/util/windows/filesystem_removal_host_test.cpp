@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "platform/util/windows/filesystem/file_operations.h"
-#include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
+#include "tests/support/directory_tree.h"
+#include "tests/support/result_code.h"
 #include "winapi/host/control.h"
 
 namespace host = winapi::host;
@@ -18,9 +19,8 @@ namespace {
 
 using product_platform::filesystem::RemoveDirectoryRecursive;
 using product_platform::filesystem::TestDirectory;
-using tests::Tree;
-
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
+using tests::Code;
+using tests::DirectoryTree;
 
 struct SilentFailure {
   const char* call;
@@ -43,7 +43,7 @@ TEST(FileOperationsOnHost, FailureWithoutAnErrorIsNoSuccess) {
       {"FindFirstFileExW", RemoveDirectoryRecursive},
   };
   for (const SilentFailure& test : cases) {
-    const Tree tree;
+    const DirectoryTree tree;
     host::FailCall(test.call, 1, 0);
     EXPECT_EQ(Code(test.run(tree.Windows())), 0x8000004Bu) << test.call;
     EXPECT_EQ(host::InjectedFaultCount(), 1u) << test.call;
@@ -53,14 +53,14 @@ TEST(FileOperationsOnHost, FailureWithoutAnErrorIsNoSuccess) {
 }
 
 TEST(TestDirectoryOnHost, LinkToADirectoryIsNone) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"target");
   std::filesystem::create_directory_symlink(tree.File(u"target"), tree.File(u"link"));
   EXPECT_EQ(TestDirectory(tree.Windows(u"link")), oru::sFalse);
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, LinkToADirectoryElsewhereGoesAndItsTargetStays) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"target/sub");
   tree.Write(u"target/inner");
   tree.MakeDirectory(u"top/a");
@@ -72,7 +72,7 @@ TEST(RemoveDirectoryRecursiveOnHost, LinkToADirectoryElsewhereGoesAndItsTargetSt
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, LinksOfAllKindsGo) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"target");
   tree.MakeDirectory(u"top");
   std::filesystem::create_symlink(tree.File(u"target"), tree.File(u"top/file"));
@@ -84,7 +84,7 @@ TEST(RemoveDirectoryRecursiveOnHost, LinksOfAllKindsGo) {
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, OfALinkToADirectoryOnlyTheLinkGoes) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"target");
   tree.Write(u"target/inner");
   std::filesystem::create_directory_symlink(tree.File(u"target"), tree.File(u"link"));
@@ -98,7 +98,7 @@ TEST(RemoveDirectoryRecursiveOnHost, OfALinkToADirectoryOnlyTheLinkGoes) {
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, OfALinkToAFileOnlyTheLinkGoes) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"target");
   std::filesystem::create_symlink(tree.File(u"target"), tree.File(u"link"));
   EXPECT_EQ(RemoveDirectoryRecursive(tree.Windows(u"link")), oru::sOk);
@@ -107,7 +107,7 @@ TEST(RemoveDirectoryRecursiveOnHost, OfALinkToAFileOnlyTheLinkGoes) {
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, RefusedRemovalOfALinkIsTheResult) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"target");
   std::filesystem::create_directory_symlink(tree.File(u"target"), tree.File(u"link"));
   host::FailCall("RemoveDirectoryW", 1, 5);
@@ -115,7 +115,7 @@ TEST(RemoveDirectoryRecursiveOnHost, RefusedRemovalOfALinkIsTheResult) {
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, RefusedRemovalOfALinkToAFileIsTheResult) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"target");
   std::filesystem::create_symlink(tree.File(u"target"), tree.File(u"link"));
   host::StartCallLog();
@@ -128,7 +128,7 @@ TEST(RemoveDirectoryRecursiveOnHost, RefusedRemovalOfALinkToAFileIsTheResult) {
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, FailedQueryOfTheAttributesChangesNothing) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a");
   host::FailCall("GetFileAttributesW", 1, 5);
   EXPECT_EQ(RemoveDirectoryRecursive(tree.Windows(u"top")), oru::sOk);
@@ -147,7 +147,7 @@ std::size_t RemovalsOf(const std::u16string& path) {
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, DirectoryThatCanNotBeListedStaysWithThoseAbove) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a");
   tree.Write(u"top/a/f");
   tree.MakeDirectory(u"top/b");
@@ -165,7 +165,7 @@ TEST(RemoveDirectoryRecursiveOnHost, DirectoryThatCanNotBeListedStaysWithThoseAb
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, FailedStepEndsInTheRemovalOfTheRoot) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top");
   tree.Write(u"top/f");
   host::FailCall("FindNextFileW", 1, 5);
@@ -176,7 +176,7 @@ TEST(RemoveDirectoryRecursiveOnHost, FailedStepEndsInTheRemovalOfTheRoot) {
 
 // An open search would hold the directory.
 TEST(RemoveDirectoryRecursiveOnHost, SearchOfAFailedStepIsClosedBeforeTheRootGoes) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a");
   host::StartCallLog();
   host::ClearCallLog();
@@ -193,7 +193,7 @@ TEST(RemoveDirectoryRecursiveOnHost, SearchOfAFailedStepIsClosedBeforeTheRootGoe
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, SearchesThatCanNotBeClosedAreReportedAndKeepNothing) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a/b");
   tree.Write(u"top/a/f");
   host::FailCall("FindClose", 1, 6, host::Repeat::kForever);
@@ -205,7 +205,7 @@ TEST(RemoveDirectoryRecursiveOnHost, SearchesThatCanNotBeClosedAreReportedAndKee
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, SubdirectoryThatStaysIsSeenAtTheRoot) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a");
   host::FailCall("RemoveDirectoryW", 1, 5);
   EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"top"))), 0x80070091u);  // 145
@@ -213,14 +213,14 @@ TEST(RemoveDirectoryRecursiveOnHost, SubdirectoryThatStaysIsSeenAtTheRoot) {
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, RefusedRemovalOfTheRootIsTheResult) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top");
   host::FailCall("RemoveDirectoryW", 1, 32);
   EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"top"))), 0x80010104u);
 }
 
 TEST(RemoveDirectoryRecursiveOnHost, SubdirectoriesGoBeforeTheRootEachByOneCall) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a/b");
   host::StartCallLog();
   host::ClearCallLog();
@@ -250,7 +250,7 @@ TEST(RemoveDirectoryRecursiveOnHost, MemoryGrowsWithDepthOnly) {
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "the address sanitizer keeps freed memory, so the peak says nothing";
 #endif
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeWide(u"small", 1000);
   ASSERT_EQ(RemoveDirectoryRecursive(tree.Windows(u"small")), oru::sOk);
   tree.MakeWide(u"top", 100000);

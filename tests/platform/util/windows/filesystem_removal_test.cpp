@@ -6,9 +6,10 @@
 
 #include "platform/util/windows/filesystem/file_operations.h"
 #include "tests/contract/difference.h"
-#include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
 #include "tests/support/current_directory.h"
+#include "tests/support/directory_tree.h"
+#include "tests/support/result_code.h"
 #include "winapi/files.h"
 
 namespace {
@@ -18,8 +19,9 @@ using product_platform::filesystem::RemoveDirectoryRecursive;
 using product_platform::filesystem::RemoveEmptyDirectory;
 using product_platform::filesystem::RemoveFile;
 using product_platform::filesystem::TestDirectory;
+using tests::Code;
+using tests::DirectoryTree;
 using tests::HeldFile;
-using tests::Tree;
 
 #ifdef _WIN32
 constexpr int kLevels = 300;
@@ -29,10 +31,8 @@ constexpr int kLevels = 1000;
 constexpr int kFiles = 100000;
 #endif
 
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
-
 TEST(QueryFileAttributes, TellsFilesFromDirectories) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   winapi::Dword attributes = 0;
   EXPECT_EQ(QueryFileAttributes(tree.Windows(u"a"), attributes), oru::sOk);
@@ -42,7 +42,7 @@ TEST(QueryFileAttributes, TellsFilesFromDirectories) {
 }
 
 TEST(QueryFileAttributes, FailureLeavesTheOutputAlone) {
-  const Tree tree;
+  const DirectoryTree tree;
   winapi::Dword attributes = 4711;
   EXPECT_EQ(Code(QueryFileAttributes(tree.Windows(u"missing"), attributes)), 0x80010102u);
   EXPECT_EQ(Code(QueryFileAttributes(tree.Windows(u"missing/x"), attributes)), 0x80010103u);
@@ -50,7 +50,7 @@ TEST(QueryFileAttributes, FailureLeavesTheOutputAlone) {
 }
 
 TEST(TestDirectory, TellsADirectoryFromAFileAndFromNothing) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   EXPECT_EQ(TestDirectory(tree.Windows()), oru::sOk);
   EXPECT_EQ(TestDirectory(tree.Windows(u"a")), oru::sFalse);
@@ -60,7 +60,7 @@ TEST(TestDirectory, TellsADirectoryFromAFileAndFromNothing) {
 }
 
 TEST(RemoveFile, RemovesAFileAlone) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   tree.MakeDirectory(u"sub");
   EXPECT_EQ(RemoveFile(tree.Windows(u"a")), oru::sOk);
@@ -71,14 +71,14 @@ TEST(RemoveFile, RemovesAFileAlone) {
 }
 
 TEST(RemoveFile, HeldFileStays) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   const HeldFile held(tree, u"a");
   EXPECT_EQ(Code(RemoveFile(tree.Windows(u"a"))), 0x80010104u);
 }
 
 TEST(RemoveEmptyDirectory, RemovesAnEmptyDirectoryAlone) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"full");
   tree.Write(u"full/b");
   tree.MakeDirectory(u"empty");
@@ -94,7 +94,7 @@ TEST(RemoveDirectoryRecursive, EmptyPathIsRefused) {
 }
 
 TEST(RemoveDirectoryRecursive, RemovesATree) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a/b/c");
   tree.MakeDirectory(u"top/empty");
   for (const char16_t* const name :
@@ -108,7 +108,7 @@ TEST(RemoveDirectoryRecursive, RemovesATree) {
 }
 
 TEST(RemoveDirectoryRecursive, TakesEveryFormOfAPath) {
-  const Tree tree;
+  const DirectoryTree tree;
   const tests::CurrentDirectory inTree(tree.File(u""));
   for (const std::u16string& path :
        {tree.Windows(u"top"), tree.Windows(u"top") + u"\\", u"\\\\?\\" + tree.Windows(u"top"),
@@ -121,19 +121,19 @@ TEST(RemoveDirectoryRecursive, TakesEveryFormOfAPath) {
 }
 
 TEST(RemoveDirectoryRecursive, EmptyDirectoryGoes) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top");
   EXPECT_EQ(RemoveDirectoryRecursive(tree.Windows(u"top")), oru::sOk);
   EXPECT_FALSE(tree.Has(u"top"));
 }
 
 TEST(RemoveDirectoryRecursive, MissingDirectoryIsAFailure) {
-  const Tree tree;
+  const DirectoryTree tree;
   EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"top"))), 0x80010103u);
 }
 
 TEST(RemoveDirectoryRecursive, FileIsNoTree) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.Write(u"a");
   EXPECT_EQ(Code(RemoveDirectoryRecursive(tree.Windows(u"a"))),
             tests::Expected(0x80010103u, 0x80010109u,
@@ -142,7 +142,7 @@ TEST(RemoveDirectoryRecursive, FileIsNoTree) {
 }
 
 TEST(RemoveDirectoryRecursive, HeldFileKeepsTheDirectoriesAboveItAlone) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a/held");
   tree.MakeDirectory(u"top/b");
   for (const char16_t* const name :
@@ -162,7 +162,7 @@ TEST(RemoveDirectoryRecursive, HeldFileKeepsTheDirectoriesAboveItAlone) {
 }
 
 TEST(RemoveDirectoryRecursive, DeepTreeGoes) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDeep(kLevels);
   std::u16string innermost = u"top";
   for (int i = 1; i < kLevels; ++i) innermost += u"/d";
@@ -173,7 +173,7 @@ TEST(RemoveDirectoryRecursive, DeepTreeGoes) {
 }
 
 TEST(RemoveDirectoryRecursive, WideDirectoryGoes) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeWide(u"top/wide", kFiles);
   const std::filesystem::directory_iterator files(tree.File(u"top/wide"));
   ASSERT_EQ(std::distance(begin(files), end(files)), kFiles);

@@ -7,9 +7,10 @@
 
 #include "platform/util/windows/filesystem/directory_walker.h"
 #include "platform/util/windows/filesystem/find_context.h"
-#include "tests/platform/util/windows/filesystem_tree.h"
 #include "tests/support/checks.h"
 #include "tests/support/current_directory.h"
+#include "tests/support/directory_tree.h"
+#include "tests/support/result_code.h"
 #include "winapi/errors.h"
 #include "winapi/host/control.h"
 
@@ -21,12 +22,11 @@ using product_platform::filesystem::DirectoryWalker;
 using product_platform::filesystem::FindContext;
 using product_platform::filesystem::FlatPolicy;
 using product_platform::filesystem::RemovalPolicy;
+using tests::Code;
+using tests::DirectoryTree;
 using tests::ReportedChecks;
-using tests::Tree;
 
 using Reports = std::vector<std::string>;
-
-std::uint32_t Code(oru::ResultCode rc) { return static_cast<std::uint32_t>(rc); }
 
 // What was searched for, and how often the absolute form was asked for.
 struct Seen {
@@ -59,7 +59,7 @@ TEST(OpenFindOnHost, DriveAbsolutePathOf247CharactersGoesThroughTheFullPath) {
 }
 
 TEST(OpenFindOnHost, RelativePathIsAlwaysMadeAbsolute) {
-  const Tree tree;
+  const DirectoryTree tree;
   const tests::CurrentDirectory inTree(tree.File(u""));
   const Seen seen = Search(u"a");
   const std::u16string folder = tree.Windows();
@@ -69,7 +69,7 @@ TEST(OpenFindOnHost, RelativePathIsAlwaysMadeAbsolute) {
 
 // The drive stands for the current directory's.
 TEST(OpenFindOnHost, EveryOtherPathIsMadeAbsoluteWhateverItsLength) {
-  const Tree tree;
+  const DirectoryTree tree;
   const tests::CurrentDirectory inTree(tree.File(u""));
   const std::u16string folder = tree.Windows();
   const std::string base(folder.begin(), folder.end());
@@ -167,7 +167,7 @@ const Failure kFailures[] = {
 };
 
 TEST(OpenFindOnHost, FailureIsToldByItsCode) {
-  const Tree tree;
+  const DirectoryTree tree;
   const tests::CurrentDirectory inTree(tree.File(u""));
   for (const Failure& test : kFailures) {
     FindContext context;
@@ -181,7 +181,7 @@ TEST(OpenFindOnHost, FailureIsToldByItsCode) {
 }
 
 TEST(FindContextOnHost, FailedStepIsToldByItsCode) {
-  const Tree tree;
+  const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
   host::FailCall("FindNextFileW", 1, 5);
@@ -193,7 +193,7 @@ TEST(FindContextOnHost, FailedStepIsToldByItsCode) {
 }
 
 TEST(FindContextOnHost, FailedCloseAtTheEndIsReported) {
-  const Tree tree;
+  const DirectoryTree tree;
   {
     FindContext context;
     ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
@@ -204,7 +204,7 @@ TEST(FindContextOnHost, FailedCloseAtTheEndIsReported) {
 }
 
 TEST(FindContextOnHost, FailedCloseAtTheEndLeavesTheLastErrorAsItWas) {
-  const Tree tree;
+  const DirectoryTree tree;
   {
     FindContext context;
     ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
@@ -216,7 +216,7 @@ TEST(FindContextOnHost, FailedCloseAtTheEndLeavesTheLastErrorAsItWas) {
 }
 
 TEST(FindContextOnHost, FailedCloseForANewSearchIsReported) {
-  const Tree tree;
+  const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
   host::FailCall("FindClose", 1, 6);
@@ -237,7 +237,7 @@ Reports Order(const std::vector<std::string>& names) {
 }
 
 TEST(FindContextOnHost, OldSearchIsClosedBehindTheNewOnesStart) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"a");
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
@@ -252,7 +252,7 @@ TEST(FindContextOnHost, OldSearchIsClosedBehindTheNewOnesStart) {
 
 // A close that fails without an error is no success either.
 TEST(FindContextOnHost, FailedCloseWithoutAnErrorIsReported) {
-  const Tree tree;
+  const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
   host::FailCall("FindClose", 1, 0);
@@ -262,7 +262,7 @@ TEST(FindContextOnHost, FailedCloseWithoutAnErrorIsReported) {
 
 // The old search's end mustn't hide why the new one failed.
 TEST(FindContextOnHost, FailedCloseLeavesTheNewSearchsFailure) {
-  const Tree tree;
+  const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
   host::FailCall("FindClose", 1, 6);
@@ -271,7 +271,7 @@ TEST(FindContextOnHost, FailedCloseLeavesTheNewSearchsFailure) {
 }
 
 TEST(DirectoryWalkerOnHost, FailedStepLeavesTheStack) {
-  const Tree tree;
+  const DirectoryTree tree;
   DirectoryWalker<FlatPolicy> walker;
   ASSERT_EQ(walker.Open(tree.Windows()), oru::sOk);
   host::FailCall("FindNextFileW", 1, 5);
@@ -281,7 +281,7 @@ TEST(DirectoryWalkerOnHost, FailedStepLeavesTheStack) {
 }
 
 TEST(DirectoryWalkerOnHost, DestructorClosesInnermostFirst) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"a/b/c");
   host::StartCallLog();
   std::vector<std::string> opened;
@@ -303,7 +303,7 @@ TEST(DirectoryWalkerOnHost, DestructorClosesInnermostFirst) {
 
 // So that the search of a directory doesn't hold it when it is removed.
 TEST(DirectoryWalkerOnHost, DirectoryIsLeftThenClosedThenRemoved) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"top/a/b");
   const std::u16string top = tree.Windows(u"top");
   const std::string root(top.begin(), top.end());
@@ -321,7 +321,7 @@ TEST(DirectoryWalkerOnHost, DirectoryIsLeftThenClosedThenRemoved) {
 }
 
 TEST(DirectoryWalkerOnHost, LinksAreSeenAndNotEntered) {
-  const Tree tree;
+  const DirectoryTree tree;
   tree.MakeDirectory(u"target");
   tree.Write(u"target/inner");
   tree.MakeDirectory(u"top");

@@ -8,9 +8,11 @@
 #include "tests/platform/util/windows/registry_fixture.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
+#include "tests/support/text.h"
 #include "winapi/host/control.h"
 
 namespace host = winapi::host;
+using tests::Narrow;
 using tests::ReportedChecks;
 using windows_helpers::KernelHandle;
 using windows_helpers::OpenKey;
@@ -22,13 +24,12 @@ namespace {
 using Reports = std::vector<std::string>;
 using Strings = std::vector<std::u16string>;
 
-std::string Hexadecimal(const void* handle) {
+// A handle as the call log shows it.
+std::string Logged(const void* handle) {
   std::ostringstream text;
   text << "0x" << std::hex << reinterpret_cast<std::uintptr_t>(handle);
   return text.str();
 }
-
-std::string Utf8(const std::u16string& ascii) { return std::string(ascii.begin(), ascii.end()); }
 
 class RegistryOnHost : public tests::RegistryTest {
  protected:
@@ -52,8 +53,8 @@ TEST_F(RegistryOnHost, OpenKeyPassesPathMaskAndNoOptions) {
   RegKey key;
   ASSERT_EQ(OpenKey(key, winapi::HkeyLocalMachine(), Path().c_str(), 0x2011F), 0u);
   const host::CallRecord call = TheCall("RegOpenKeyExW");
-  EXPECT_EQ(call.Argument("key"), Hexadecimal(winapi::HkeyLocalMachine()));
-  EXPECT_EQ(call.Argument("subKey"), Utf8(Path()));
+  EXPECT_EQ(call.Argument("key"), Logged(winapi::HkeyLocalMachine()));
+  EXPECT_EQ(call.Argument("subKey"), Narrow(Path()));
   EXPECT_EQ(call.Argument("options"), "0");
   EXPECT_EQ(call.Argument("rights"), "0x2011f");
 }
@@ -69,10 +70,10 @@ TEST_F(RegistryOnHost, BothOpensStartAtTheHiveThatTheyAreGiven) {
   StartLog();
   RegKey key;
   EXPECT_EQ(OpenKey(key, hive.GetValue(), u"below", 0x20119), 0u);
-  EXPECT_EQ(TheCall("RegOpenKeyExW").Argument("key"), Hexadecimal(hive.GetValue()));
+  EXPECT_EQ(TheCall("RegOpenKeyExW").Argument("key"), Logged(hive.GetValue()));
   RegKey transacted;
   EXPECT_EQ(OpenKeyTransacted(transacted, transaction, hive.GetValue(), u"below", 0x20119), 0u);
-  EXPECT_EQ(TheCall("RegOpenKeyTransactedW").Argument("key"), Hexadecimal(hive.GetValue()));
+  EXPECT_EQ(TheCall("RegOpenKeyTransactedW").Argument("key"), Logged(hive.GetValue()));
 }
 
 class OpenKeyOwnProcess : public RegistryOnHost {};
@@ -109,11 +110,11 @@ TEST_F(RegistryOnHost, TransactedOpenPassesTheTransaction) {
       OpenKeyTransacted(key, transaction, winapi::HkeyLocalMachine(), Path().c_str(), 0x2011F), 0u);
   EXPECT_TRUE(key.IsValid());
   const host::CallRecord call = TheCall("RegOpenKeyTransactedW");
-  EXPECT_EQ(call.Argument("key"), Hexadecimal(winapi::HkeyLocalMachine()));
-  EXPECT_EQ(call.Argument("subKey"), Utf8(Path()));
+  EXPECT_EQ(call.Argument("key"), Logged(winapi::HkeyLocalMachine()));
+  EXPECT_EQ(call.Argument("subKey"), Narrow(Path()));
   EXPECT_EQ(call.Argument("options"), "0");
   EXPECT_EQ(call.Argument("rights"), "0x2011f");
-  EXPECT_EQ(call.Argument("transaction"), Hexadecimal(transaction.GetValue()));
+  EXPECT_EQ(call.Argument("transaction"), Logged(transaction.GetValue()));
   EXPECT_EQ(call.Argument("reserved"), "0x0");
   EXPECT_EQ(ReportedChecks(), Reports());
 }
@@ -182,7 +183,7 @@ TEST_F(RegistryOnHost, WriteStringValuePassesExactlyTheRange) {
   const char16_t text[] = u"abcd";
   EXPECT_EQ(windows_helpers::WriteStringValue(key, u"v", text, text + 4), 0u);
   const host::CallRecord call = TheCall("RegSetValueExW");
-  EXPECT_EQ(call.Argument("key"), Hexadecimal(key.GetValue()));
+  EXPECT_EQ(call.Argument("key"), Logged(key.GetValue()));
   EXPECT_EQ(call.Argument("name"), "v");
   EXPECT_EQ(call.Argument("reserved"), "0");
   EXPECT_EQ(call.Argument("type"), "1");
