@@ -20,8 +20,8 @@ using Arguments = std::vector<std::u16string>;
 
 constexpr char kSourceFile[] = "zum_setup_util_lib/commands_msi";
 
-// "/q" is the beginning of the two switches around it and of any word like them, such as "/qb".
-// An argument may pass when it begins with one of these.
+// An argument may pass when it begins with one of these; so "/q" lets any word pass that begins
+// like it, such as "/qb".
 constexpr std::array<std::u16string_view, 20> allowedArguments = {u"ADDENVIRONMENT=",
                                                                   u"ALLOWREBOOT=",
                                                                   u"EULA=",
@@ -111,7 +111,7 @@ void RequirePath(const std::u16string& path, std::uint32_t line, const char16_t*
 }
 
 // What each constructor demands of its fields, in the order that its failures have. `guid` is null
-// where the operation names no product; `line` and `prefix` are the constructor's own, for the
+// where the operation names no product. `line` and `prefix` are the constructor's own, for the
 // path.
 void CheckFields(const Arguments& arguments, const std::u16string* guid, const std::u16string& path,
                  std::uint32_t line, const char16_t* prefix) {
@@ -133,8 +133,7 @@ void ReplacePath(std::u16string& field, const std::u16string& path, std::uint32_
       << u"[correct_setup::CreateCommandMsi] " << cause;
 }
 
-// Nothing is quoted: whoever needs quotes has them in the argument.
-// A blank before each.
+// A blank before each. Nothing is quoted: whoever needs quotes has them in the argument.
 std::u16string JoinArguments(ArgumentIterator first, ArgumentIterator last) {
   std::u16string joined;
   std::for_each(first, last, [&joined](const std::u16string& argument) {

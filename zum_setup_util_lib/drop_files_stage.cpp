@@ -34,8 +34,8 @@ ScopedRemoveDirectory DropPackage(ICommandMsi& command) {
 ScopedRemoveDirectory DropFiles(const std::unique_ptr<ICommandMsi>& command) {
   try {
     return DropPackage(*command);
-    // The directory is gone by now: its owner went with the stage's block.
   } catch (const std::exception&) {
+    // The directory is gone by now: its owner went with the stage's block.
     FailStage("setup\t[correct_setup::detail::DropFiles] ", __LINE__, rcDropFilesFailed);
   }
 }

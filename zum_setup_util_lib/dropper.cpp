@@ -46,8 +46,8 @@ ScopedRemoveDirectory::~ScopedRemoveDirectory() {
   if (m_path.empty()) return;
   try {
     helpers::TryExecuteWithRepeat([this] { RemoveDirectoryOrThrow(m_path); }, kRepeatCount, kDelay);
-    // A destructor must not throw; the directory stays, and the run ends as it would have.
   } catch (const std::exception&) {
+    // A destructor must not throw; the directory stays, and the run ends as it would have.
     (void)helpers::TraceCaughtException(
         "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] ");
   }

@@ -116,9 +116,9 @@ void CorrectPendingOperations() {
       winapi::kErrorSuccess) {
     return;
   }
+  const List newList = RewritePendingList(oldList);
   // An unchanged list isn't written back: one that was read without its last empty string isn't cut
   // by a run that has nothing to do.
-  const List newList = RewritePendingList(oldList);
   if (newList == oldList) {
     ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CorrectPendingOperations] "
                                         << "conrainer not changed, skip update");

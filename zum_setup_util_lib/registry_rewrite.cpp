@@ -60,8 +60,8 @@ std::vector<std::u16string> EnumerateSubKeys(const char16_t* path) {
   return names;
 }
 
-// With the right to write at once: what may not be changed isn't looked at either.
-// False when the key can't be opened.
+// False when the key can't be opened, which is tried with the right to write at once: what may not
+// be changed isn't looked at either.
 bool OpenProductKey(RegKey& key, const char16_t* products, const std::u16string& product,
                     const char16_t* subKey) {
   const std::u16string path = std::u16string(products) + u"\\" + product + u"\\" + subKey;

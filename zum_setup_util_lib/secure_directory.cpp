@@ -23,8 +23,8 @@ using Buffer = std::vector<std::uint8_t>;
 // The stated position: this is one of the file system actions, whichever file it stands in.
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
 
-// The texts are the calls as the trace has always shown them, not as they stand here.
-// Throws the last error with the text of the call that set it.
+// Throws the last error with the text of the call that set it: as the trace has always shown the
+// call, not as it stands here.
 void Require(bool succeeded, std::uint32_t line, const char* expression) {
   if (succeeded) return;
   throw windows_helpers::WindowsErrorException(winapi::GetLastError(), expression)

@@ -73,15 +73,15 @@ ResultCode ExceptionGuard(ITracer* tracer, std::uint32_t level, const char* pref
   } catch (const std::bad_alloc& exception) {
     TraceException(tracer, level, prefix, exception);
     return errOutOfMemory;
-    // A text or list beyond its greatest length is a lack of memory to whoever asked for it.
   } catch (const std::length_error& exception) {
+    // A text or list beyond its greatest length is a lack of memory to whoever asked for it.
     TraceException(tracer, level, prefix, exception);
     return errOutOfMemory;
   } catch (const std::exception& exception) {
     TraceException(tracer, level, prefix, exception);
     return errUnknownException;
-    // Nothing can be said of it, so there is no record; the check tells of it.
   } catch (...) {
+    // Nothing can be said of it, so there is no record; the check tells of it.
     return ReportForeignException();
   }
 }

@@ -33,8 +33,8 @@ NumberText MakeText(T value, const FormatSpec& spec) noexcept {
     // As unsigned, since the magnitude of the smallest number has no signed form.
     rest = static_cast<Pattern>(0 - rest);
     text.SetPrefix("-");
-    // So a negative number in base 16 or 8 has its base shown: there it is an unsigned pattern.
   } else if (spec.showBase) {
+    // Of a negative number too in base 16 or 8, where it is an unsigned pattern.
     text.SetPrefix(BasePrefix(base));
   }
   do {

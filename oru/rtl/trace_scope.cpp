@@ -9,7 +9,7 @@ namespace oru {
 TraceScope::~TraceScope() { Finish(); }
 
 void TraceScope::Start(ITracer* tracer, const String16& name) noexcept {
-  // A scope stands at the head of functions whose callers look at the last error.
+  // As for a statement: a scope may start between a failed call and whoever asks for its error.
   const LastErrorKeeper keeper;
   Finish();
   if (tracer == nullptr) return;

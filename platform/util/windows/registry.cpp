@@ -78,8 +78,8 @@ winapi::Error ReadMultiStringValue(const RegKey& key, const char16_t* name,
 winapi::Error WriteStringValue(const RegKey& key, const char16_t* name, const char16_t* first,
                                const char16_t* last) noexcept {
   ORU_CHECK(key.IsValid());
-  // A larger range is reported and written all the same, with its bytes counted in 32 bits.
   const auto n = static_cast<std::size_t>(last - first);
+  // A larger range is reported and written all the same, with its bytes counted in 32 bits.
   ORU_CHECK_TEXT(n <= MaxSize, "value.size() <= MaxSize");
   return SetText(key, name, winapi::kRegSz, first, n);
 }

@@ -12,8 +12,8 @@ namespace {
 
 // Most values fit into the local buffer, and cost one call and no memory.
 constexpr std::uint32_t kLocalCapacity = 64;
-// Somebody who changes the value between two reads is let win a few times before room is made for
-// what he may write next.
+// A writer who changes the value between two reads wins a few times before room is made for what
+// may come next.
 constexpr std::uint32_t kDoublingPass = 5;
 // The name is part of a check's text, with its spelling.
 constexpr std::uint32_t OverallInterationsLimit = 69;

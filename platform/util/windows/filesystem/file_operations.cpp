@@ -34,12 +34,12 @@ void RemoveEntry(const std::u16string& path, winapi::Dword attributes) noexcept 
   }
 }
 
+// A search that breaks off ends the walk as its end does; the root's removal then fails.
 void RemoveEntries(DirectoryWalker<RemovalPolicy>& finder) {
   do {
     ORU_CHECK(finder.IsValid());
     const FindContext* const current = finder.Current();
     if (current != nullptr) RemoveEntry(finder.CurrentPath(), current->Data().dwFileAttributes);
-    // A search that breaks off ends the walk as its end does; the root's removal then fails.
   } while (finder.Next() == oru::sOk);
 }
 
