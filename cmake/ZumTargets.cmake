@@ -23,27 +23,99 @@ function(zum_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINK})
 endfunction()
 
-# zum_test(NAME SOURCES ... [LINK ...] [NATIVE_ONLY] [LOCK name])
-# A GoogleTest program whose cases run in processes of their own (a check site reports once per process).
-# NATIVE_ONLY for tests that inject faults through the host layer. LOCK serialises programs that share
-# something in the Wine prefix, such as the machine's installer keys.
+# What tests and their helpers are compiled with: they are most of the build, and each runs a few times, so
+# they aren't optimised, and natively keep line numbers but no types for the debugger. The product's objects
+# keep their own flags; a test that depends on optimisation sets its own.
+set(ZUM_TEST_COMPILE_OPTIONS ${ZUM_COMPILE_OPTIONS} -O0)
+if(NOT WIN32)
+  list(APPEND ZUM_TEST_COMPILE_OPTIONS -g1)
+endif()
+
+# zum_test_helper(NAME SOURCES ... [LINK ...])
+# A program that tests start.
+function(zum_test_helper name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE ${ZUM_TEST_COMPILE_OPTIONS})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK})
+endfunction()
+
+# zum_test(NAME SOURCES ... [LINK ...] [NATIVE_ONLY] [SHARDS number] [LOCK name] [ZONES zone ...])
+# A GoogleTest program of its own, named after its one test file: for tests that replace functions of the
+# program, for sweeps, and for what has to be settled before a process starts. All other test files of a
+# folder go into the programs of zum_folder_tests.
+#
+# NATIVE_ONLY for tests that inject faults through the host layer. SHARDS splits the cases into as many tests
+# of CTest's. LOCK serialises programs that share something in the Wine prefix, such as the machine's
+# installer keys. ZONES makes one test of each time zone.
 function(zum_test name)
-  cmake_parse_arguments(ARG "NATIVE_ONLY" "LOCK" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "NATIVE_ONLY" "SHARDS" "SOURCES;LINK;LOCK;ZONES" ${ARGN})
+  set_property(DIRECTORY APPEND PROPERTY ZUM_OWN_TESTS ${name}.cpp)
   if(ARG_NATIVE_ONLY AND WIN32)
     return()
   endif()
   add_executable(${name} ${ARG_SOURCES})
-  target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
+  target_compile_options(${name} PRIVATE ${ZUM_TEST_COMPILE_OPTIONS})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} zum_test_support)
   if(TARGET zum_test_pch)
     target_precompile_headers(${name} REUSE_FROM zum_test_pch)
   endif()
-  set(properties TIMEOUT 300)
-  if(ARG_LOCK)
-    list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
+  if(ARG_ZONES)
+    foreach(zone ${ARG_ZONES})
+      string(REPLACE "/" "-" entry ${name}.${zone})
+      zum_run_cases(${name} ${entry} 1/1 "${ARG_LOCK}")
+      set_tests_properties(${entry} PROPERTIES ENVIRONMENT "TZ=${zone}")
+    endforeach()
+  elseif(ARG_SHARDS)
+    foreach(shard RANGE 1 ${ARG_SHARDS})
+      zum_run_cases(${name} ${name}.${shard} ${shard}/${ARG_SHARDS} "${ARG_LOCK}")
+    endforeach()
+  else()
+    zum_run_cases(${name} ${name} 1/1 "${ARG_LOCK}")
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-                       PROPERTIES ${properties})
+endfunction()
+
+# One test of CTest's, which is a part of a program's cases: tests/run_program.py tells which cases share a
+# process. Its report is results/ENTRY.xml in the build folder.
+function(zum_run_cases program entry shard lock)
+  add_test(NAME ${entry}
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/tests/run_program.py
+            --report ${CMAKE_BINARY_DIR}/results/${entry}.xml --shard ${shard}
+            "--emulator=${CMAKE_CROSSCOMPILING_EMULATOR}" $<TARGET_FILE:${program}>)
+  # The runner ends what hangs, and says which case it was.
+  set_tests_properties(${entry} PROPERTIES TIMEOUT 3600)
+  if(lock)
+    set_tests_properties(${entry} PROPERTIES RESOURCE_LOCK "${lock}")
+  endif()
+endfunction()
+
+# zum_folder_tests([LINK ...] [SUPPORT source ...] [HOST_SUPPORT source ...] [SHARDS number] [HOST_SHARDS number]
+#                  [LOCK name])
+# The folder's two test programs. A file FOLDER/x_test.cpp goes into FOLDER_test, which runs in both worlds, and
+# FOLDER/x_host_test.cpp into FOLDER_host_test, which injects faults through the host layer and is native only;
+# FOLDER has "_" in place of "/". Files of zum_test, called before, are left out.
+# SUPPORT and HOST_SUPPORT are the other sources of the two. SHARDS and LOCK are those of zum_test; natively
+# nothing is shared, so that LOCK counts for Windows only.
+function(zum_folder_tests)
+  cmake_parse_arguments(ARG "" "SHARDS;HOST_SHARDS" "LINK;SUPPORT;HOST_SUPPORT;LOCK" ${ARGN})
+  file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR})
+  string(REPLACE "/" "_" name ${folder})
+  file(GLOB both RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *_test.cpp)
+  get_property(own DIRECTORY PROPERTY ZUM_OWN_TESTS)
+  list(REMOVE_ITEM both ${own} "")
+  set(host ${both})
+  list(FILTER host INCLUDE REGEX "_host_test")
+  list(FILTER both EXCLUDE REGEX "_host_test")
+  if(NOT WIN32)
+    set(ARG_LOCK)
+  endif()
+  if(both)
+    zum_test(${name}_test SOURCES ${both} ${ARG_SUPPORT} LINK ${ARG_LINK} SHARDS ${ARG_SHARDS} LOCK ${ARG_LOCK})
+  endif()
+  if(host)
+    zum_test(${name}_host_test NATIVE_ONLY SHARDS ${ARG_HOST_SHARDS}
+      SOURCES ${host} ${ARG_HOST_SUPPORT} LINK ${ARG_LINK} zum_test_allocation_faults)
+  endif()
 endfunction()
 
 # zum_benchmark(NAME SOURCES ... [LINK ...])

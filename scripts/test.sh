@@ -39,12 +39,15 @@ check() {
     fi
 }
 
-# run_ctest PRESET: every test of a build, one process a case.
+# run_ctest PRESET: every test of a build. The programs' own reports go where the summary looks for them.
 run_ctest() {
     local preset=$1
+    rm -rf "build/$preset/results"
     ctest --test-dir "build/$preset" --parallel "$jobs" --timeout 300 --output-on-failure \
         --output-junit "$results/$preset.xml" >"$results/$preset.log" 2>&1 </dev/null
     local status=$?
+    mkdir -p "$results/$preset"
+    cp "build/$preset/results/"*.xml "$results/$preset/"
     if [ $status -ne 0 ]; then
         grep -E -B 40 '\*\*\*(Failed|Timeout|Exception|Not Run)' "$results/$preset.log" | tail -n 150 >&2
         bad "some tests of $preset failed (whole log: build/results/$preset.log)"
@@ -78,6 +81,8 @@ native_half() {
     step "Format, lint, layers"
     check "$file" source-rules python3 scripts/check_sources.py
     check "$file" source-rules-find-planted-offences python3 scripts/check_sources.py --self-test
+    check "$file" test-files-are-found python3 scripts/test_file.py --check
+    check "$file" test-files-find-planted-offences python3 scripts/test_file.py --self-test
     check "$file" format scripts/check-format.sh
     check "$file" format-finds-planted-offence scripts/check-format.sh --self-test
     check "$file" lint scripts/check-lint.sh

@@ -27,7 +27,7 @@ unsigned OwnProcessId() { return static_cast<unsigned>(getpid()); }
 TEST(CommandLineContract, NamesTheProgramAndStays) {
   const char16_t* line = winapi::GetCommandLineW();
   ASSERT_NE(nullptr, line);
-  EXPECT_NE(std::u16string::npos, std::u16string(line).find(u"system_contract_test"));
+  EXPECT_NE(std::u16string::npos, std::u16string(line).find(u"contract_test"));
   EXPECT_EQ(line, winapi::GetCommandLineW());
 }
 

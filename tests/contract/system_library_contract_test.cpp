@@ -22,7 +22,7 @@ Function Find(const std::u16string& file, const char* name) {
   return reinterpret_cast<Function>(winapi::GetProcAddress(Load(file), name));
 }
 
-TEST(SystemLibraryContract, IsLoadedByItsFullPath) {
+TEST(SystemLibraryContractOwnProcess, IsLoadedByItsFullPath) {
   EXPECT_EQ(nullptr, winapi::GetModuleHandleW(u"ktmw32.dll"));
   EXPECT_EQ(winapi::kErrorModuleNotFound, winapi::GetLastError());
   const winapi::Module module = Load(u"ktmw32.dll");

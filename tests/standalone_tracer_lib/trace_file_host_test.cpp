@@ -246,7 +246,7 @@ TEST(TraceFileTest, NoMemoryForAnyTracerThrows) {
   EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
 }
 
-TEST(TraceFileTest, FirstTracerThatCantBeMadeIsTriedAgain) {
+TEST(TraceFileTestOwnProcess, FirstTracerThatCantBeMadeIsTriedAgain) {
   host::FailCall("HeapAlloc", 1, 8);
   EXPECT_THROW((void)::GetTracer(), std::bad_alloc);
   EXPECT_NE(::GetTracer(), nullptr);

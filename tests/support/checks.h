@@ -1,4 +1,5 @@
-// The reported checks that failed in this test process: main arms a handler that notes them.
+// The reported checks that failed in this case: main arms a handler that notes them, and forgets
+// them at each case's end.
 // A report changes the last error here, as it may in earnest.
 #ifndef TESTS_SUPPORT_CHECKS_H_
 #define TESTS_SUPPORT_CHECKS_H_

@@ -3,11 +3,12 @@
 #include <cstdlib>
 
 #include "tests/support/checks.h"
+#include "tests/support/fresh_cases.h"
 #include "tests/support/temporary_folder.h"
 
-// Natively each test process has a machine of its own: an empty folder that goes away with it. The
-// host layer looks at the variable at its first use, which a static initialiser may be, so the
-// folder is made by an initialiser with a high priority.
+// Natively each test process has a machine of its own: a folder that goes away with it, and that is
+// emptied behind each case. The host layer looks at the variable at its first use, which a static
+// initialiser may be, so the folder is made by an initialiser with a high priority.
 #ifndef _WIN32
 namespace {
 
@@ -23,5 +24,7 @@ HostRoot hostRoot __attribute__((init_priority(101)));
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   tests::ArmCheckRecorder();
+  // Behind the listener that prints: what comes last hears of a case's end first, and may fail it.
+  ::testing::UnitTest::GetInstance()->listeners().Append(new tests::FreshCases);
   return RUN_ALL_TESTS();
 }

@@ -11,7 +11,7 @@ using correct_setup::helpers::TraceCaughtException;
 namespace {
 
 // The process's tracer is made at its first use, which finds no memory here.
-TEST(TraceCaughtExceptionOnHost, GivesTheCodeWhereNoTracerCanBeMade) {
+TEST(TraceCaughtExceptionOnHostOwnProcess, GivesTheCodeWhereNoTracerCanBeMade) {
   host::FailCall("HeapAlloc", 1, 0, host::Repeat::kForever);
   oru::ResultCode code = oru::sOk;
   try {

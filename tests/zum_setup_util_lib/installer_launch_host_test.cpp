@@ -94,6 +94,7 @@ class LaunchOnHost : public ::testing::Test {
   std::string m_folder;
   InstalledTracer m_tracer;
 };
+using LaunchOnHostOwnProcess = LaunchOnHost;
 
 TEST_F(LaunchOnHost, ExitCodesComeBackAsTheyAre) {
   struct Case {
@@ -249,7 +250,7 @@ TEST_F(LaunchOnHost, ExitCodeThatIsNotTold) {
   EXPECT_EQ(host::CallsOf("CloseHandle").size(), 2u);
 }
 
-TEST_F(LaunchOnHost, HandlesThatCannotBeClosedAreReported) {
+TEST_F(LaunchOnHostOwnProcess, HandlesThatCannotBeClosedAreReported) {
   host::FailCall("CloseHandle", 1, 6, host::Repeat::kForever);
   host::SetExitCode(1603);
   EXPECT_EQ(LaunchMsiPackage(u"/i p"), 1603u);

@@ -28,6 +28,7 @@ namespace {
 
 // The trace stands in front of the creation, so a missing program does.
 void LaunchMissing() {
+  calls = 0;
   const tests::TemporaryFolder folder;
   EXPECT_THROW((void)correct_setup::detail::CreateProcessAndWait(
                    folder.WindowsPath() + u"\\none.exe", u"/i"),

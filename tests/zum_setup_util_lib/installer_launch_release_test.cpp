@@ -63,6 +63,7 @@ winapi::Error FailToStart() {
   const std::u16string program = folder.WindowsPath() + u"\\none.exe";
   try {
     releaseSetsLastError = true;
+    releases = releasesWhileThrowing = 0;
     watchedSize = (kLine.size() + 1) * sizeof(char16_t);
     (void)correct_setup::detail::CreateProcessAndWait(program, kLine);
     releaseSetsLastError = false;

@@ -143,7 +143,9 @@ TEST_F(PendingOnHost, RefusedKeySkips) {
   ExpectSilentSkip();
 }
 
-TEST_F(PendingOnHost, MissingTransactionsSkip) {
+using PendingOnHostOwnProcess = PendingOnHost;
+
+TEST_F(PendingOnHostOwnProcess, MissingTransactionsSkip) {
   SetList({u"\\A", u"\\B"});
   host::HideModule("ktmw32.dll");
   TryCorrectPendingOperations();
@@ -282,7 +284,7 @@ TEST_F(PendingOnHost, PermanentFailureIs301RunsAnd300Delays) {
   EXPECT_EQ(Records().back(), Record(700, kTry + " end"));
 }
 
-TEST_F(PendingOnHost, PermanentlyFailingCommitIs301RunsToo) {
+TEST_F(PendingOnHostOwnProcess, PermanentlyFailingCommitIs301RunsToo) {
   SetList({u"\\A", u"\\B"});
   host::HideProcedure("CommitTransaction");
   const auto failure = RunFailing();

@@ -66,14 +66,15 @@ class SelfDefense : public testing::Test {
   ProductData m_data;
   std::size_t m_sleepsBefore;
 };
+using SelfDefenseOwnProcess = SelfDefense;
 
-TEST_F(SelfDefense, DirectoryThatRefusesEndsAfter101Runs) {
+TEST_F(SelfDefenseOwnProcess, DirectoryThatRefusesEndsAfter101Runs) {
   ASSERT_TRUE(host::SetReadOnlyDirectory(kPath, true));
   ExpectAllRunsToFail();
 }
 
 // Nothing refuses root, so root becomes somebody else for the while, who must find the way there.
-TEST_F(SelfDefense, DirectoryWithoutTheRightToWriteEndsAfter101Runs) {
+TEST_F(SelfDefenseOwnProcess, DirectoryWithoutTheRightToWriteEndsAfter101Runs) {
   using std::filesystem::perms;
   constexpr perms kSearch = perms::owner_exec | perms::group_exec | perms::others_exec;
   constexpr perms kRead = perms::owner_read | perms::group_read | perms::others_read;
@@ -107,14 +108,14 @@ TEST_F(SelfDefense, DirectoryThatCanNotBeAskedIsRefusedAtOnce) {
   EXPECT_TRUE(tests::ReportedChecks().empty());
 }
 
-TEST_F(SelfDefense, FullDiskCountsAlike) {
+TEST_F(SelfDefenseOwnProcess, FullDiskCountsAlike) {
   host::FailCall("CreateFileW", 1, 112, host::Repeat::kForever);
   ExpectAllRunsToFail();
 }
 
 // Each failed run writes two records behind the first one of the scope; the thirtieth repeat is
 // told after 3 seconds.
-TEST_F(SelfDefense, DirectoryFreedAfterThreeSecondsPassesAtThe31stRun) {
+TEST_F(SelfDefenseOwnProcess, DirectoryFreedAfterThreeSecondsPassesAtThe31stRun) {
   InstalledTracer tracer;
   ASSERT_TRUE(host::SetReadOnlyDirectory(kPath, true));
   tracer->Script(
@@ -173,7 +174,7 @@ std::string TextOfAttempt(unsigned number) {
   return kActionText + "\\00000000-0000-0000-0000-0000000000" + last + ": ";
 }
 
-TEST_F(SelfDefense, TextNamesTheLastAttemptsFile) {
+TEST_F(SelfDefenseOwnProcess, TextNamesTheLastAttemptsFile) {
   std::uint8_t attempts = 0;
   host::SetGuidSource([&attempts](winapi::Guid& guid) {
     guid = {};
@@ -221,7 +222,7 @@ TEST_F(SelfDefense, DirectoryThatGoesAwayIsAPathNotFound) {
 }
 
 // Without identifiers all names are the same, and one that is left behind stands in the way.
-TEST_F(SelfDefense, LeftoverOfAZeroIdentifierFailsLaterRuns) {
+TEST_F(SelfDefenseOwnProcess, LeftoverOfAZeroIdentifierFailsLaterRuns) {
   host::FailCall("CoCreateGuid", 1, 5, host::Repeat::kForever);
   host::FailCall("DeleteFileW", 1, 5);
   CheckSelfDefense();

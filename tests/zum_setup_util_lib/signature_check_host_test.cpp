@@ -107,6 +107,7 @@ class SignatureOnHost : public ::testing::Test {
   InstalledTracer m_tracer;
   std::size_t m_statesBefore = 0;
 };
+using SignatureOnHostOwnProcess = SignatureOnHost;
 
 TEST_F(SignatureOnHost, PassesAndClosesTheState) {
   EXPECT_TRUE(Passes());
@@ -288,7 +289,7 @@ TEST_F(SignatureOnHost, RefusedFileThatIsLeftOpenIsClosed) {
   EXPECT_EQ(OpenStates(), 1u);
 }
 
-TEST_F(SignatureOnHost, EmptyPathAsksNobody) {
+TEST_F(SignatureOnHostOwnProcess, EmptyPathAsksNobody) {
   EXPECT_THROW(CheckVerisignSignature(u""), oru::CheckResultFailedException);
   EXPECT_EQ(Calls(), std::vector<std::string>());
   EXPECT_TRUE(host::CallsOf("LoadLibraryW").empty());
@@ -380,7 +381,7 @@ TEST_F(SignatureOnHost, FileThatIsNotOpenIsNotClosed) {
   EXPECT_TRUE(host::CallsOf("CloseHandle").empty());
 }
 
-TEST_F(SignatureOnHost, MissingProvider) {
+TEST_F(SignatureOnHostOwnProcess, MissingProvider) {
   host::HideModule("wintrust.dll");
   ExpectCause("ResultCodeException - System error: 0x8007007e. ");
   host::ShowAll();

@@ -66,7 +66,7 @@ TEST(MakeUniqueFileNameOnHost, OtherFailuresOfTheTestAreReturned) {
   EXPECT_EQ(path, tree.Windows());
 }
 
-TEST(CreateTemporaryFileOnHost, FileThatIsThereIsRefused) {
+TEST(CreateTemporaryFileOnHostOwnProcess, FileThatIsThereIsRefused) {
   const DirectoryTree tree;
   host::SetGuidSource([](winapi::Guid& guid) {
     guid = {};
@@ -80,7 +80,7 @@ TEST(CreateTemporaryFileOnHost, FileThatIsThereIsRefused) {
 }
 
 // Not the error that the report of the failed check leaves behind.
-TEST(CreateTemporaryFileOnHost, ErrorIsTheCreations) {
+TEST(CreateTemporaryFileOnHostOwnProcess, ErrorIsTheCreations) {
   const DirectoryTree tree;
   host::FailCall("CreateFileW", 1, 112);
   std::u16string path = tree.Windows();

@@ -191,7 +191,7 @@ TEST(CreateTemporaryFile, FailureOfTheNameIsReturnedWithoutAReport) {
 }
 
 // A directory in the prefix that isn't there: the name can be made, the file can't.
-TEST(CreateTemporaryFile, FailedCreationIsReportedAndNamesTheFile) {
+TEST(CreateTemporaryFileOwnProcess, FailedCreationIsReportedAndNamesTheFile) {
   const DirectoryTree tree;
   std::u16string path = tree.Windows();
   EXPECT_EQ(Code(CreateTemporaryFile(u"missing\\t", path)), 0x80010103u);

@@ -169,6 +169,11 @@ void StartCallLog() {
   logIsOn = true;
 }
 
+void StopCallLog() {
+  startWasAsked = false;
+  logIsOn = false;
+}
+
 void ClearCallLog() {
   const SeamMark mark;
   State& state = TheState();

@@ -6,6 +6,7 @@
 
 #include "winapi/host/call.h"
 #include "winapi/host/control.h"
+#include "winapi/host/reset.h"
 
 namespace winapi {
 namespace {
@@ -49,6 +50,8 @@ void host::SetClock(std::optional<std::uint64_t> ticks) {
   const SeamMark mark;
   TheState().stoppedAt = ticks;
 }
+
+void host::ForgetSleeps() { TheState().sleeps.clear(); }
 
 const std::vector<Dword>& host::Sleeps() {
   const SeamMark mark;

@@ -39,6 +39,7 @@ struct CallRecord {
 // StartCallLog, but counting for faults isn't; calls before the program's entry are kept in any
 // case. StartCallLog keeps what is there. The reference is good until the next call of the seam.
 void StartCallLog();
+void StopCallLog();
 void ClearCallLog();
 [[nodiscard]] const std::vector<CallRecord>& CallLog();
 // The calls of one operation in the log.
@@ -88,14 +89,14 @@ struct LiveResources {
 };
 [[nodiscard]] LiveResources Live();
 
-// The command line that GetCommandLineW gives; without a call the process's own.
-void SetCommandLine(std::u16string commandLine);
+// The command line that GetCommandLineW gives; nullopt, and without a call, the process's own.
+void SetCommandLine(std::optional<std::u16string> commandLine);
 
 // Process and thread number; 0 means the real one.
 void SetIdentity(Dword processId, Dword threadId);
 
-// The program's path that GetModuleFileNameW gives for null.
-void SetModuleFileName(std::u16string path);
+// The program's path that GetModuleFileNameW gives for null; nullopt: the real one.
+void SetModuleFileName(std::optional<std::u16string> path);
 
 // Takes functions out of what GetProcAddress finds, and modules out of what can be found or loaded.
 void HideProcedure(std::string_view name);
@@ -245,6 +246,12 @@ bool FlushRegistry();
 // Forgets what is in memory, unwritten changes too, lets another process have the registry, and
 // reads the file again at the next use. No key may be open.
 void ReloadRegistry();
+
+// Takes back all that the functions of this header have set and forgets what they have seen, as at
+// process start: the log (which is off then), faults, clock, zone, scripts, locks, verdicts and so
+// on. The registry is reloaded. What is open stays open, with its count in Live(); so do files and
+// exception handlers.
+void ResetMachine();
 
 }  // namespace winapi::host
 

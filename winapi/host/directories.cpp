@@ -19,6 +19,7 @@
 #include "winapi/host/last_error.h"
 #include "winapi/host/locate.h"
 #include "winapi/host/paths.h"
+#include "winapi/host/reset.h"
 #include "winapi/host/text.h"
 
 namespace winapi {
@@ -125,6 +126,12 @@ Bool RemoveDirectoryW(const char16_t* path) noexcept {
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Bool{0});
   const Error error = Remove(path);
   return error == 0 ? 1 : host::FailWith(error, Bool{0});
+}
+
+void host::ForgetDescriptors() {
+  Descriptors& all = TheDescriptors();
+  const std::lock_guard lock(all.mutex);
+  all.byPath.clear();
 }
 
 std::optional<host::CapturedDescriptor> host::DescriptorOf(std::u16string_view path) {

@@ -13,6 +13,7 @@
 #include "winapi/host/call.h"
 #include "winapi/host/control.h"
 #include "winapi/host/locate.h"
+#include "winapi/host/reset.h"
 
 namespace winapi::host {
 namespace {
@@ -29,6 +30,11 @@ class FileSet {
   void Add(const struct stat& file, FileDescriptor descriptor) {
     const std::lock_guard lock(m_mutex);
     if (Find(file) == m_files.end()) m_files.push_back({file, std::move(descriptor)});
+  }
+
+  void Clear() {
+    const std::lock_guard lock(m_mutex);
+    m_files.clear();
   }
 
   void Remove(const struct stat& file) {
@@ -86,6 +92,11 @@ bool IsLocked(const struct stat& file) { return LockedFiles().Contains(file); }
 bool IsReadOnly(const FileDescriptor& folder) {
   struct stat data = {};
   return ::fstat(folder.Get(), &data) == 0 && ReadOnlyFolders().Contains(data);
+}
+
+void ForgetFileRules() {
+  LockedFiles().Clear();
+  ReadOnlyFolders().Clear();
 }
 
 bool LockFile(std::u16string_view path) {

@@ -161,9 +161,9 @@ Dword GetModuleFileNameW(Module module, char16_t* path, Dword size) noexcept {
   return static_cast<Dword>(copied);
 }
 
-void host::SetModuleFileName(std::u16string path) {
+void host::SetModuleFileName(std::optional<std::u16string> path) {
   const SeamMark mark;
-  ProgramPath() = std::move(path);
+  ProgramPath() = path ? std::move(*path) : OwnPath();
 }
 
 }  // namespace winapi

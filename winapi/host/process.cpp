@@ -78,9 +78,9 @@ int ProcessExitStatus(std::int32_t code) noexcept {
   return low == 0 && code != 0 ? 1 : low;
 }
 
-void host::SetCommandLine(std::u16string commandLine) {
+void host::SetCommandLine(std::optional<std::u16string> commandLine) {
   const SeamMark mark;
-  TheState().commandLines.push_back(std::move(commandLine));
+  TheState().commandLines.push_back(commandLine ? std::move(*commandLine) : OwnCommandLine());
 }
 
 void host::SetIdentity(Dword processId, Dword threadId) {

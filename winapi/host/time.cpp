@@ -9,6 +9,7 @@
 #include "winapi/host/clock.h"
 #include "winapi/host/control.h"
 #include "winapi/host/last_error.h"
+#include "winapi/host/reset.h"
 #include "winapi/host/time_zone.h"
 
 namespace winapi {
@@ -207,5 +208,7 @@ Bool VerifyVersionInfoW(OsVersionInfo* info, Dword types, std::uint64_t mask) no
 void host::SetSystemVersion(Dword major, Dword minor, std::uint16_t servicePack) {
   systemVersion = {.major = major, .minor = minor, .servicePack = servicePack};
 }
+
+void host::ResetSystemVersion() { systemVersion = {}; }
 
 }  // namespace winapi

@@ -8,6 +8,7 @@
 #include "winapi/host/control.h"
 #include "winapi/host/handle_table.h"
 #include "winapi/host/last_error.h"
+#include "winapi/host/reset.h"
 #include "winapi/security.h"
 
 namespace winapi {
@@ -20,9 +21,13 @@ struct Token final : host::KernelObject {
   Dword access;
 };
 
+host::TokenContent ContentAtTheStart() {
+  return {.user = host::MakeSid(5, {21, 0, 0, 0, 1000}),
+          .integrityLevel = host::MakeSid(16, {12288})};
+}
+
 host::TokenContent& TheContent() {
-  static host::TokenContent& content = *new host::TokenContent{
-      .user = host::MakeSid(5, {21, 0, 0, 0, 1000}), .integrityLevel = host::MakeSid(16, {12288})};
+  static host::TokenContent& content = *new host::TokenContent(ContentAtTheStart());
   return content;
 }
 
@@ -84,6 +89,8 @@ Bool GetTokenInformation(Handle token, int informationClass, void* information, 
   const Error error = GiveInformation(informationClass, information, length, needed);
   return error == 0 ? 1 : host::FailWith(error, Bool{0});
 }
+
+void host::ResetToken() { TheContent() = ContentAtTheStart(); }
 
 void host::SetToken(TokenContent content) {
   const SeamMark mark;

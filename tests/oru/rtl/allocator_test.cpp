@@ -82,7 +82,7 @@ TEST(AllocatorHandle, NullIsTheProcessHeap) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(AllocatorHandle, NullHasTheChecksOfTheProcessHeap) {
+TEST(AllocatorHandleOwnProcess, NullHasTheChecksOfTheProcessHeap) {
   oru::abi_v2_allocator handle;
   handle.deallocate(handle.allocate(0, 8), 0, 8);
   EXPECT_EQ(CountReported("bytes != 0"), 2u);  // of the two operations
@@ -109,7 +109,7 @@ TEST(AllocatorHandle, PassesANullBlockOn) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(AllocatorHandle, AlignmentAboveEightIsReportedAndGoesOn) {
+TEST(AllocatorHandleOwnProcess, AlignmentAboveEightIsReportedAndGoesOn) {
   NotingAllocator allocator;
   alignas(16) char place[16];
   allocator.answer = place;
@@ -119,7 +119,7 @@ TEST(AllocatorHandle, AlignmentAboveEightIsReportedAndGoesOn) {
   EXPECT_EQ(ReportedChecks().size(), 1u);
 }
 
-TEST(AllocatorHandle, AlignmentAboveEightOnTheProcessHeapHasBothReports) {
+TEST(AllocatorHandleOwnProcess, AlignmentAboveEightOnTheProcessHeapHasBothReports) {
   oru::abi_v2_allocator handle;
   void* const block = handle.allocate(16, 16);
   EXPECT_NE(block, nullptr);
@@ -137,7 +137,7 @@ TEST(AllocatorHandle, AlignmentOfEightIsNotReported) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(AllocatorHandle, BlockOfAWrongAlignmentIsReportedAndPassedOn) {
+TEST(AllocatorHandleOwnProcess, BlockOfAWrongAlignmentIsReportedAndPassedOn) {
   NotingAllocator allocator;
   alignas(8) char place[16];
   allocator.answer = place + 4;
@@ -166,7 +166,7 @@ TEST(AllocatorProvider, HoldsAReference) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(AllocatorProvider, NullIsReportedAndGoesOn) {
+TEST(AllocatorProviderOwnProcess, NullIsReportedAndGoesOn) {
   const Provider provider(nullptr);
   EXPECT_EQ(CountReported("m_alloc"), 1u);
   EXPECT_EQ(provider.Held(), nullptr);
@@ -228,7 +228,7 @@ struct KeepingFactory {
   static void Destroy(Object*) noexcept {}
 };
 
-TEST(AllocStd, AddRefAtZeroIsReportedAndGoesOn) {
+TEST(AllocStdOwnProcess, AddRefAtZeroIsReportedAndGoesOn) {
   oru::Object<oru::AllocStd, KeepingFactory> allocator;
   EXPECT_EQ(allocator.Release(), 0u);
   EXPECT_TRUE(ReportedChecks().empty());
@@ -237,7 +237,7 @@ TEST(AllocStd, AddRefAtZeroIsReportedAndGoesOn) {
   EXPECT_EQ(allocator.Release(), 0u);
 }
 
-TEST(AllocStd, ReleaseAtZeroIsReportedAndGoesOn) {
+TEST(AllocStdOwnProcess, ReleaseAtZeroIsReportedAndGoesOn) {
   oru::Object<oru::AllocStd, KeepingFactory> allocator;
   EXPECT_EQ(allocator.Release(), 0u);
   EXPECT_EQ(allocator.Release(), 0xFFFFFFFFu);
@@ -324,14 +324,14 @@ TEST(GetService, GivesTheLocatorsResult) {
   EXPECT_EQ(locator.classId, 2u);
 }
 
-TEST(GetService, NullLocatorIsReported) {
+TEST(GetServiceOwnProcess, NullLocatorIsReported) {
   void* out = this;
   EXPECT_EQ(oru::GetService(nullptr, 0x6EF3329B, 0, &out), MakeResultCode(0x80000046));
   EXPECT_EQ(CountReported("sl && iface"), 1u);
   EXPECT_EQ(out, this);
 }
 
-TEST(GetService, NullTargetIsReported) {
+TEST(GetServiceOwnProcess, NullTargetIsReported) {
   Locator locator;
   EXPECT_EQ(oru::GetService(&locator, 0x6EF3329B, 0, nullptr), MakeResultCode(0x80000046));
   EXPECT_EQ(CountReported("sl && iface"), 1u);

@@ -28,7 +28,7 @@ TEST(ReportedCheck, TrueConditionReportsNothing) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(ReportedCheck, FirstFailureIsReportedAndExecutionGoesOn) {
+TEST(ReportedCheckOwnProcess, FirstFailureIsReportedAndExecutionGoesOn) {
   bool wentOn = false;
   FailHere(false);
   wentOn = true;
@@ -36,31 +36,31 @@ TEST(ReportedCheck, FirstFailureIsReportedAndExecutionGoesOn) {
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{"failed here"});
 }
 
-TEST(ReportedCheck, SecondFailureOfOneSiteRaisesNothing) {
+TEST(ReportedCheckOwnProcess, SecondFailureOfOneSiteRaisesNothing) {
   for (int i = 0; i < 1000; ++i) FailHere(false);
   EXPECT_EQ(CountReported("failed here"), 1u);
   EXPECT_EQ(ReportedChecks().size(), 1u);
 }
 
-TEST(ReportedCheck, PassingDoesNotUseTheReportUp) {
+TEST(ReportedCheckOwnProcess, PassingDoesNotUseTheReportUp) {
   FailHere(true);
   FailHere(false);
   EXPECT_EQ(CountReported("failed here"), 1u);
 }
 
-TEST(ReportedCheck, SitesWithOneTextReportEach) {
+TEST(ReportedCheckOwnProcess, SitesWithOneTextReportEach) {
   FailThere(false);
   FailThere(false);
   EXPECT_EQ(CountReported("failed there"), 2u);
 }
 
-TEST(ReportedCheck, TextIsTheSourceExpression) {
+TEST(ReportedCheckOwnProcess, TextIsTheSourceExpression) {
   const int value = 1;
   ORU_CHECK(value == 2);
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{"value == 2"});
 }
 
-TEST(ReportedCheck, ExpressionResultReportsOnceForTheProcess) {
+TEST(ReportedCheckOwnProcess, ExpressionResultReportsOnceForTheProcess) {
   ORU_CHECK_RESULT(true);
   EXPECT_EQ(CountReported("expressionResult"), 0u);
   ORU_CHECK_RESULT(false);
@@ -69,13 +69,13 @@ TEST(ReportedCheck, ExpressionResultReportsOnceForTheProcess) {
   EXPECT_EQ(oru::ExpressionResultCounter().load(), 2u);
 }
 
-TEST(ReportedCheck, ExpressionResultLeavesOtherSitesAlone) {
+TEST(ReportedCheckOwnProcess, ExpressionResultLeavesOtherSitesAlone) {
   ORU_CHECK_RESULT(false);
   FailHere(false);
   EXPECT_EQ(CountReported("failed here"), 1u);
 }
 
-TEST(FailCheck, AddsOneForEachFailure) {
+TEST(FailCheckOwnProcess, AddsOneForEachFailure) {
   oru::CheckCounter counter{0};
   for (int i = 0; i < 3; ++i) oru::FailCheck(counter, "counted");
   EXPECT_EQ(counter.load(), 3u);
@@ -94,7 +94,7 @@ TEST(FailCheck, CounterHasThirtyTwoBits) {
   static_assert(oru::CheckCounter::is_always_lock_free);
 }
 
-TEST(FailCheck, ThreadsTogetherReportOnce) {
+TEST(FailCheckOwnProcess, ThreadsTogetherReportOnce) {
   oru::CheckCounter counter{0};
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
@@ -137,13 +137,13 @@ TEST(FailedAssertion, RaisesTheCodeWithTheTextAsItsOneParameter) {
   EXPECT_EQ(seen.parameter, reinterpret_cast<std::uintptr_t>(text));
 }
 
-TEST(FailedAssertion, RaisesEachTime) {
+TEST(FailedAssertionOwnProcess, RaisesEachTime) {
   oru::FailedAssertion("raised");
   oru::FailedAssertion("raised");
   EXPECT_EQ(CountReported("raised"), 2u);
 }
 
-TEST(FailedAssertion, ArmedAssertionHandlerSwallowsTheReport) {
+TEST(FailedAssertionOwnProcess, ArmedAssertionHandlerSwallowsTheReport) {
   // At the head of the chain, so the recorder sees nothing.
   void* const handler = winapi::AddVectoredExceptionHandler(1, oru::AssertionHandler);
   ASSERT_NE(handler, nullptr);

@@ -195,7 +195,7 @@ TEST(CompactStringLimits, DoublingStopsWhereTheDoubleIsTooLong) {
   EXPECT_EQ(oru::detail::GrownCompactCapacity(0x7FFFFFFF, 0x7FFFFFFE), 0xFFFFFFFDu);
 }
 
-TEST(CompactStringLimits, LengthsBeyondTheLargestAreReportedAndRefused) {
+TEST(CompactStringLimitsOwnProcess, LengthsBeyondTheLargestAreReportedAndRefused) {
   CompactString string("short");
   EXPECT_THROW(string.resize_for_overwrite(0xFFFFFFFF), std::bad_alloc);
   EXPECT_THROW(string.resize_for_overwrite(0xFFFFFFFE), std::bad_alloc);

@@ -98,7 +98,7 @@ const std::vector<Row>& Rows() {
   return rows;
 }
 
-TEST(ExceptionGuard, GivesTheCodeAndTracesByTheTable) {
+TEST(ExceptionGuardOwnProcess, GivesTheCodeAndTracesByTheTable) {
   for (const Row& row : Rows()) {
     RecordingTracer tracer;
     EXPECT_EQ(Guarded(row.raise, static_cast<oru::ITracer*>(&tracer), 300u, kPrefix),
@@ -111,13 +111,13 @@ TEST(ExceptionGuard, GivesTheCodeAndTracesByTheTable) {
   }
 }
 
-TEST(ExceptionGuard, GivesTheSameCodesWithoutATracer) {
+TEST(ExceptionGuardOwnProcess, GivesTheSameCodesWithoutATracer) {
   for (const Row& row : Rows()) {
     EXPECT_EQ(Guarded(row.raise), MakeResultCode(row.code)) << row.name;
   }
 }
 
-TEST(ExceptionGuard, GivesTheSameCodesWithANullTracer) {
+TEST(ExceptionGuardOwnProcess, GivesTheSameCodesWithANullTracer) {
   for (const Row& row : Rows()) {
     EXPECT_EQ(Guarded(row.raise, static_cast<oru::ITracer*>(nullptr), 300u, kPrefix),
               MakeResultCode(row.code))
@@ -125,14 +125,14 @@ TEST(ExceptionGuard, GivesTheSameCodesWithANullTracer) {
   }
 }
 
-TEST(ExceptionGuard, ReportsACodeOf0) {
+TEST(ExceptionGuardOwnProcess, ReportsACodeOf0) {
   EXPECT_EQ(Guarded([] { throw oru::ResultCodeException("f", 1, 0); }), MakeResultCode(0x80000040));
   EXPECT_EQ(tests::ReportedChecks(), (std::vector<std::string>{kSuccessCheck}));
   EXPECT_EQ(Guarded([] { throw oru::SystemException(); }), MakeResultCode(0x80000040));
   EXPECT_EQ(tests::CountReported(kSuccessCheck), 1u);
 }
 
-TEST(ExceptionGuard, ReportsWhatIsntOfTheStandardBase) {
+TEST(ExceptionGuardOwnProcess, ReportsWhatIsntOfTheStandardBase) {
   RecordingTracer tracer;
   EXPECT_EQ(Guarded([] { throw 5; }, static_cast<oru::ITracer*>(&tracer), 300u, kPrefix),
             MakeResultCode(0x80000072));
@@ -147,7 +147,7 @@ TEST(ExceptionGuard, ReportsNothingForTheOthers) {
   EXPECT_TRUE(tests::ReportedChecks().empty());
 }
 
-TEST(ExceptionGuard, OutsideOfAHandlerThereIsNothingToGuard) {
+TEST(ExceptionGuardOwnProcess, OutsideOfAHandlerThereIsNothingToGuard) {
   RecordingTracer tracer;
   EXPECT_EQ(oru::ExceptionGuard(&tracer, 300u, kPrefix), MakeResultCode(0x80000072));
   EXPECT_EQ(tests::CountReported(kForeignCheck), 1u);
@@ -221,7 +221,7 @@ TEST(ExceptionGuard, ATracerThatThrowsChangesNothing) {
   }
 }
 
-TEST(ExceptionGuard, LeavesTheLastErrorAlone) {
+TEST(ExceptionGuardOwnProcess, LeavesTheLastErrorAlone) {
   for (const Row& row : Rows()) {
     RecordingTracer tracer;
     try {
@@ -311,7 +311,7 @@ TEST(ExceptionGuardLocator, DoesWithoutATraceWhenTheLookUpGivesNothing) {
   EXPECT_EQ(GuardedBy(&locator), MakeResultCode(0x80000041));
 }
 
-TEST(ExceptionGuardLocator, GivesTheCodesOfTheTable) {
+TEST(ExceptionGuardLocatorOwnProcess, GivesTheCodesOfTheTable) {
   for (const Row& row : Rows()) {
     RecordingTracer tracer;
     Locator locator;

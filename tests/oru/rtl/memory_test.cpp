@@ -58,7 +58,7 @@ TEST(Alignment, AlignDownGivesTheMultipleBelow) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(Alignment, OfZeroIsReportedAndCountsAsOne) {
+TEST(AlignmentOwnProcess, OfZeroIsReportedAndCountsAsOne) {
   EXPECT_TRUE(oru::math::is_aligned(std::uint32_t{5}, std::uint32_t{0}));
   EXPECT_EQ(CountReported("0 < alignment"), 1u);
   EXPECT_EQ(CountReported("alignment < alignment * 2"), 1u);
@@ -66,7 +66,7 @@ TEST(Alignment, OfZeroIsReportedAndCountsAsOne) {
   EXPECT_EQ(ReportedChecks().size(), 2u);
 }
 
-TEST(Alignment, ThatCantBeDoubledIsReportedAndUsed) {
+TEST(AlignmentOwnProcess, ThatCantBeDoubledIsReportedAndUsed) {
   EXPECT_FALSE(oru::math::is_aligned(std::uint32_t{1}, std::uint32_t{0x80000000}));
   EXPECT_EQ(CountReported("alignment < alignment * 2"), 1u);
   EXPECT_EQ(CountReported("0 < alignment"), 0u);
@@ -79,7 +79,7 @@ TEST(Alignment, GreatestThatCanBeDoubledIsNotReported) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(Alignment, DoublesInTheTypeItself) {
+TEST(AlignmentOwnProcess, DoublesInTheTypeItself) {
   EXPECT_TRUE(oru::math::is_aligned(std::uint16_t{0x8000}, std::uint16_t{0x8000}));
   EXPECT_EQ(CountReported("alignment < alignment * 2"), 1u);
 }
@@ -126,14 +126,14 @@ TEST(DefaultHeapResource, GivesAndTakesBlocks) {
                      [](void* p, std::size_t n) { default_heap_resource::deallocate(p, n, 8); });
 }
 
-TEST(DefaultHeapResource, AllocationOfNoBytesIsReported) {
+TEST(DefaultHeapResourceOwnProcess, AllocationOfNoBytesIsReported) {
   void* const block = default_heap_resource::allocate(0, 1);
   EXPECT_EQ(CountReported("bytes != 0"), 1u);
   EXPECT_EQ(ReportedChecks().size(), 1u);
   default_heap_resource::deallocate(block, 1, 1);
 }
 
-TEST(DefaultHeapResource, AllocationWithAlignmentZeroIsReportedAndGivesABlock) {
+TEST(DefaultHeapResourceOwnProcess, AllocationWithAlignmentZeroIsReportedAndGivesABlock) {
   void* const block = default_heap_resource::allocate(8, 0);
   EXPECT_NE(block, nullptr);
   EXPECT_EQ(CountReported("alignment != 0"), 1u);
@@ -143,7 +143,7 @@ TEST(DefaultHeapResource, AllocationWithAlignmentZeroIsReportedAndGivesABlock) {
   default_heap_resource::deallocate(block, 8, 8);
 }
 
-TEST(DefaultHeapResource, AlignmentAboveEightIsReportedAsExpressionResult) {
+TEST(DefaultHeapResourceOwnProcess, AlignmentAboveEightIsReportedAsExpressionResult) {
   void* const block = default_heap_resource::allocate(8, 16);
   EXPECT_NE(block, nullptr);
   EXPECT_EQ(CountReported("expressionResult"), 1u);
@@ -151,7 +151,7 @@ TEST(DefaultHeapResource, AlignmentAboveEightIsReportedAsExpressionResult) {
   EXPECT_EQ(CountReported("expressionResult"), 1u);
 }
 
-TEST(DefaultHeapResource, AlignmentThatTheBlockDoesNotHaveIsReportedBehind) {
+TEST(DefaultHeapResourceOwnProcess, AlignmentThatTheBlockDoesNotHaveIsReportedBehind) {
   // No block lies at a multiple of this.
   constexpr std::size_t kUnreachable = std::numeric_limits<std::size_t>::max() / 2;
   void* const block = default_heap_resource::allocate(8, kUnreachable);
@@ -160,19 +160,19 @@ TEST(DefaultHeapResource, AlignmentThatTheBlockDoesNotHaveIsReportedBehind) {
   default_heap_resource::deallocate(block, 8, 8);
 }
 
-TEST(DefaultHeapResource, DeallocationOfNullIsReportedAndHarmless) {
+TEST(DefaultHeapResourceOwnProcess, DeallocationOfNullIsReportedAndHarmless) {
   default_heap_resource::deallocate(nullptr, 8, 8);
   EXPECT_EQ(CountReported("ptr != nullptr"), 1u);
   EXPECT_EQ(ReportedChecks().size(), 1u);
 }
 
-TEST(DefaultHeapResource, DeallocationOfNoBytesIsReportedAndDone) {
+TEST(DefaultHeapResourceOwnProcess, DeallocationOfNoBytesIsReportedAndDone) {
   default_heap_resource::deallocate(default_heap_resource::allocate(8, 8), 0, 8);
   EXPECT_EQ(CountReported("bytes != 0"), 1u);
   EXPECT_EQ(ReportedChecks().size(), 1u);
 }
 
-TEST(DefaultHeapResource, DeallocationWithAlignmentZeroIsReportedAndDone) {
+TEST(DefaultHeapResourceOwnProcess, DeallocationWithAlignmentZeroIsReportedAndDone) {
   default_heap_resource::deallocate(default_heap_resource::allocate(8, 8), 8, 0);
   EXPECT_EQ(CountReported("alignment != 0"), 1u);
   EXPECT_EQ(ReportedChecks().size(), 1u);
@@ -185,7 +185,7 @@ TEST(DefaultHeapResource, GivesNullWhenTheSystemHasNoMemory) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(StatelessAllocator, HasNoDataAndCallsItsResource) {
+TEST(StatelessAllocatorOwnProcess, HasNoDataAndCallsItsResource) {
   using Allocator = oru::memory::stateless_allocator<default_heap_resource>;
   static_assert(std::is_empty_v<Allocator>);
   const Allocator allocator;
@@ -204,7 +204,7 @@ TEST(TypeErasedMemoryResource, BearsItsTypeMark) {
   EXPECT_EQ(ProcessHeapResource::instance.type_mark(), 0x91D3C6E2u);
 }
 
-TEST(TypeErasedMemoryResource, GoesToTheProcessHeap) {
+TEST(TypeErasedMemoryResourceOwnProcess, GoesToTheProcessHeap) {
   const oru::memory::polymorphic_memory_resource& resource = ProcessHeapResource::instance;
   ExpectUsableBlocks([&](std::size_t n) { return resource.allocate(n, 8); },
                      [&](void* p, std::size_t n) { resource.deallocate(p, n, 8); });
@@ -273,14 +273,14 @@ TEST(AllocateElements, CountsTheirBytes) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(AllocateElements, CountOfZeroIsReportedAndGoesOn) {
+TEST(AllocateElementsOwnProcess, CountOfZeroIsReportedAndGoesOn) {
   NotingAllocator allocator;
   EXPECT_NE(oru::memory::allocate_elements<char>(allocator, 0), nullptr);
   EXPECT_EQ(CountReported("n != 0"), 1u);
   EXPECT_EQ(allocator.lastBytes, 0u);
 }
 
-TEST(DeallocateElements, CountOfZeroIsReportedAndGoesOn) {
+TEST(DeallocateElementsOwnProcess, CountOfZeroIsReportedAndGoesOn) {
   NotingAllocator allocator;
   char place = 0;
   oru::memory::deallocate_elements(allocator, &place, 0);

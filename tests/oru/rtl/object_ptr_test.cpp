@@ -123,7 +123,7 @@ TEST(ObjectPtr, AttachTakesTheReferenceOver) {
   EXPECT_TRUE(tests::ReportedChecks().empty());
 }
 
-TEST(ObjectPtr, AttachWhileHoldingIsReportedAndGoesOn) {
+TEST(ObjectPtrOwnProcess, AttachWhileHoldingIsReportedAndGoesOn) {
   Object one;
   Object two;
   two.AddRef();

@@ -243,7 +243,7 @@ TEST(ObjectImpl, ReferencesOfManyThreadsBalance) {
 
 // --- Object.
 
-TEST(Object, ReleaseAtZeroIsReportedAndGoesOn) {
+TEST(ObjectOwnProcess, ReleaseAtZeroIsReportedAndGoesOn) {
   Kept object;
   EXPECT_EQ(object.Release(), 0u);
   EXPECT_EQ(KeepingFactory::ends, 1);
@@ -255,7 +255,7 @@ TEST(Object, ReleaseAtZeroIsReportedAndGoesOn) {
   EXPECT_EQ(CountReported("m_ref > 0"), 2u);
 }
 
-TEST(Object, AddRefAtZeroIsReportedAndGoesOn) {
+TEST(ObjectOwnProcess, AddRefAtZeroIsReportedAndGoesOn) {
   Kept object;
   EXPECT_EQ(object.Release(), 0u);
   EXPECT_EQ(object.AddRef(), 1u);
@@ -289,7 +289,7 @@ TEST(RefCounter, StartsAtOne) {
   EXPECT_EQ(counter.Decrement(), 0u);
 }
 
-TEST(RefCounter, EndAtAnotherCountIsReported) {
+TEST(RefCounterOwnProcess, EndAtAnotherCountIsReported) {
   { const oru::detail::RefCounter held; }
   EXPECT_EQ(CountReported("m_ref == 0"), 1u);
 }

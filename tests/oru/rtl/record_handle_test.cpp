@@ -86,7 +86,7 @@ TEST(RecordHandle, GrowsWithLevel1000AtAnyMaximum) {
   EXPECT_EQ(tracer.Records().at(0).level, 0u);
 }
 
-TEST(RecordHandle, ACapacityBelowTheInitialOneIsReportedAndAskedFor) {
+TEST(RecordHandleOwnProcess, ACapacityBelowTheInitialOneIsReportedAndAskedFor) {
   RecordingTracer tracer;
   RecordHandle record;
   ASSERT_TRUE(record.Open(&tracer, 0));

@@ -208,7 +208,7 @@ TEST(LookupResultText, ForeignFacilitiesAreUnknownWithoutAReport) {
   EXPECT_TRUE(tests::ReportedChecks().empty());
 }
 
-TEST(RtlResultText, ForeignFacilityIsReportedAndLookedUp) {
+TEST(RtlResultTextOwnProcess, ForeignFacilityIsReportedAndLookedUp) {
   constexpr char kCheck[] = "ORU_GET_RESULT_FACILITY(rc) == result_facility::facRtl";
   EXPECT_EQ(oru::GetRtlResultText(MakeResultCode(0x80010101)), "Unknown result code");
   EXPECT_EQ(tests::CountReported(kCheck), 1u);
@@ -217,7 +217,7 @@ TEST(RtlResultText, ForeignFacilityIsReportedAndLookedUp) {
   EXPECT_EQ(oru::GetRtlResultText(MakeResultCode(0x80000045)), "Access denied");
 }
 
-TEST(SystemResultText, ForeignFacilityIsReportedAndLookedUp) {
+TEST(SystemResultTextOwnProcess, ForeignFacilityIsReportedAndLookedUp) {
   constexpr char kCheck[] = "ORU_GET_RESULT_FACILITY(rc) == result_facility::facSystem";
   EXPECT_EQ(oru::GetSystemResultText(MakeResultCode(0x80000045)), "Unknown result code");
   EXPECT_EQ(tests::CountReported(kCheck), 1u);

@@ -127,7 +127,7 @@ TEST(StringSink, TakesItsOwnText) {
   EXPECT_EQ(text.view(), u"12345671234567..12345671234567");
 }
 
-TEST(StringSink, FieldThatIsTooWideIsRefused) {
+TEST(StringSinkOwnProcess, FieldThatIsTooWideIsRefused) {
   // 0x7FFFFFFF characters are more than a 16-bit string has place for.
   String16 text(u"old");
   EXPECT_THROW(text << Format(1, {.width = std::numeric_limits<std::int32_t>::max()}),

@@ -21,7 +21,7 @@ Names LookUps() {
   return names;
 }
 
-TEST(EntryTablesOnHost, ElevenLookUpsAreMadeInOrderBeforeTheEntry) {
+TEST(EntryTablesOnHostOwnProcess, ElevenLookUpsAreMadeInOrderBeforeTheEntry) {
   EXPECT_EQ(host::CallsOf("GetProcAddress").size(), 11u);
   EXPECT_EQ(
       LookUps(),

@@ -21,7 +21,7 @@ struct LackingSystem {
 // In front of the tables' initialisers, which have no priority.
 LackingSystem lackingSystem __attribute__((init_priority(150)));
 
-TEST(EntryTablesOnALackingSystem, MissingModuleIsReportedOnceAndGivesNulls) {
+TEST(EntryTablesOnALackingSystemOwnProcess, MissingModuleIsReportedOnceAndGivesNulls) {
   EXPECT_EQ(tests::ReportedChecks(), std::vector<std::string>{"expressionResult"});
   EXPECT_EQ(kNtdllFunctions.NtSuspendProcess, nullptr);
   EXPECT_EQ(kNtdllFunctions.NtResumeProcess, nullptr);
@@ -32,7 +32,7 @@ TEST(EntryTablesOnALackingSystem, MissingModuleIsReportedOnceAndGivesNulls) {
   EXPECT_EQ(kNtdllFunctions.RtlNtStatusToDosError, nullptr);
 }
 
-TEST(EntryTablesOnALackingSystem, MissingFunctionIsNullAloneAndNotReported) {
+TEST(EntryTablesOnALackingSystemOwnProcess, MissingFunctionIsNullAloneAndNotReported) {
   EXPECT_NE(kKernel32Functions.GetThreadDescription, nullptr);
   EXPECT_EQ(kKernel32Functions.SetThreadDescription, nullptr);
   EXPECT_NE(kKernel32Functions.InitializeProcThreadAttributeList, nullptr);

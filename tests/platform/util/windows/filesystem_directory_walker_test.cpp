@@ -102,7 +102,7 @@ TEST(DirectoryWalker, FailedOpenLeavesNothingOpen) {
   EXPECT_EQ(walker.Next(), oru::sFalse);
 }
 
-TEST(DirectoryWalker, OpenDuringAWalkIsReportedAndGoesOn) {
+TEST(DirectoryWalkerOwnProcess, OpenDuringAWalkIsReportedAndGoesOn) {
   const DirectoryTree tree;
   tree.Write(u"a");
   DirectoryWalker<FlatPolicy> walker;
@@ -112,7 +112,7 @@ TEST(DirectoryWalker, OpenDuringAWalkIsReportedAndGoesOn) {
   EXPECT_EQ(ReportedChecks(), Reports{"m_findStack.IsEmpty()"});
 }
 
-TEST(DirectoryWalker, LeavingMoreThanWasEnteredIsReported) {
+TEST(DirectoryWalkerOwnProcess, LeavingMoreThanWasEnteredIsReported) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"one");
   tree.MakeDirectory(u"two");
@@ -126,7 +126,7 @@ TEST(DirectoryWalker, LeavingMoreThanWasEnteredIsReported) {
   EXPECT_TRUE(tree.Has(u"two"));
 }
 
-TEST(DirectoryWalker, ReadingAnEmptyStackIsReported) {
+TEST(DirectoryWalkerOwnProcess, ReadingAnEmptyStackIsReported) {
   const DirectoryWalker<FlatPolicy> walker;
   EXPECT_EQ(walker.CurrentPath(), u"");
   EXPECT_EQ(ReportedChecks(), Reports{"!IsEmpty()"});

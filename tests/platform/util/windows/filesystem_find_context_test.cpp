@@ -140,7 +140,7 @@ TEST(FindContext, NewSearchTakesThePlaceOfTheOld) {
   EXPECT_EQ(ReportedChecks(), Reports{});
 }
 
-TEST(FindContext, FailedNewSearchClosesTheOld) {
+TEST(FindContextOwnProcess, FailedNewSearchClosesTheOld) {
   const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
@@ -163,7 +163,7 @@ TEST(FindContext, SearchGoesOnWhereTheNewPathHasNoAbsoluteForm) {
   EXPECT_EQ(Rest(context), (Names{u".", u"..", u"a"}));
 }
 
-TEST(FindContext, ReadingAnInvalidSearchIsReported) {
+TEST(FindContextOwnProcess, ReadingAnInvalidSearchIsReported) {
   const FindContext context;
   EXPECT_EQ(context.Data().dwFileAttributes, 0u);
   EXPECT_EQ(ReportedChecks(), Reports{"IsValid()"});
@@ -186,7 +186,7 @@ TEST(FindContext, EndLeavesTheLastErrorAsItWas) {
   EXPECT_EQ(winapi::GetLastError(), 4711u);
 }
 
-TEST(FindHandleTraits, ClosingAnInvalidHandleIsReported) {
+TEST(FindHandleTraitsOwnProcess, ClosingAnInvalidHandleIsReported) {
   EXPECT_FALSE(FindHandleTraits::IsValid(winapi::InvalidHandleValue()));
   EXPECT_EQ(Code(FindHandleTraits::Close(winapi::InvalidHandleValue())), 0x80010101u);
   EXPECT_EQ(ReportedChecks(), Reports{"IsValid(h)"});

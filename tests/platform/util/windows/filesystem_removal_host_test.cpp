@@ -192,7 +192,8 @@ TEST(RemoveDirectoryRecursiveOnHost, SearchOfAFailedStepIsClosedBeforeTheRootGoe
                                       "FindClose", "FindClose", "RemoveDirectoryW"}));
 }
 
-TEST(RemoveDirectoryRecursiveOnHost, SearchesThatCanNotBeClosedAreReportedAndKeepNothing) {
+TEST(RemoveDirectoryRecursiveOnHostOwnProcess,
+     SearchesThatCanNotBeClosedAreReportedAndKeepNothing) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"top/a/b");
   tree.Write(u"top/a/f");

@@ -192,7 +192,7 @@ TEST(FindContextOnHost, FailedStepIsToldByItsCode) {
   EXPECT_EQ(context.FindNext(), oru::sFalse);
 }
 
-TEST(FindContextOnHost, FailedCloseAtTheEndIsReported) {
+TEST(FindContextOnHostOwnProcess, FailedCloseAtTheEndIsReported) {
   const DirectoryTree tree;
   {
     FindContext context;
@@ -203,7 +203,7 @@ TEST(FindContextOnHost, FailedCloseAtTheEndIsReported) {
   EXPECT_EQ(host::Live().handles, 0u);
 }
 
-TEST(FindContextOnHost, FailedCloseAtTheEndLeavesTheLastErrorAsItWas) {
+TEST(FindContextOnHostOwnProcess, FailedCloseAtTheEndLeavesTheLastErrorAsItWas) {
   const DirectoryTree tree;
   {
     FindContext context;
@@ -215,7 +215,7 @@ TEST(FindContextOnHost, FailedCloseAtTheEndLeavesTheLastErrorAsItWas) {
   EXPECT_EQ(winapi::GetLastError(), 4711u);
 }
 
-TEST(FindContextOnHost, FailedCloseForANewSearchIsReported) {
+TEST(FindContextOnHostOwnProcess, FailedCloseForANewSearchIsReported) {
   const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
@@ -251,7 +251,7 @@ TEST(FindContextOnHost, OldSearchIsClosedBehindTheNewOnesStart) {
 }
 
 // A close that fails without an error is no success either.
-TEST(FindContextOnHost, FailedCloseWithoutAnErrorIsReported) {
+TEST(FindContextOnHostOwnProcess, FailedCloseWithoutAnErrorIsReported) {
   const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);
@@ -261,7 +261,7 @@ TEST(FindContextOnHost, FailedCloseWithoutAnErrorIsReported) {
 }
 
 // The old search's end mustn't hide why the new one failed.
-TEST(FindContextOnHost, FailedCloseLeavesTheNewSearchsFailure) {
+TEST(FindContextOnHostOwnProcess, FailedCloseLeavesTheNewSearchsFailure) {
   const DirectoryTree tree;
   FindContext context;
   ASSERT_EQ(context.OpenFind(tree.Windows()), oru::sOk);

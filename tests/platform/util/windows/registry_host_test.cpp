@@ -47,6 +47,7 @@ class RegistryOnHost : public tests::RegistryTest {
     host::ClearCallLog();
   }
 };
+using RegistryOnHostOwnProcess = RegistryOnHost;
 
 TEST_F(RegistryOnHost, OpenKeyPassesPathMaskAndNoOptions) {
   StartLog();
@@ -120,7 +121,7 @@ TEST_F(RegistryOnHost, TransactedOpenPassesTheTransaction) {
 }
 
 // A full target is reported by the assignment alone: the open has no checks of its own here.
-TEST_F(RegistryOnHost, TransactedOpenIntoAFullTargetReportsTheAssignmentOnly) {
+TEST_F(RegistryOnHostOwnProcess, TransactedOpenIntoAFullTargetReportsTheAssignmentOnly) {
   KernelHandle transaction;
   char16_t description[] = u"test";
   transaction.Attach(windows_helpers::CreateTransaction(description));

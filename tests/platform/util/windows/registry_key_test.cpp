@@ -18,6 +18,7 @@ namespace {
 using Reports = std::vector<std::string>;
 
 class OpenKeyTest : public tests::RegistryTest {};
+using OpenKeyTestOwnProcess = OpenKeyTest;
 
 TEST_F(OpenKeyTest, FillsTheTarget) {
   RegKey key;
@@ -48,7 +49,7 @@ TEST_F(OpenKeyTest, PassesTheMaskOn) {
   EXPECT_EQ(windows_helpers::WriteStringValue(key, u"v", nullptr, nullptr), 5u);
 }
 
-TEST_F(OpenKeyTest, FullTargetIsReportedBeforeAndAtTheAssignment) {
+TEST_F(OpenKeyTestOwnProcess, FullTargetIsReportedBeforeAndAtTheAssignment) {
   RegKey key;
   Open(key);
   const winapi::Key first = key.GetValue();
@@ -58,7 +59,7 @@ TEST_F(OpenKeyTest, FullTargetIsReportedBeforeAndAtTheAssignment) {
   EXPECT_EQ(winapi::RegCloseKey(first), 0u);  // nobody closed it
 }
 
-TEST_F(OpenKeyTest, FullTargetKeepsItsKeyOnFailure) {
+TEST_F(OpenKeyTestOwnProcess, FullTargetKeepsItsKeyOnFailure) {
   RegKey key;
   Open(key);
   const winapi::Key first = key.GetValue();
@@ -118,32 +119,32 @@ TEST_F(OpenKeyTest, EachOperationTakesTheValueThatItIsGiven) {
 
 // The call is made all the same, with the null key, which the system refuses.
 
-TEST(EmptyKeyHolder, ReadStringValueReportsTwice) {
+TEST(EmptyKeyHolderOwnProcess, ReadStringValueReportsTwice) {
   // The wrapper and the loop below it have a check each.
   oru::String16 value(u"old");
   EXPECT_EQ(windows_helpers::ReadStringValue(RegKey(), u"v", value), 6u);
   EXPECT_EQ(ReportedChecks(), (Reports{"key.IsValid()", "key.IsValid()"}));
 }
 
-TEST(EmptyKeyHolder, ReadMultiStringValueReportsTwice) {
+TEST(EmptyKeyHolderOwnProcess, ReadMultiStringValueReportsTwice) {
   std::vector<std::u16string> values = {u"old"};
   EXPECT_EQ(windows_helpers::ReadMultiStringValue(RegKey(), u"v", values), 6u);
   EXPECT_EQ(values, std::vector<std::u16string>{u"old"});
   EXPECT_EQ(ReportedChecks(), (Reports{"key.IsValid()", "key.IsValid()"}));
 }
 
-TEST(EmptyKeyHolder, WriteStringValueReports) {
+TEST(EmptyKeyHolderOwnProcess, WriteStringValueReports) {
   const char16_t text[] = u"text";
   EXPECT_EQ(windows_helpers::WriteStringValue(RegKey(), u"v", text, text + 4), 6u);
   EXPECT_EQ(ReportedChecks(), Reports{"key.IsValid()"});
 }
 
-TEST(EmptyKeyHolder, WriteMultiStringValueReports) {
+TEST(EmptyKeyHolderOwnProcess, WriteMultiStringValueReports) {
   EXPECT_EQ(windows_helpers::WriteMultiStringValue(RegKey(), u"v", {u"a"}), 6u);
   EXPECT_EQ(ReportedChecks(), Reports{"key.IsValid()"});
 }
 
-TEST(EmptyKeyHolder, DeleteValueReports) {
+TEST(EmptyKeyHolderOwnProcess, DeleteValueReports) {
   EXPECT_EQ(windows_helpers::DeleteValue(RegKey(), u"v"), 6u);
   EXPECT_EQ(ReportedChecks(), Reports{"key.IsValid()"});
 }
@@ -165,7 +166,7 @@ TEST(PerformanceDataOwnProcess, IsTheKeyOfTheNumber80000004) {
   }
 }
 
-TEST(PerformanceData, IsReportedAndReadAllTheSame) {
+TEST(PerformanceDataOwnProcess, IsReportedAndReadAllTheSame) {
   RegKey key;
   key.Attach(winapi::HkeyPerformanceData());
   oru::String16 value;

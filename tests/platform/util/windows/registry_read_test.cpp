@@ -129,6 +129,7 @@ INSTANTIATE_TEST_SUITE_P(Types, OtherTypeTable,
                          [](const auto& test) { return test.param.name; });
 
 class ReadTest : public tests::RegistryTest {};
+using ReadTestOwnProcess = ReadTest;
 
 TEST_F(ReadTest, MissingStringGivesTwoAndAnEmptyTarget) {
   RegKey key;
@@ -165,7 +166,7 @@ TEST_F(ReadTest, BinaryLosesNothingInTheLoop) {
 }
 
 // 131 bytes count as 65 characters, for which the loop asks in vain until it doubles the capacity.
-TEST_F(ReadTest, OddByteCountBeyondTheLocalBufferIsReadByDoubling) {
+TEST_F(ReadTestOwnProcess, OddByteCountBeyondTheLocalBufferIsReadByDoubling) {
   std::vector<std::uint8_t> data = Utf16Bytes(Text(66), 0);
   data.pop_back();
   Set(u"v", 1, data);

@@ -19,6 +19,7 @@ class SystemErrorOnHost : public ::testing::Test {
  protected:
   ~SystemErrorOnHost() override { host::ClearFaults(); }
 };
+using SystemErrorOnHostOwnProcess = SystemErrorOnHost;
 
 TEST_F(SystemErrorOnHost, TextLosesLineEndAndFullStop) {
   EXPECT_EQ(FormatSystemMessage(5), u"Access is denied");
@@ -77,7 +78,7 @@ TEST_F(SystemErrorOnHost, BufferIsReleasedWhenMemoryRunsOut) {
   EXPECT_GE(faults, 1u);
 }
 
-TEST_F(SystemErrorOnHost, TextThatCannotBeConvertedIsReplaced) {
+TEST_F(SystemErrorOnHostOwnProcess, TextThatCannotBeConvertedIsReplaced) {
   host::FailCall("HeapAlloc", 1, 0);
   const WindowsErrorException exception(5, "F(x)");
   EXPECT_EQ(exception.Message().view(),
@@ -86,7 +87,7 @@ TEST_F(SystemErrorOnHost, TextThatCannotBeConvertedIsReplaced) {
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{"false"});
 }
 
-TEST_F(SystemErrorOnHost, TextThatStaysWithoutMemoryIsABadAllocation) {
+TEST_F(SystemErrorOnHostOwnProcess, TextThatStaysWithoutMemoryIsABadAllocation) {
   host::FailCall("HeapAlloc", 1, 0, host::Repeat::kForever);
   EXPECT_THROW(WindowsErrorException(5, "F(x)"), std::bad_alloc);
 }

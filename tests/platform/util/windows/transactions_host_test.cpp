@@ -34,8 +34,9 @@ class TransactionsOnHost : public ::testing::Test {
     return CreateTransaction(description);
   }
 };
+using TransactionsOnHostOwnProcess = TransactionsOnHost;
 
-TEST_F(TransactionsOnHost, ArgumentsOfTheCreation) {
+TEST_F(TransactionsOnHostOwnProcess, ArgumentsOfTheCreation) {
   const winapi::Handle transaction = Create();
   const host::CallRecord call = host::CallsOf("CreateTransaction").at(0);
   const decltype(call.arguments) expected = {{"security", "0x0"},
@@ -56,7 +57,7 @@ TEST_F(TransactionsOnHost, ArgumentsOfTheCreation) {
   EXPECT_NE(winapi::CloseHandle(transaction), 0);
 }
 
-TEST_F(TransactionsOnHost, MissingModuleIs126) {
+TEST_F(TransactionsOnHostOwnProcess, MissingModuleIs126) {
   host::HideModule("ktmw32.dll");
   EXPECT_EQ(Create(), winapi::InvalidHandleValue());
   EXPECT_EQ(winapi::GetLastError(), 126u);
@@ -65,7 +66,7 @@ TEST_F(TransactionsOnHost, MissingModuleIs126) {
   EXPECT_EQ(winapi::GetLastError(), 126u);
 }
 
-TEST_F(TransactionsOnHost, MissingFunctionsAre127) {
+TEST_F(TransactionsOnHostOwnProcess, MissingFunctionsAre127) {
   host::HideProcedure("CreateTransaction");
   host::HideProcedure("CommitTransaction");
   EXPECT_EQ(Create(), winapi::InvalidHandleValue());

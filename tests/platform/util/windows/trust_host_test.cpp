@@ -46,13 +46,14 @@ class TrustOnHost : public ::testing::Test {
     return names;
   }
 };
+using TrustOnHostOwnProcess = TrustOnHost;
 
-TEST_F(TrustOnHost, NothingIsLoadedBeforeTheFirstUse) {
+TEST_F(TrustOnHostOwnProcess, NothingIsLoadedBeforeTheFirstUse) {
   EXPECT_EQ(Loads(), std::vector<std::string>());
   EXPECT_EQ(host::Live().moduleReferences, 0u);
 }
 
-TEST_F(TrustOnHost, FirstUseLoadsTheSystemsOwnByItsFullPath) {
+TEST_F(TrustOnHostOwnProcess, FirstUseLoadsTheSystemsOwnByItsFullPath) {
   EXPECT_EQ(Verify(), 2u);  // not there: a status of 3 would be the folder's
   EXPECT_EQ(Loads(), std::vector<std::string>{"C:\\windows\\system32\\wintrust.dll"});
   EXPECT_EQ(Verify(), 2u);
@@ -65,7 +66,7 @@ TEST_F(TrustOnHost, FirstUseLoadsTheSystemsOwnByItsFullPath) {
 }
 
 // A path that has no room in 260 characters isn't tried; the longest one that has is.
-TEST_F(TrustOnHost, SystemDirectoryOfAnyLength) {
+TEST_F(TrustOnHostOwnProcess, SystemDirectoryOfAnyLength) {
   const std::size_t longest = 260 - std::string("\\wintrust.dll").size() - 1;
   for (const std::size_t length : {longest, longest + 1}) {
     SCOPED_TRACE(length);
@@ -79,7 +80,7 @@ TEST_F(TrustOnHost, SystemDirectoryOfAnyLength) {
   host::SetPathScript("GetSystemDirectoryW", nullptr);
 }
 
-TEST_F(TrustOnHost, MissingModules) {
+TEST_F(TrustOnHostOwnProcess, MissingModules) {
   host::HideModule("wintrust.dll");
   host::HideModule("crypt32.dll");
   EXPECT_EQ(Verify(), 0x8007007Eu);
@@ -90,7 +91,7 @@ TEST_F(TrustOnHost, MissingModules) {
   EXPECT_TRUE(host::CallsOf("WTHelperProvDataFromStateData").empty());
 }
 
-TEST_F(TrustOnHost, MissingFunctions) {
+TEST_F(TrustOnHostOwnProcess, MissingFunctions) {
   for (const auto* name :
        {"WinVerifyTrust", "WTHelperProvDataFromStateData", "WTHelperGetProvSignerFromChain",
         "WTHelperGetProvCertFromChain", "CertGetNameStringW"}) {
@@ -104,7 +105,7 @@ TEST_F(TrustOnHost, MissingFunctions) {
   EXPECT_EQ(host::Live().moduleReferences, 2u);
 }
 
-TEST_F(TrustOnHost, FailuresOnTheWayAreNegative) {
+TEST_F(TrustOnHostOwnProcess, FailuresOnTheWayAreNegative) {
   struct Case {
     const char* call;
     winapi::Error error;
@@ -124,7 +125,7 @@ TEST_F(TrustOnHost, FailuresOnTheWayAreNegative) {
   }
 }
 
-TEST_F(TrustOnHost, AFailureIsNotRemembered) {
+TEST_F(TrustOnHostOwnProcess, AFailureIsNotRemembered) {
   host::HideModule("wintrust.dll");
   EXPECT_EQ(Verify(), 0x8007007Eu);
   host::ShowAll();

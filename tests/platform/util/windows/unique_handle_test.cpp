@@ -82,7 +82,7 @@ TEST(UniqueHandle, InvalidHandleValueCountsAsValid) {
   EXPECT_TRUE(handle.IsValid());
 }
 
-TEST(UniqueHandle, SecondAttachReportsAndLeavesTheFirstOpen) {
+TEST(UniqueHandleOwnProcess, SecondAttachReportsAndLeavesTheFirstOpen) {
   const winapi::Key first = OpenSoftware();
   {
     RegKey key;
@@ -96,7 +96,7 @@ TEST(UniqueHandle, SecondAttachReportsAndLeavesTheFirstOpen) {
   EXPECT_EQ(winapi::RegCloseKey(first), 0u);
 }
 
-TEST(UniqueHandle, KernelHandleThatCannotBeClosedIsReported) {
+TEST(UniqueHandleOwnProcess, KernelHandleThatCannotBeClosedIsReported) {
   {
     KernelHandle handle;
     handle.Attach(BogusHandle());
@@ -104,7 +104,7 @@ TEST(UniqueHandle, KernelHandleThatCannotBeClosedIsReported) {
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{kCloseCheck});
 }
 
-TEST(UniqueHandle, KeyThatCannotBeClosedIsReported) {
+TEST(UniqueHandleOwnProcess, KeyThatCannotBeClosedIsReported) {
   {
     RegKey key;
     key.Attach(BogusKey());
@@ -112,7 +112,7 @@ TEST(UniqueHandle, KeyThatCannotBeClosedIsReported) {
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{kCloseCheck});
 }
 
-TEST(UniqueHandle, ReportsOnceForAllHoldersOfAKind) {
+TEST(UniqueHandleOwnProcess, ReportsOnceForAllHoldersOfAKind) {
   for (int i = 0; i < 3; ++i) {
     KernelHandle handle;
     handle.Attach(BogusHandle());
@@ -120,7 +120,7 @@ TEST(UniqueHandle, ReportsOnceForAllHoldersOfAKind) {
   EXPECT_EQ(CountReported(kCloseCheck), 1u);
 }
 
-TEST(UniqueHandle, KeepsTheLastError) {
+TEST(UniqueHandleOwnProcess, KeepsTheLastError) {
   winapi::SetLastError(1234);
   {
     KernelHandle handle;
@@ -129,7 +129,7 @@ TEST(UniqueHandle, KeepsTheLastError) {
   EXPECT_EQ(winapi::GetLastError(), 1234u);
 }
 
-TEST(RegKeyTraits, CloseOfNullReportsAndGivesTheError) {
+TEST(RegKeyTraitsOwnProcess, CloseOfNullReportsAndGivesTheError) {
   EXPECT_EQ(RegKeyTraits::Close(nullptr), oru::MakeResultCode(0x80010101));
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{"IsValid(h)"});
 }
@@ -139,7 +139,7 @@ TEST(RegKeyTraits, CloseGivesZeroForAnOpenKey) {
   EXPECT_TRUE(ReportedChecks().empty());
 }
 
-TEST(KernelHandleTraits, CloseOfNullReportsAndGivesTheError) {
+TEST(KernelHandleTraitsOwnProcess, CloseOfNullReportsAndGivesTheError) {
   EXPECT_EQ(KernelHandleTraits::Close(nullptr), oru::MakeResultCode(0x80010101));
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{"BaseType::IsValid(h)"});
 }

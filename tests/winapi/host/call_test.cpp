@@ -27,7 +27,7 @@ class HostFaults : public ::testing::Test {
   ~HostFaults() override { ClearFaults(); }
 };
 
-TEST(HostCallLog, CallsBeforeTheEntryAreKept) {
+TEST(HostCallLogOwnProcess, CallsBeforeTheEntryAreKept) {
   EXPECT_EQ(earlyResult, 6U);
   ASSERT_EQ(CallsOf("RegCloseKey").size(), 1U);
   EXPECT_EQ(CallsOf("RegCloseKey")[0].Argument("key"), "0x0");

@@ -195,7 +195,7 @@ TEST(GetYearTimeZoneTest, SaysWhetherThereIsARule) {
 
 std::size_t CallCount(std::string_view operation) { return host::CallsOf(operation).size(); }
 
-TEST(GetYearTimeZoneTest, FindsTheFunctionOnce) {
+TEST(GetYearTimeZoneTestOwnProcess, FindsTheFunctionOnce) {
   UseZone(kBerlin);
   host::StartCallLog();
   TimeZoneInformation record{};
@@ -220,7 +220,7 @@ TEST(GetYearTimeZoneTest, FindsTheFunctionOnce) {
   EXPECT_EQ(CallCount("GetTimeZoneInformation"), 0u);
 }
 
-TEST(GetYearTimeZoneTest, LeavesNoModuleReference) {
+TEST(GetYearTimeZoneTestOwnProcess, LeavesNoModuleReference) {
   UseZone(kBerlin);
   const std::size_t before = host::Live().moduleReferences;
   TimeZoneInformation record{};
@@ -245,13 +245,13 @@ void ExpectOldSystem(winapi::Dword major, winapi::Dword minor, std::uint16_t ser
   EXPECT_EQ(CallCount("VerifyVersionInfoW"), 1u);
 }
 
-TEST(GetYearTimeZoneTest, VersionSixWithoutServicePackTakesTheCurrentRules) {
+TEST(GetYearTimeZoneTestOwnProcess, VersionSixWithoutServicePackTakesTheCurrentRules) {
   ExpectOldSystem(6, 0, 0);
 }
 
-TEST(GetYearTimeZoneTest, VersionFiveTakesTheCurrentRules) { ExpectOldSystem(5, 2, 2); }
+TEST(GetYearTimeZoneTestOwnProcess, VersionFiveTakesTheCurrentRules) { ExpectOldSystem(5, 2, 2); }
 
-TEST(GetYearTimeZoneTest, VersionSixServicePackOneIsEnough) {
+TEST(GetYearTimeZoneTestOwnProcess, VersionSixServicePackOneIsEnough) {
   UseZone(kBerlin);
   host::SetSystemVersion(6, 0, 1);
   host::StartCallLog();
@@ -270,7 +270,7 @@ TEST(GetYearTimeZoneOwnProcess, LaterVersionsNeedNoServicePack) {
   EXPECT_EQ(CallCount(kYearFunction), 1u);
 }
 
-TEST(GetYearTimeZoneTest, MissingFunctionTakesTheCurrentRules) {
+TEST(GetYearTimeZoneTestOwnProcess, MissingFunctionTakesTheCurrentRules) {
   UseZone(kBerlin);
   host::HideProcedure(kYearFunction);
   host::SetClock(Instant(2026, 1, 15).ticks);
@@ -282,7 +282,7 @@ TEST(GetYearTimeZoneTest, MissingFunctionTakesTheCurrentRules) {
   EXPECT_EQ(CallCount("GetTimeZoneInformation"), 2u);
 }
 
-TEST(GetYearTimeZoneTest, MissingModuleTakesTheCurrentRules) {
+TEST(GetYearTimeZoneTestOwnProcess, MissingModuleTakesTheCurrentRules) {
   UseZone(kBerlin);
   host::FailCall("GetModuleHandleExW", 1, 126);
   host::SetClock(Instant(2026, 7, 15).ticks);

@@ -120,6 +120,7 @@ class RunOrder : public testing::Test {
   RecordingOutput m_output;
   tests::TemporaryFolder m_folder;
 };
+using RunOrderOwnProcess = RunOrder;
 
 TEST_F(RunOrder, ARunWithNothingToDoMakesOnlyTheDriversCalls) {
   host::SetCommandLine(u"tool.exe");
@@ -147,14 +148,14 @@ TEST_F(RunOrder, SearchIsNarrowedToTheSystemDirectory) {
 }
 
 // A report that the run's own handler still swallowed would not reach the recorder.
-TEST_F(RunOrder, HandlerIsGoneBehindTheRun) {
+TEST_F(RunOrderOwnProcess, HandlerIsGoneBehindTheRun) {
   host::SetCommandLine(u"tool.exe");
   EXPECT_EQ(RunSetupUtil(), 0);
   oru::FailedAssertion("after");
   EXPECT_EQ(tests::ReportedChecks(), std::vector<std::string>{"after"});
 }
 
-TEST_F(RunOrder, HandlerIsGoneBehindAFailureOfTheOuterRegion) {
+TEST_F(RunOrderOwnProcess, HandlerIsGoneBehindAFailureOfTheOuterRegion) {
   host::SetCommandLine(u"tool.exe");
   m_output.FailWrites();
   EXPECT_EQ(RunSetupUtil(), oru::MakeResultCode(0x80000072));

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "tests/support/temporary_folder.h"
-#include "tests/winapi/child_process.h"
+#include "tests/winapi/host/child_process.h"
 #include "winapi/host/reg_file_reader.h"
 #include "winapi/host/registry_tree.h"
 

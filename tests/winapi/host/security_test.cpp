@@ -330,7 +330,7 @@ TEST(HostPathsOfTheSystem, TheTemporaryDirectoryFollowsVariablesThatLieOnC) {
 
 // Each operation of files, directories and security fails when it is told to, with its own failure
 // value, and changes nothing.
-TEST(HostFaults, EachOperationCanFail) {
+TEST(HostFaultsOfFiles, EachOperationCanFail) {
   fs::create_directories(host::DriveCFolder() + "/folder");
   Bytes memory(100);
   FindData data{};

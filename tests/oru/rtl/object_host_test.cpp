@@ -106,14 +106,14 @@ TEST(DefaultHeapResource, AllocatesOnTheProcessHeap) {
   EXPECT_EQ(host::CallLog()[3].Argument("heap"), host::CallLog()[1].Argument("heap"));
 }
 
-TEST(DefaultHeapResource, AllocationWithoutAHeapIsReportedAndGivesNull) {
+TEST(DefaultHeapResourceOwnProcess, AllocationWithoutAHeapIsReportedAndGivesNull) {
   host::FailCall("GetProcessHeap", 1, 6);
   EXPECT_EQ(default_heap_resource::allocate(8, 8), nullptr);
   EXPECT_EQ(CountReported("expressionResult"), 1u);
   EXPECT_EQ(ReportedChecks().size(), 1u);
 }
 
-TEST(DefaultHeapResource, DeallocationWithoutAHeapIsReportedAndLosesTheBlock) {
+TEST(DefaultHeapResourceOwnProcess, DeallocationWithoutAHeapIsReportedAndLosesTheBlock) {
   void* const block = default_heap_resource::allocate(8, 8);
   host::FailCall("GetProcessHeap", 1, 6);
   default_heap_resource::deallocate(block, 8, 8);

@@ -239,7 +239,7 @@ TEST(HostPathScripts, AreOneForEachCall) {
   host::SetPathScript("GetCurrentDirectoryW", nullptr);
 }
 
-TEST(HostFiles, AnOutputStreamIsBinaryAndTruncates) {
+TEST(HostOutputStream, AnOutputStreamIsBinaryAndTruncates) {
   const fs::path file = DriveC() / "out.txt";
   std::ofstream(file) << "what was there before";
   std::ofstream stream;
@@ -251,7 +251,7 @@ TEST(HostFiles, AnOutputStreamIsBinaryAndTruncates) {
   EXPECT_EQ(Content(file), "a\nb");
 }
 
-TEST(HostFiles, OthersMayReadAndWriteAtTheSameTime) {
+TEST(HostOutputStream, OthersMayReadAndWriteAtTheSameTime) {
   const fs::path file = DriveC() / "shared.txt";
   std::ofstream stream;
   OpenOutputStream(stream, u"C:\\shared.txt");
@@ -262,7 +262,7 @@ TEST(HostFiles, OthersMayReadAndWriteAtTheSameTime) {
   EXPECT_TRUE(other.is_open());
 }
 
-TEST(HostFiles, WhatCantBeOpenedIsntOpen) {
+TEST(HostOutputStream, WhatCantBeOpenedIsntOpen) {
   fs::create_directories(DriveC() / "folder");
   const std::u16string tooLong = u"C:\\" + std::u16string(300, u'l');
   struct Case {
@@ -290,7 +290,7 @@ TEST(HostFiles, WhatCantBeOpenedIsntOpen) {
   EXPECT_FALSE(fs::exists(DriveC() / "new.txt"));
 }
 
-TEST(HostFiles, OpeningIsLoggedAndCanFail) {
+TEST(HostOutputStream, OpeningIsLoggedAndCanFail) {
   host::StartCallLog();
   host::ClearCallLog();
   host::FailCall("OpenOutputStream", 1, 5);

@@ -1,6 +1,6 @@
 // A started host_child (see there), whose streams the test holds.
-#ifndef TESTS_WINAPI_CHILD_PROCESS_H_
-#define TESTS_WINAPI_CHILD_PROCESS_H_
+#ifndef TESTS_WINAPI_HOST_CHILD_PROCESS_H_
+#define TESTS_WINAPI_HOST_CHILD_PROCESS_H_
 
 #include <sys/types.h>
 
@@ -43,4 +43,4 @@ class ChildProcess {
 
 }  // namespace tests
 
-#endif  // TESTS_WINAPI_CHILD_PROCESS_H_
+#endif  // TESTS_WINAPI_HOST_CHILD_PROCESS_H_

@@ -1,4 +1,4 @@
-#include "tests/winapi/child_process.h"
+#include "tests/winapi/host/child_process.h"
 
 #include <fcntl.h>
 #include <poll.h>
