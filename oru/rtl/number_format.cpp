@@ -27,7 +27,7 @@ template <typename T>
 NumberText MakeText(T value, const FormatSpec& spec) noexcept {
   using Pattern = std::make_unsigned_t<T>;
   const unsigned base = EffectiveBase<T>(spec.base);
-  std::uint64_t rest = static_cast<Pattern>(value);
+  std::uint64_t rest{static_cast<Pattern>(value)};
   NumberText text;
   if (std::numeric_limits<T>::is_signed && value < 0 && base == 10) {
     // As unsigned, since the magnitude of the smallest number has no signed form.
