@@ -254,7 +254,7 @@ TEST(SimpleChannelTracerTest, HoldsItsChannelAndLetsGoOfIt) {
   EXPECT_EQ(channel->Release(), 1u);
 }
 
-TEST(SimpleChannelTracerTest, MissingChannelIsReportedAtTheCommitToo) {
+TEST(SimpleChannelTracerTestOwnProcess, MissingChannelIsReportedAtTheCommitToo) {
   const auto tracer = oru::CreateObject<SimpleChannelTracer>(nullptr, 700u);
   EXPECT_EQ(tests::CountReported("m_p"), 1u);
   char* text = nullptr;
