@@ -62,6 +62,11 @@ build_and_test() {
     configure_and_build "$preset" && run_ctest "$preset"
 }
 
+# Only what has threads: a build for one test program, and that program.
+threads_under_sanitizer() {
+    configure_and_build native-tsan exception_threads_test && build/native-tsan/bin/exception_threads_test
+}
+
 native_half() {
     step "Packages of the native half"
     # shellcheck disable=SC2086 # the lists are words
@@ -78,6 +83,8 @@ native_half() {
     else
         printf 'fail native-clang-build\n' >>"$file"
     fi
+    step "Threads under ThreadSanitizer"
+    check "$file" threads-under-sanitizer threads_under_sanitizer
     step "Format, lint, layers"
     check "$file" source-rules python3 scripts/check_sources.py
     check "$file" source-rules-find-planted-offences python3 scripts/check_sources.py --self-test

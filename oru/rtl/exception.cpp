@@ -1,6 +1,5 @@
 #include "oru/rtl/exception.h"
 
-#include <atomic>
 #include <utility>
 
 #include "oru/rtl/number_format.h"
@@ -10,21 +9,6 @@ namespace oru {
 namespace {
 
 constexpr FormatSpec kEightDigits{.width = 8, .base = 16, .fill = u'0'};
-
-// The link that is being copied without its cause, so that copying a chain doesn't recurse. Where
-// two threads copy at once, one may take the other's mark away: its link is then copied with its
-// causes, by recursion, and comes out the same. Not thread-local, since the first use of such a
-// variable allocates on the 32-bit target and ends the process when it can't.
-std::atomic<const Exception*> shallowSource{nullptr};
-
-// Copies one link through its slot, and leaves its cause out.
-std::unique_ptr<Exception> CloneLink(const Exception& link) {
-  struct Unmark {
-    ~Unmark() { shallowSource = nullptr; }
-  } unmark;
-  shallowSource = &link;
-  return link.Clone();
-}
 
 }  // namespace
 
@@ -36,7 +20,7 @@ Exception::Exception(const Exception& other)
       m_line(other.m_line),
       m_reserved(other.m_reserved),
       m_message(other.m_message) {
-  if (other.m_inner != nullptr && shallowSource != &other) m_inner = CloneChain(*other.m_inner);
+  if (other.m_inner != nullptr) m_inner = CloneChain(*other.m_inner);
 }
 
 // Takes the chain apart link by link: left to the members, each link's end would stand on the stack
@@ -44,6 +28,18 @@ Exception::Exception(const Exception& other)
 Exception::~Exception() {
   std::unique_ptr<Exception> link = std::move(m_inner);
   while (link != nullptr) link = std::move(link->m_inner);
+}
+
+// Each link is copied while its cause is off it, so that its slot copies the one link: the cost is
+// one copy a link, and no link's copy stands on the stack of another's.
+std::unique_ptr<Exception> Exception::CloneLink(const Exception& link) {
+  struct PutBack {
+    const Exception& m_link;
+    std::unique_ptr<Exception> m_cause;
+    ~PutBack() { m_link.m_inner = std::move(m_cause); }
+  };
+  const PutBack putBack{link, std::move(link.m_inner)};
+  return link.Clone();
 }
 
 std::unique_ptr<Exception> Exception::CloneChain(const Exception& first) {

@@ -11,7 +11,10 @@
 //                                          << SetFile(kSourceFile) << SetLine(kRefusedDateLine);
 //
 // Copying, composing a text and setting a cause throw std::bad_alloc when memory runs out, and
-// leave the object as it was. An exception isn't shared between threads.
+// leave the object as it was. Copying costs one copy a link, whatever other threads do. While a
+// cause is copied by its slot, its own cause is off it, and back behind that on failure too: a
+// derived class's copy constructor finds none there. So an exception isn't shared between threads,
+// not even for copying.
 #ifndef ORU_RTL_EXCEPTION_H_
 #define ORU_RTL_EXCEPTION_H_
 
@@ -68,9 +71,10 @@ class Exception : public std::exception {
   std::uint32_t m_line = 0;
   std::uint32_t m_reserved = 0;  // always 0 in this program, copied all the same
   String16 m_message;
-  std::unique_ptr<Exception> m_inner;
+  mutable std::unique_ptr<Exception> m_inner;  // off for the moment in which a copy is made of this
 
  private:
+  [[nodiscard]] static std::unique_ptr<Exception> CloneLink(const Exception& link);
   [[nodiscard]] static std::unique_ptr<Exception> CloneChain(const Exception& first);
 };
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <typeinfo>
 #include <utility>
+#include <vector>
 
 #include "oru/rtl/exception.h"
 
@@ -66,6 +67,22 @@ TEST(ExceptionChain, AnExceptionCanBeItsOwnCause) {
   EXPECT_EQ(exception.Inner()->Inner(), nullptr);
 }
 
+TEST(ExceptionChain, CopyingLeavesTheSourceAsItWas) {
+  const std::unique_ptr<oru::Exception> chain = MakeChain(4);
+  std::vector<const oru::Exception*> before;
+  for (const auto* link = chain.get(); link != nullptr; link = link->Inner()) {
+    before.push_back(link);
+  }
+  const oru::Exception copy(*chain);
+  const std::unique_ptr<oru::Exception> clone = chain->Clone();
+  std::vector<const oru::Exception*> after;
+  for (const auto* link = chain.get(); link != nullptr; link = link->Inner()) {
+    after.push_back(link);
+  }
+  EXPECT_EQ(after, before);
+  EXPECT_EQ(after.size(), 4u);
+}
+
 TEST(ExceptionChain, CopiesAreDeep) {
   const std::unique_ptr<oru::Exception> chain = MakeChain(4);
   const oru::Exception copy(*chain);
@@ -96,11 +113,16 @@ class Uncopyable : public oru::ExceptionBase<Uncopyable, oru::Exception> {
 TEST(ExceptionChain, AFailureOfOneLinkPassesAndSpoilsNothing) {
   oru::CheckFailedException middle("file", 1);
   auto uncopyable = std::make_unique<Uncopyable>();
+  uncopyable->SetInner(MakeChain(3));
   middle.SetInner(std::move(uncopyable));
   oru::CheckFailedException outer("file", 0);
   EXPECT_THROW(outer.SetInner(middle), std::bad_alloc);
   EXPECT_EQ(outer.Inner(), nullptr);
   EXPECT_THROW((void)middle.Clone(), std::bad_alloc);
+  // The source has all its causes still, those of the link that failed too.
+  ASSERT_NE(middle.Inner(), nullptr);
+  ASSERT_NE(middle.Inner()->Inner(), nullptr);
+  EXPECT_EQ(CountLinks(*middle.Inner()->Inner()), 3u);
   // Later copies hold their causes again.
   EXPECT_EQ(CountLinks(*MakeChain(4)->Clone()), 4u);
 }
