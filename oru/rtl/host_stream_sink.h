@@ -2,9 +2,12 @@
 //
 // 8-bit text goes in unchanged; so do the characters of numbers and result codes. 16-bit text is
 // converted by the C library's default locale first: std::bad_alloc when memory runs out there,
-// std::bad_cast for a character that it can't convert, with nothing of the text written. A fill
-// that isn't one 8-bit character leaves the padding out. The stream's own width, fill and flags
-// have no part in it and stay as they are.
+// std::bad_cast for a character that it can't convert, with nothing of the text written. The
+// stream's own width, fill and flags have no part in it and stay as they are.
+//
+// A fill goes through that conversion too, which looks at the low 16 bits of a code point only:
+// U+0041 and U+10041 pad with "A", U+10000 with zero bytes. One that has no single 8-bit character
+// there (0x100 and above) leaves the padding out.
 #ifndef ORU_RTL_HOST_STREAM_SINK_H_
 #define ORU_RTL_HOST_STREAM_SINK_H_
 

@@ -94,7 +94,7 @@ TEST(HostStreamSink, StreamsOwnFormattingHasNoPart) {
 TEST(HostStreamSink, FillIsOneNarrowCharacter) {
   struct Case {
     std::uint32_t fill;
-    const char* expected;
+    std::string_view expected;
     std::size_t count;
   };
   // The C library is asked for the low 16 bits.
@@ -103,7 +103,9 @@ TEST(HostStreamSink, FillIsOneNarrowCharacter) {
                         {0xFF, "\xFF\xFFx", 3},
                         {0x100, "x", 1},
                         {0x20AC, "x", 1},
+                        {0x10000, {"\0\0x", 3}, 3},
                         {0x10041, "AAx", 3},
+                        {0x100FF, "\xFF\xFFx", 3},
                         {0x10100, "x", 1}}) {
     SCOPED_TRACE(c.fill);
     std::ostringstream stream;
