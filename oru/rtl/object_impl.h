@@ -136,9 +136,10 @@ struct RefCounter {
   RefCounter& operator=(const RefCounter&) = delete;
   ~RefCounter() { ORU_CHECK(m_ref == 0); }
 
-  // Both give the new count.
-  std::uint32_t Increment() noexcept { return static_cast<std::uint32_t>(m_ref.fetch_add(1) + 1); }
-  std::uint32_t Decrement() noexcept { return static_cast<std::uint32_t>(m_ref.fetch_sub(1) - 1); }
+  // Both give the new count. Beyond the ends of its range the count goes on at the other end: the
+  // atomic operations do so by themselves, and the sums here are of unsigned numbers.
+  std::uint32_t Increment() noexcept { return static_cast<std::uint32_t>(m_ref.fetch_add(1)) + 1; }
+  std::uint32_t Decrement() noexcept { return static_cast<std::uint32_t>(m_ref.fetch_sub(1)) - 1; }
 
   std::atomic<std::int32_t> m_ref{1};
 };

@@ -289,6 +289,17 @@ TEST(RefCounter, StartsAtOne) {
   EXPECT_EQ(counter.Decrement(), 0u);
 }
 
+// Natively the sanitizer build sees a sum that leaves the range of int.
+TEST(RefCounter, GoesRoundAtTheEndsOfItsRange) {
+  oru::detail::RefCounter counter;
+  counter.m_ref = INT32_MAX;
+  EXPECT_EQ(counter.Increment(), 0x80000000u);
+  EXPECT_EQ(counter.m_ref.load(), INT32_MIN);
+  EXPECT_EQ(counter.Decrement(), 0x7FFFFFFFu);
+  EXPECT_EQ(counter.m_ref.load(), INT32_MAX);
+  counter.m_ref = 0;  // what the end of a counter expects
+}
+
 TEST(RefCounterOwnProcess, EndAtAnotherCountIsReported) {
   { const oru::detail::RefCounter held; }
   EXPECT_EQ(CountReported("m_ref == 0"), 1u);
