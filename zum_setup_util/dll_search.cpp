@@ -4,7 +4,6 @@
 
 #include "oru/rtl/error_mapping.h"
 #include "oru/rtl/exception.h"
-#include "winapi/errors.h"
 #include "winapi/files.h"
 #include "winapi/modules.h"
 
@@ -34,22 +33,18 @@ class LoadedModule {
   winapi::Module m_module;
 };
 
-[[nodiscard]] oru::ResultCode LastErrorResult() noexcept {
-  return oru::Win32ErrorToResult(winapi::GetLastError());
-}
-
 }  // namespace
 
 oru::ResultCode EnableSystemDllSearch(std::uint32_t flags) noexcept {
   // Without a path: the module is loaded already, so nothing is searched for.
   const LoadedModule kernel32(u"kernel32.dll");
-  if (kernel32.Get() == nullptr) return LastErrorResult();
+  if (kernel32.Get() == nullptr) return oru::LastFailure();
 
   const auto setDirectories = reinterpret_cast<winapi::SetDefaultDllDirectoriesFunction>(
       winapi::GetProcAddress(kernel32.Get(), "SetDefaultDllDirectories"));
   // Systems that were never updated lack it; the libraries that matter are loaded by full path.
   if (setDirectories == nullptr) return oru::sOk;
-  return setDirectories(flags) != 0 ? oru::sOk : LastErrorResult();
+  return setDirectories(flags) != 0 ? oru::sOk : oru::LastFailure();
 }
 
 std::u16string GetExecutablePath() {
@@ -59,7 +54,7 @@ std::u16string GetExecutablePath() {
     const std::uint32_t length =
         winapi::GetModuleFileNameW(/*module=*/nullptr, path.data(), capacity);
     if (length == 0) {
-      throw oru::CheckResultFailedException(kSourceFile, __LINE__, LastErrorResult());
+      throw oru::CheckResultFailedException(kSourceFile, __LINE__, oru::LastFailure());
     }
     // Older systems cut the path, fill the buffer and say nothing: an exact fill counts as cut.
     if (length < capacity) {

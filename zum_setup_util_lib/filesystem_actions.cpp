@@ -8,7 +8,6 @@
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/filesystem/file_operations.h"
 #include "platform/util/windows/filesystem/path.h"
-#include "winapi/errors.h"
 #include "winapi/files.h"
 #include "zum_setup_util_lib/filesystem_iterator.h"
 
@@ -24,17 +23,13 @@ constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
   throw oru::CheckResultFailedException(kSourceFile, line, rc);
 }
 
-[[noreturn]] void ThrowLastError(std::uint32_t line) {
-  ThrowResult(line, oru::Win32ErrorToResult(winapi::GetLastError()));
-}
-
 }  // namespace
 
 void CopyFileT(const std::u16string& from, const std::u16string& to) {
   ORU_TRACE(oru::kTraceLevelInfo,
             "setup\t[correct_setup::FileSystemActions::CopyFileT] " << from << " -> " << to);
   if (winapi::CopyFileW(from.c_str(), to.c_str(), /*failIfExists=*/0) == 0) {
-    ThrowLastError(__LINE__);
+    ThrowResult(__LINE__, oru::LastFailure());
   }
 }
 
@@ -42,7 +37,7 @@ void CreateDirectoryT(const std::u16string& directory) {
   ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::FileSystemActions::CreateDirectoryT] "
                                       << "dir = " << directory);
   if (winapi::CreateDirectoryW(directory.c_str(), /*security=*/nullptr) == 0) {
-    ThrowLastError(__LINE__);
+    ThrowResult(__LINE__, oru::LastFailure());
   }
 }
 

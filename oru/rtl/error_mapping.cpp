@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "winapi/errors.h"
+
 namespace oru {
 namespace {
 
@@ -107,5 +109,12 @@ ResultCode SystemErrorToResult(std::uint32_t status) noexcept {
   const Mapping* const found = Find(std::begin(kStatuses), std::end(kStatuses), status);
   return found != nullptr ? MakeResultCode(found->result) : Win32ErrorToResult(status);
 }
+
+ResultCode FailureOf(std::uint32_t error) noexcept {
+  const ResultCode rc = Win32ErrorToResult(error);
+  return ORU_FAILED(rc) ? rc : errUnspecified;
+}
+
+ResultCode LastFailure() noexcept { return FailureOf(winapi::GetLastError()); }
 
 }  // namespace oru

@@ -16,6 +16,14 @@ namespace oru {
 // For a status that may be any of the three: the table of statuses first, then Win32ErrorToResult.
 [[nodiscard]] ResultCode SystemErrorToResult(std::uint32_t status) noexcept;
 
+// For the error of a call that is known to have failed: as Win32ErrorToResult, but never a success,
+// for which there is errUnspecified. Some calls fail without setting the last error, and an old 0
+// that stands there must not hide that.
+[[nodiscard]] ResultCode FailureOf(std::uint32_t error) noexcept;
+
+// The same for the last error; to be asked right behind the call.
+[[nodiscard]] ResultCode LastFailure() noexcept;
+
 }  // namespace oru
 
 #endif  // ORU_RTL_ERROR_MAPPING_H_

@@ -70,6 +70,16 @@ TEST_F(DllSearchFaults, FailingReleaseChangesNothing) {
   EXPECT_EQ(host::CallsOf("FreeLibrary").size(), 1u);
 }
 
+// What fails without setting the last error finds an old one there, which may be 0.
+TEST_F(DllSearchFaults, FailureWithoutAnErrorIsNoSuccess) {
+  for (const char* const call : {"LoadLibraryW", "SetDefaultDllDirectories"}) {
+    host::FailCall(call, 1, 0);
+    EXPECT_EQ(EnableSystemDllSearch(2048), oru::MakeResultCode(0x8000004B)) << call;
+    EXPECT_EQ(host::InjectedFaultCount(), 1u) << call;
+    host::ClearFaults();
+  }
+}
+
 std::vector<std::string> PathSizes() {
   std::vector<std::string> sizes;
   for (const host::CallRecord& call : host::CallsOf("GetModuleFileNameW")) {
@@ -130,6 +140,11 @@ TEST(ExecutablePathFailure, FiveCallsAreTheMost) {
 TEST(ExecutablePathFailure, ZeroGivesTheMappedError) {
   host::FailCall("GetModuleFileNameW", 1, 5);
   EXPECT_EQ(CodeOfFailure(), 0x80000045u);
+}
+
+TEST(ExecutablePathFailure, ZeroWithoutAnErrorIsNoSuccess) {
+  host::FailCall("GetModuleFileNameW", 1, 0);
+  EXPECT_EQ(CodeOfFailure(), 0x8000004Bu);
 }
 
 TEST(ExecutablePathFailure, ZeroAfterAGrowthGivesTheMappedError) {

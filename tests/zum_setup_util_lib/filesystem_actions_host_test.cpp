@@ -65,6 +65,16 @@ TEST(ActionsOnHost, FailuresAreTheirWin32Error) {
   ExpectFailure(0x80000045, [&] { actions::CreateDirectoryT(tree.Windows(u"c")); });
 }
 
+// What fails without setting the last error finds an old one there, which may be 0.
+TEST(ActionsOnHost, FailureWithoutAnErrorIsNoSuccess) {
+  const DirectoryTree tree;
+  tree.Write(u"a");
+  host::FailCall("CopyFileW", 1, 0);
+  ExpectFailure(0x8000004B, [&] { actions::CopyFileT(tree.Windows(u"a"), tree.Windows(u"b")); });
+  host::FailCall("CreateDirectoryW", 1, 0);
+  ExpectFailure(0x8000004B, [&] { actions::CreateDirectoryT(tree.Windows(u"c")); });
+}
+
 // A missing source isn't asked whether it is a directory.
 TEST(ActionsOnHost, MissingSourceIsAskedForOnce) {
   const DirectoryTree tree;

@@ -14,9 +14,8 @@ constexpr char kSourceFile[] = "oru/system/datetime/windows/datetime";
 const char* TimeSystemError::what() const noexcept { return "TimeSystemError"; }
 
 void detail::ThrowTimeSystemError(String16 message, winapi::Error error, std::uint32_t line) {
-  throw TimeSystemError() << SetMessage{std::move(message)}
-                          << SetResultCode{Win32ErrorToResult(error)} << SetFile{kSourceFile}
-                          << SetLine{line};
+  throw TimeSystemError() << SetMessage{std::move(message)} << SetResultCode{FailureOf(error)}
+                          << SetFile{kSourceFile} << SetLine{line};
 }
 
 }  // namespace oru::datetime

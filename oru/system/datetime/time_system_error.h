@@ -11,7 +11,8 @@
 namespace oru::datetime {
 
 // A time that the system can't convert, or a time zone that it can't give. Copied and rethrown by
-// the operations of its base, it becomes a SystemException.
+// the operations of its base, it becomes a SystemException. Its code is never a success, even where
+// the system left no error.
 class TimeSystemError : public SystemException {
  public:
   TimeSystemError() noexcept = default;

@@ -11,6 +11,7 @@
 
 #include "oru/rtl/result_text.h"
 #include "tests/support/text.h"
+#include "winapi/errors.h"
 
 namespace {
 
@@ -250,6 +251,28 @@ TEST(SystemErrorToResult, BothTablesHoldNoOtherRows) {
     ASSERT_EQ(FromWin32(number), RuleOfWin32(number)) << Hexadecimal(number);
     ASSERT_EQ(FromStatus(number), RuleOfStatus(number)) << Hexadecimal(number);
   }
+}
+
+TEST(FailureOf, IsWhatTheErrorStandsFor) {
+  for (const Row& row : kWin32Rows) {
+    if (row.error == 0) continue;
+    EXPECT_EQ(static_cast<std::uint32_t>(oru::FailureOf(row.error)), row.result) << row.error;
+  }
+  EXPECT_EQ(static_cast<std::uint32_t>(oru::FailureOf(1000)), 0x800703E8u);
+  EXPECT_EQ(static_cast<std::uint32_t>(oru::FailureOf(0x80070005)), 0x80000045u);
+}
+
+TEST(FailureOf, IsUnspecifiedWhereTheErrorStandsForASuccess) {
+  for (const std::uint32_t error : {0u, 0x80070000u, 0x00010000u, 0x7FFFFFFFu}) {
+    EXPECT_EQ(static_cast<std::uint32_t>(oru::FailureOf(error)), 0x8000004Bu) << Hexadecimal(error);
+  }
+}
+
+TEST(LastFailure, IsThatOfTheLastError) {
+  winapi::SetLastError(5);
+  EXPECT_EQ(static_cast<std::uint32_t>(oru::LastFailure()), 0x80000045u);
+  winapi::SetLastError(0);
+  EXPECT_EQ(static_cast<std::uint32_t>(oru::LastFailure()), 0x8000004Bu);
 }
 
 TEST(SystemErrorToResult, UnwrappedNumberIsNotAStatus) {

@@ -1,9 +1,9 @@
 #include "platform/util/windows/filesystem/file_operations.h"
 
 #include "oru/rtl/check.h"
+#include "oru/rtl/error_mapping.h"
 #include "oru/rtl/exception_guard.h"
 #include "platform/util/windows/filesystem/directory_walker.h"
-#include "platform/util/windows/filesystem/failure.h"
 #include "platform/util/windows/filesystem/find_context.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "winapi/files.h"
@@ -12,7 +12,7 @@ namespace product_platform::filesystem {
 namespace {
 
 oru::ResultCode ResultOf(winapi::Bool succeeded) noexcept {
-  return succeeded != 0 ? oru::sOk : LastFailure();
+  return succeeded != 0 ? oru::sOk : oru::LastFailure();
 }
 
 oru::ResultCode RemoveLink(const std::u16string& path, winapi::Dword attributes) noexcept {
@@ -63,7 +63,7 @@ oru::ResultCode RemoveTree(const std::u16string& path) {
 oru::ResultCode QueryFileAttributes(const std::u16string& path,
                                     winapi::Dword& attributes) noexcept {
   const winapi::Dword found = winapi::GetFileAttributesW(path.c_str());
-  if (found == winapi::kInvalidFileAttributes) return LastFailure();
+  if (found == winapi::kInvalidFileAttributes) return oru::LastFailure();
   attributes = found;
   return oru::sOk;
 }

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "oru/rtl/check.h"
+#include "oru/rtl/error_mapping.h"
 #include "oru/rtl/last_error_keeper.h"
-#include "platform/util/windows/filesystem/failure.h"
 #include "platform/util/windows/filesystem/path.h"
 #include "winapi/errors.h"
 
@@ -21,7 +21,7 @@ constexpr std::size_t kLongPathFrom = 247;
 oru::ResultCode GetAbsolutePath(std::u16string_view path, std::u16string& absolute) {
   const std::u16string source(path);
   const winapi::Dword size = winapi::GetFullPathNameW(source.c_str(), 0, nullptr, nullptr);
-  if (size == 0) return LastFailure();
+  if (size == 0) return oru::LastFailure();
   std::u16string text(size, u'\0');
   const winapi::Dword length = winapi::GetFullPathNameW(source.c_str(), size, text.data(), nullptr);
   // The current directory may change between the two calls.
@@ -50,7 +50,7 @@ bool FindHandleTraits::IsValid(winapi::Handle h) noexcept {
 
 oru::ResultCode FindHandleTraits::Close(winapi::Handle h) noexcept {
   ORU_CHECK(IsValid(h));
-  return winapi::FindClose(h) != 0 ? oru::sOk : LastFailure();
+  return winapi::FindClose(h) != 0 ? oru::sOk : oru::LastFailure();
 }
 
 FindContext::~FindContext() {
@@ -83,7 +83,7 @@ oru::ResultCode FindContext::SearchDirectly(std::u16string_view directory) {
                                winapi::kFindExSearchNameMatch, /*filter=*/nullptr, /*flags=*/0);
   const winapi::Error error = winapi::GetLastError();
   ORU_CHECK(oru::sOk == Close());
-  if (!FindHandleTraits::IsValid(handle)) return FailureOf(error);
+  if (!FindHandleTraits::IsValid(handle)) return oru::FailureOf(error);
   m_handle = handle;
   m_data = data;
   return oru::sOk;
@@ -102,7 +102,7 @@ oru::ResultCode FindContext::OpenFind(std::u16string_view directory) {
 oru::ResultCode FindContext::FindNext() noexcept {
   if (winapi::FindNextFileW(m_handle, &m_data) != 0) return oru::sOk;
   const winapi::Error error = winapi::GetLastError();
-  return error == winapi::kErrorNoMoreFiles ? oru::sFalse : FailureOf(error);
+  return error == winapi::kErrorNoMoreFiles ? oru::sFalse : oru::FailureOf(error);
 }
 
 }  // namespace product_platform::filesystem

@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "oru/rtl/error_mapping.h"
 #include "oru/rtl/result_code.h"
-#include "platform/util/windows/filesystem/failure.h"
 #include "winapi/files.h"
 #include "winapi/types.h"
 
@@ -29,7 +29,7 @@ template <typename Function>
       return oru::errOutOfMemory;
     }
     const winapi::Dword length = function(size, buffer.data());
-    if (length == 0) return LastFailure();
+    if (length == 0) return oru::LastFailure();
     if (length <= size) {
       buffer.resize(length);
       result = std::move(buffer);

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "oru/rtl/error_mapping.h"
 #include "oru/rtl/exception.h"
-#include "platform/util/windows/filesystem/failure.h"
 #include "winapi/files.h"
 
 namespace product_platform::windows::detail {
@@ -16,7 +16,7 @@ constexpr char kSourceFile[] = "platform/util/windows/filesystem/system_director
 winapi::Dword AskSystemDirectory(char16_t* buffer, winapi::Dword size, std::uint32_t line) {
   const winapi::Dword result = winapi::GetSystemDirectoryW(buffer, size);
   if (result != 0) return result;
-  throw oru::CheckResultFailedException(kSourceFile, line, filesystem::LastFailure())
+  throw oru::CheckResultFailedException(kSourceFile, line, oru::LastFailure())
       << u"product_platform::windows::detail::GetSystemFilesDirectory" << u" failed ";
 }
 

@@ -363,9 +363,10 @@ TEST(GetTimeZoneBiasTest, UnknownZoneThrowsWithTheLastError) {
     winapi::Error error;
     std::uint32_t code;
   };
-  // 258 and 1115 are error numbers here and no statuses.
-  const Case cases[] = {
-      {87, 0x80000046}, {5, 0x80000045}, {1000, 0x800703E8}, {258, 0x80070102}, {1115, 0x8007045B}};
+  // 258 and 1115 are error numbers here and no statuses. What fails without setting the last error
+  // finds an old one there, which may be 0.
+  const Case cases[] = {{87, 0x80000046},  {5, 0x80000045},    {1000, 0x800703E8},
+                        {258, 0x80070102}, {1115, 0x8007045B}, {0, 0x8000004B}};
   for (const Case& row : cases) {
     UseZone(kBerlin);
     host::FailCall(kYearFunction, 1, 2);
@@ -382,6 +383,24 @@ TEST(GetTimeZoneBiasTest, UnknownZoneThrowsWithTheLastError) {
       EXPECT_EQ(error.Line(), 245u);
     }
     EXPECT_FALSE(daylight);
+  }
+}
+
+TEST(TimeSystemErrorTest, ConversionThatFailsWithoutAnErrorIsNoSuccess) {
+  struct Case {
+    const char* call;
+    std::uint32_t line;
+  };
+  for (const Case& row : {Case{"FileTimeToSystemTime", 74}, Case{"SystemTimeToFileTime", 67}}) {
+    host::FailCall(row.call, 1, 0);
+    try {
+      (void)FromSystemTime(ToSystemTime(Instant(2026, 7, 15)));
+      ADD_FAILURE() << row.call << ": nothing thrown";
+    } catch (const TimeSystemError& error) {
+      EXPECT_EQ(error.Code(), MakeResultCode(0x8000004B)) << row.call;
+      EXPECT_EQ(error.Line(), row.line) << row.call;
+    }
+    host::ClearFaults();
   }
 }
 
