@@ -81,7 +81,8 @@ const winapi::CertContext* FindSigningCertificate(winapi::Handle state) {
   return certificate->pCert;
 }
 
-void RequireMakersName(std::u16string description) {
+// Lowers the text in place: a copy could fail behind a good verdict.
+void RequireMakersName(std::u16string& description) {
   std::transform(description.begin(), description.end(), description.begin(), ToLower);
   if (description.find(kRequiredName) != std::u16string::npos) return;
   throw oru::CheckResultFailedException(kStageSourceFile, __LINE__, oru::errInvalidSignature)
@@ -133,7 +134,7 @@ void VerifyPackage(const std::u16string& path) {
   file.pcwszFilePath = path.c_str();
   winapi::WintrustData data = MakeTrustData(file);
   VerifyTrust(data);
-  const std::u16string description =
+  std::u16string description =
       GetCertificateDescription(FindSigningCertificate(data.hWVTStateData));
   ORU_TRACE(oru::kTraceLevelInfo, "setup\t[correct_setup::detail::CheckVerisignSignature] "
                                       << "certificate description = " << description);

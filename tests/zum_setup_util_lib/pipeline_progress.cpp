@@ -134,7 +134,7 @@ void ExpectPossible(const RunResult& run, Progress progress) {
   ExpectPossible(run, progress, CodesAt(progress));
 }
 
-// Calls go on failing: where the step itself doesn't mind, the next one does.
+// Calls or allocations go on failing: where the step itself doesn't mind, the next one does.
 void ExpectPossibleForEver(const RunResult& run, Progress progress) {
   std::set<std::string> codes = CodesAt(progress);
   if (progress != Progress::kRemoval) {
@@ -146,7 +146,11 @@ void ExpectPossibleForEver(const RunResult& run, Progress progress) {
 void ExpectEndWithoutMemory(const RunResult& run, host::Repeat repeat) {
   const std::size_t position = run.callsBeforeAllocationFault.value();
   const std::string outcome = OutcomeOf(run);
-  ExpectPossible(run, ProgressAt(run, position));
+  if (repeat == host::Repeat::kForever) {
+    ExpectPossibleForEver(run, ProgressAt(run, position));
+  } else {
+    ExpectPossible(run, ProgressAt(run, position));
+  }
   EXPECT_EQ(run.facts.at("probes"), "0");
   // The stage's own question isn't asked again, what the attempts lack is tried on.
   const bool asked = ProgressAt(run, position) != Progress::kStart;

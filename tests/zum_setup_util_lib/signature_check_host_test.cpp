@@ -392,6 +392,23 @@ TEST_F(SignatureOnHostOwnProcess, MissingProvider) {
   ExpectCause("CheckResultFailedException - not correct cert information: 0x8000005a");
 }
 
+// Behind the release of the description's block, the ninth call, the check itself needs no memory:
+// what fails there is the record that shows the name.
+TEST_F(SignatureOnHost, LackOfMemoryBehindTheNameUndoesNoVerdict) {
+  EXPECT_TRUE(Passes());  // the modules are loaded from here on
+  const std::u16string path = kPackage;
+  std::size_t behind = 0;
+  (void)tests::SweepAllocations([&](std::size_t nth) {
+    host::ClearCallLog();
+    const bool passed = PassesFor(path);
+    const auto calls = host::CallsBeforeAllocationFault();
+    if (!calls || OwnCallsAmong(*calls) < 9) return;
+    ++behind;
+    EXPECT_TRUE(passed) << "allocation " << nth;
+  });
+  EXPECT_GT(behind, 0u);
+}
+
 TEST_F(SignatureOnHost, WithoutATracerTheResultIsTheSame) {
   const InstalledTracer silent(0);
   EXPECT_TRUE(Passes());
