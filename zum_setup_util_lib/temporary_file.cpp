@@ -54,7 +54,11 @@ oru::ResultCode CreateTemporaryFile(std::u16string_view prefix, std::u16string& 
     // Before the report, which runs foreign code.
     const winapi::Error error = winapi::GetLastError();
     ORU_CHECK_TEXT(false, "!\"Can't create a temporary file\"");
-    return oru::Win32ErrorToResult(error);
+    const oru::ResultCode rc = oru::Win32ErrorToResult(error);
+    // An error of 0 is a success to the caller, which goes on without a file: settled so, and only
+    // this tells of it.
+    ORU_CHECK(ORU_FAILED(rc));
+    return rc;
   }
   // What becomes of the close doesn't matter: the file is there.
   winapi::CloseHandle(file);

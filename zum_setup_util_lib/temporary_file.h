@@ -17,7 +17,8 @@ namespace correct_setup::helpers {
                                                  std::u16string& path) noexcept;
 
 // Does that and creates the file, empty and closed. When only the creation fails, which is reported
-// as a failed check too, `path` is the file's.
+// as a failed check too, `path` is the file's. The code is then Win32ErrorToResult's of the last
+// error: a success where the system left 0, with a second check that reports it.
 [[nodiscard]] oru::ResultCode CreateTemporaryFile(std::u16string_view prefix,
                                                   std::u16string& path) noexcept;
 

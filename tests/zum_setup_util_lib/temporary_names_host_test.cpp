@@ -89,6 +89,16 @@ TEST(CreateTemporaryFileOnHostOwnProcess, ErrorIsTheCreations) {
             std::vector<std::string>{"!\"Can't create a temporary file\""});
 }
 
+// What fails without setting the last error finds an old one there, which may be 0.
+TEST(CreateTemporaryFileOnHostOwnProcess, FailureThatPassesAsASuccessIsReported) {
+  const DirectoryTree tree;
+  host::FailCall("CreateFileW", 1, 0);
+  std::u16string path = tree.Windows();
+  EXPECT_EQ(helpers::CreateTemporaryFile(u"", path), oru::sOk);
+  EXPECT_EQ(tests::ReportedChecks(),
+            (std::vector<std::string>{"!\"Can't create a temporary file\"", "ORU_FAILED(rc)"}));
+}
+
 TEST(CreateTemporaryFileOnHost, FileIsClosedAtOnce) {
   const DirectoryTree tree;
   const std::size_t handles = host::Live().handles;
