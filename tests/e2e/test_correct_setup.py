@@ -2,6 +2,7 @@
 
 import os
 import re
+import shutil
 
 import pipeline
 import products
@@ -88,6 +89,18 @@ class Refusals(PipelineCase):
 
     def testNotAPackageAtAll(self):
         self.check_refusal(f"/installmsi {self.file('p.msi')} {QUIET}", pipeline.SIGNATURE_CHECK_FAILED, dropped=True)
+
+    def testReadOnlyPackageLeavesItsCopy(self):
+        """Settled so: the copy has the package's attributes, and a read-only file isn't deleted."""
+        package = self.folder / "read-only.msi"
+        package.write_bytes(b"not a package\n")
+        package.chmod(0o444)
+        self.load(BRANCH)
+        self.check_code(self.correct(f"/installmsi {self.path_on_c(package)} {QUIET}"), pipeline.SIGNATURE_CHECK_FAILED)
+        dropped = self.unix_path(self.drop_directory())
+        self.addCleanup(shutil.rmtree, dropped)
+        self.assertEqual(os.listdir(dropped), ["read-only.msi"])
+        self.assertEqual(self.records()[-2].split("]")[0], "ScopedRemoveDirectory::~ScopedRemoveDirectory")
 
     def testMissingPackage(self):
         missing = self.path_on_c(self.folder / "missing.msi")

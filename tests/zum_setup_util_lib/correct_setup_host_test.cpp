@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -309,6 +310,35 @@ TEST_F(ResistingDrop, BehindAFailureOfTheRenames) {
   host::FailCall("CommitTransaction", 1, 6800, host::Repeat::kForever);
   ExpectFailure(0xA1780006);
   ExpectRemovalBehind("setup\t[correct_setup::detail::TryCorrectPendingOperations]  end");
+}
+
+// Nothing is quoted, so a directory for temporary files with a blank in its path ends the package's
+// name for the installer in the middle: settled so, and for the caller to rule out. What is checked
+// and what is installed are then two files, with no race between them.
+TEST_F(CorrectSetupOnHost, BlankInTheTemporaryPathNamesAnotherFileToTheInstaller) {
+  const std::filesystem::path folder = host::RootFolder() + "/drive_c/t";
+  std::filesystem::create_directories(folder / "evil.msi EULA=");
+  ::setenv("TMP", "C:\\t\\evil.msi EULA=", 1);
+  EXPECT_EQ(ExecuteCorrectSetup(PipelineMachine::Arguments()), 0u);
+  const std::string checked = host::CallsOf("WinVerifyTrust").at(0).Argument("pFile.pcwszFilePath");
+  EXPECT_TRUE(checked.starts_with("C:\\t\\evil.msi EULA=\\{")) << checked;
+  EXPECT_EQ(PipelineMachine::InstallerRuns(),
+            Names{"/norestart /i " + checked + " /qn SKIPREBOOTPENDING=1|"})
+      << "the package that the installer reads ends at the first blank: C:\\t\\evil.msi";
+  std::filesystem::remove_all(folder);
+}
+
+// The copy has the package's attributes, and a read-only file isn't deleted.
+TEST_F(CorrectSetupOnHost, ReadOnlyPackageLeavesItsCopyBehind) {
+  const std::filesystem::path package = host::RootFolder() + "/drive_c/pkg/p.msi";
+  std::filesystem::permissions(package, std::filesystem::perms::owner_read);
+  EXPECT_EQ(ExecuteCorrectSetup(PipelineMachine::Arguments()), 0u);
+  EXPECT_EQ(PipelineMachine::DropDirectories(), 1u);
+  EXPECT_EQ(ExecuteCorrectSetup(PipelineMachine::Arguments()), 0u);
+  EXPECT_EQ(PipelineMachine::DropDirectories(), 2u);
+  EXPECT_EQ(CountOf("setup\t[correct_setup::helpers::TryExecuteWithRepeat] try repeat execution: "
+                    "count 10:10"),
+            2u);
 }
 
 TEST_F(CorrectSetupOnHost, PackageOfTheUserStays) {
