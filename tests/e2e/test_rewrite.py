@@ -102,6 +102,14 @@ class Rewrite(MachineCase):
                                    "update PackageNameNotExist for key = C3"])
 
     @only_on("windows")
+    def testRunWithoutRightsIsCompletedAndRepairsNothing(self):
+        """As a plain user meets the keys: all of them can be read, and none may be written to."""
+        branch = products.product("A1", products.MARKED, products.MARKED_NAME)
+        branch |= products.product("B2", products.MARKED, products.MARKED_NAME)
+        before, expected, updates = self.check_rewrite(branch, [USER_DATA, CLASSES, *branch])
+        self.assertEqual((expected, updates), (before, []))
+
+    @only_on("windows")
     def testManyProductsAreAllRewritten(self):
         branch = {}
         for number in range(300):
