@@ -65,7 +65,8 @@ struct TokenFacts {
 winapi::Dword AskSize(winapi::Handle token, int informationClass) {
   winapi::Dword size = 0;
   // Fails for want of a buffer by design; the size is what counts.
-  (void)winapi::GetTokenInformation(token, informationClass, nullptr, 0, &size);
+  (void)winapi::GetTokenInformation(token, informationClass, /*information=*/nullptr, /*length=*/0,
+                                    &size);
   return size;
 }
 
@@ -104,8 +105,8 @@ Buffer BuildDacl(const TokenFacts& facts) {
   // S-1-5-18: 8 bytes and one number of 4.
   std::array<std::uint8_t, 12> systemSid{};
   winapi::Dword usedBytesForSystemSid = systemSid.size();
-  Require(winapi::CreateWellKnownSid(winapi::kWinLocalSystemSid, nullptr, systemSid.data(),
-                                     &usedBytesForSystemSid),
+  Require(winapi::CreateWellKnownSid(winapi::kWinLocalSystemSid, /*domain=*/nullptr,
+                                     systemSid.data(), &usedBytesForSystemSid),
           __LINE__,
           "CreateWellKnownSid(WinLocalSystemSid, nullptr, &systemSid, &usedBytesForSystemSid)");
   const winapi::Dword systemSidSize = winapi::GetLengthSid(systemSid.data());

@@ -149,8 +149,9 @@ void VerifyPackage(const std::u16string& path) {
 
 std::u16string GetCertificateDescription(const winapi::CertContext* certificate) {
   winapi::Dword type = 1;
-  const winapi::Dword size = windows_helpers::CertGetNameStringW(
-      certificate, winapi::kCertNameFriendlyDisplayType, /*flags=*/0, &type, nullptr, 0);
+  const winapi::Dword size =
+      windows_helpers::CertGetNameStringW(certificate, winapi::kCertNameFriendlyDisplayType,
+                                          /*flags=*/0, &type, /*name=*/nullptr, /*size=*/0);
   if (size == 0) return {};
   const LocalText text(size);
   // The call is made for a null buffer too, and its result doesn't count.

@@ -158,7 +158,7 @@ void CompactString::AllocateBlock(size_type n) {
   ORU_CHECK(n < capacity_including_null_char);
   char* const block = memory::allocate_elements<char>(allocator, capacity_including_null_char);
   if (block == nullptr) throw std::bad_alloc();
-  MakeLong(block, 0, capacity_including_null_char);
+  MakeLong(block, /*size=*/0, capacity_including_null_char);
 }
 
 // An empty string that has grown from this one's capacity to `size`, which is above it.

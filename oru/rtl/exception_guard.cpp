@@ -91,7 +91,7 @@ ResultCode ExceptionGuard(ITracer* tracer, const char* prefix) noexcept {
 }
 
 ResultCode ExceptionGuard() noexcept {
-  return ExceptionGuard(static_cast<ITracer*>(nullptr), kTraceLevelError, nullptr);
+  return ExceptionGuard(static_cast<ITracer*>(nullptr), kTraceLevelError, /*prefix=*/nullptr);
 }
 
 ResultCode ExceptionGuard(IServiceLocator* locator, std::uint32_t level,

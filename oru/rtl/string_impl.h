@@ -56,7 +56,7 @@ basic_string_t<CharT>::basic_string_t(const CharT* first, size_type count,
   // With the terminator the characters couldn't be counted in 32 bits. Shorter texts that are too
   // long are found by the block's making.
   if (count == 0xFFFFFFFF) throw std::length_error("oru::basic_string_t constructor");
-  if (count > inline_capacity) MoveToBlock(count, 0, nullptr);
+  if (count > inline_capacity) MoveToBlock(count, /*kept=*/0, /*keeper=*/nullptr);
   append(first, count);
 }
 
@@ -104,7 +104,7 @@ void basic_string_t<CharT>::clear() noexcept {
 
 template <typename CharT>
 void basic_string_t<CharT>::push_back(CharT character) {
-  append(1, character);
+  append(/*n=*/1, character);
 }
 
 template <typename CharT>
@@ -144,7 +144,7 @@ basic_string_t<CharT>& basic_string_t<CharT>::assign(const CharT* first, size_ty
   if (first == nullptr) n = 0;
   block_keeper<CharT> keeper;
   // Nothing of the old text is kept by a growth, so the source may have to come out of the keeper.
-  ReserveBehind(0, n, &keeper);
+  ReserveBehind(/*kept=*/0, n, &keeper);
   if (n != 0) traits::move(m_data, first, n);
   SetSize(n);
   return *this;
@@ -165,10 +165,10 @@ basic_string_t<CharT>& basic_string_t<CharT>::insert(size_type pos, const CharT*
   // A keeper doesn't serve here: within the capacity the gap moves the source where it stands.
   if (Overlaps(first, n)) {
     const basic_string_t source(first, n, m_allocator);
-    resize_extra_at(n, pos, 0);
+    resize_extra_at(n, pos, /*replaced=*/0);
     traits::copy(m_data + pos, source.m_data, n);
   } else {
-    resize_extra_at(n, pos, 0);
+    resize_extra_at(n, pos, /*replaced=*/0);
     traits::copy(m_data + pos, first, n);
   }
   return *this;
@@ -192,7 +192,7 @@ template <typename CharT>
 void basic_string_t<CharT>::reserve(size_type n) {
   if (n <= m_capacity) return;
   if (n > max_size()) throw std::length_error("oru::basic_string_t::reserve");
-  MoveToBlock(n, m_size, nullptr);
+  MoveToBlock(n, m_size, /*keeper=*/nullptr);
 }
 
 template <typename CharT>
@@ -210,14 +210,14 @@ void basic_string_t<CharT>::resize_extra_at(size_type n, size_type pos, size_typ
     CharT* const block = AllocateBlock(capacity);
     traits::copy(block, m_data, pos);
     traits::copy(block + pos + n, tail, behind);
-    ReplaceBlock(block, capacity, nullptr);
+    ReplaceBlock(block, capacity, /*keeper=*/nullptr);
   }
   SetSize(kept + n);
 }
 
 template <typename CharT>
 CharT* basic_string_t<CharT>::resize_for_overwrite(size_type n) {
-  resize_extra_at(n, 0, m_size);
+  resize_extra_at(n, /*pos=*/0, m_size);
   return m_data;
 }
 

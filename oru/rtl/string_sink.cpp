@@ -58,7 +58,7 @@ String16& operator<<(String16& sink, const char16_t* text) { return sink.append(
 String16& operator<<(String16& sink, std::u16string_view text) { return sink.append(text); }
 String16& operator<<(String16& sink, const String16& text) { return sink.append(text.view()); }
 String16& operator<<(String16& sink, const char* text) {
-  detail::AppendWidened(sink, LimitedText(text, -1), detail::DecodeAnsi);
+  detail::AppendWidened(sink, LimitedText(text, /*limit=*/-1), detail::DecodeAnsi);
   return sink;
 }
 String16& operator<<(String16& sink, std::int16_t value) { return AppendDecimal(sink, value); }

@@ -36,21 +36,21 @@ unsigned EncodeUtf8(std::uint32_t codePoint, char (&bytes)[4]) noexcept {
   }
   if (codePoint < 0x800) {
     bytes[0] = static_cast<char>(0xC0 | (codePoint >> 6));
-    bytes[1] = Continuation(codePoint, 0);
+    bytes[1] = Continuation(codePoint, /*shift=*/0);
     return 2;
   }
   if (codePoint < 0x10000) {
     bytes[0] = static_cast<char>(0xE0 | (codePoint >> 12));
-    bytes[1] = Continuation(codePoint, 6);
-    bytes[2] = Continuation(codePoint, 0);
+    bytes[1] = Continuation(codePoint, /*shift=*/6);
+    bytes[2] = Continuation(codePoint, /*shift=*/0);
     return 3;
   }
   // No pair stands for such a number, so only a decoder other than DecodeUtf16 can bring one here.
   if (codePoint >= 0x110000) return 0;
   bytes[0] = static_cast<char>(0xF0 | (codePoint >> 18));
-  bytes[1] = Continuation(codePoint, 12);
-  bytes[2] = Continuation(codePoint, 6);
-  bytes[3] = Continuation(codePoint, 0);
+  bytes[1] = Continuation(codePoint, /*shift=*/12);
+  bytes[2] = Continuation(codePoint, /*shift=*/6);
+  bytes[3] = Continuation(codePoint, /*shift=*/0);
   return 4;
 }
 

@@ -26,7 +26,7 @@ TraceStream& operator<<(TraceStream& stream, const char* text) noexcept {
 }
 
 TraceStream& operator<<(TraceStream& stream, std::string_view text) noexcept {
-  stream.InsertPadded(text, 0);
+  stream.InsertPadded(text, /*prefix=*/0);
   return stream;
 }
 

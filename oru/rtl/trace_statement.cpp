@@ -70,7 +70,8 @@ bool IsTraceLevelAllowed(ITracer* tracer, std::uint32_t level) noexcept {
   const LastErrorKeeper keeper;
   try {
     // That one code only: a tracer that writes nothing answers with another failure.
-    return tracer != nullptr && tracer->ReserveRecord(level, nullptr, 0) == errTraceLevelOk;
+    return tracer != nullptr &&
+           tracer->ReserveRecord(level, /*buffer=*/nullptr, /*size=*/0) == errTraceLevelOk;
   } catch (...) {
     return false;
   }

@@ -42,7 +42,9 @@ Reading ReadOnce(const RegKey& key, const char16_t* name, char16_t* data,
 }
 
 // The gap that this opens lies over the whole storage and keeps what was read into it.
-void SetSize(oru::String16& value, std::uint32_t n) { value.resize_extra_at(n, 0, 0); }
+void SetSize(oru::String16& value, std::uint32_t n) {
+  value.resize_extra_at(n, /*pos=*/0, /*replaced=*/0);
+}
 void SetSize(CharacterArray& value, std::uint32_t n) noexcept { value.set_size(n); }
 
 template <typename Target>

@@ -30,10 +30,10 @@ Formatted<std::uint16_t> Padded(const std::uint16_t& value, std::int32_t width) 
 // The fields as they were refused: a month of 13 is shown as that.
 String16 DescribeRefusedDate(const winapi::SystemTime& time) {
   String16 text;
-  text << u"Cannot convert system time to file time: " << Padded(time.wYear, 4) << u"-"
-       << Padded(time.wMonth, 2) << u"-" << Padded(time.wDay, 2) << u" " << Padded(time.wHour, 2)
-       << u":" << Padded(time.wMinute, 2) << u":" << Padded(time.wSecond, 2) << u"."
-       << Padded(time.wMilliseconds, 3);
+  text << u"Cannot convert system time to file time: " << Padded(time.wYear, /*width=*/4) << u"-"
+       << Padded(time.wMonth, /*width=*/2) << u"-" << Padded(time.wDay, /*width=*/2) << u" "
+       << Padded(time.wHour, /*width=*/2) << u":" << Padded(time.wMinute, /*width=*/2) << u":"
+       << Padded(time.wSecond, /*width=*/2) << u"." << Padded(time.wMilliseconds, /*width=*/3);
   return text;
 }
 

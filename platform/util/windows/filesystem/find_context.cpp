@@ -20,10 +20,12 @@ constexpr std::size_t kLongPathFrom = 247;
 // The absolute form of a path, with the long-path prefix unless it is rooted by itself.
 oru::ResultCode GetAbsolutePath(std::u16string_view path, std::u16string& absolute) {
   const std::u16string source(path);
-  const winapi::Dword size = winapi::GetFullPathNameW(source.c_str(), 0, nullptr, nullptr);
+  const winapi::Dword size = winapi::GetFullPathNameW(source.c_str(), /*size=*/0,
+                                                      /*buffer=*/nullptr, /*filePart=*/nullptr);
   if (size == 0) return oru::LastFailure();
   std::u16string text(size, u'\0');
-  const winapi::Dword length = winapi::GetFullPathNameW(source.c_str(), size, text.data(), nullptr);
+  const winapi::Dword length =
+      winapi::GetFullPathNameW(source.c_str(), size, text.data(), /*filePart=*/nullptr);
   // The current directory may change between the two calls.
   if (length == 0 || length >= size) return oru::errUnspecified;
   text.resize(length);

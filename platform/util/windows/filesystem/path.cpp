@@ -29,7 +29,7 @@ std::size_t SkipServerAndShare(std::u16string_view path, std::size_t position) n
 // The end of a rooted path's root: server and share, behind "UNC" too, a drive with its separator,
 // or one component behind a prefix.
 std::size_t SkipRoot(std::u16string_view path) noexcept {
-  if (!HasLongPathPrefix(path)) return SkipServerAndShare(path, 2);
+  if (!HasLongPathPrefix(path)) return SkipServerAndShare(path, /*position=*/2);
   const std::size_t behindPrefix = kLongPathPrefix.size();
   const std::u16string_view rest = path.substr(behindPrefix);
   if (rest.starts_with(u"UNC")) {

@@ -23,7 +23,7 @@ winapi::Dword AskSystemDirectory(char16_t* buffer, winapi::Dword size, std::uint
 }  // namespace
 
 std::u16string GetSystemFilesDirectory() {
-  const winapi::Dword size = AskSystemDirectory(nullptr, 0, __LINE__);
+  const winapi::Dword size = AskSystemDirectory(/*buffer=*/nullptr, /*size=*/0, __LINE__);
   std::u16string directory(size, u'\0');
   const winapi::Dword length = AskSystemDirectory(directory.data(), size, __LINE__);
   // A longer answer than the first is the size that it would take, with nothing written: what is
