@@ -5,9 +5,16 @@
 // Errors that all operations on paths share: 2 for a missing file, 3 for a missing directory on the
 // way to it, an empty path, a missing drive, or a path of 260 characters and more (the terminator
 // isn't counted: 259 pass) without the prefix "\\?\", 123 for a name with a character that none may
-// have or of more than 255, 5 where access is denied, 32 for a file that somebody else holds open.
+// have or of more than 255, 5 where access is denied, 32 for a file that somebody holds open and
+// doesn't share so. A file that was deleted while a handle of it was open keeps its name until the
+// last one is closed, and nothing can be done with the name then (5); its directory isn't empty.
+// (Windows 10 takes the name away at once.)
 //
-// The host leaves out shares, devices, streams, short names and the access lists of files.
+// Full stops and blanks at the very end of a path fall away. Inside a path they belong to the
+// names, but for one full stop that stands alone at a name's end.
+//
+// The host leaves out shares, devices, streams, short names and the access lists of files, and it
+// knows of files that other processes hold open only what a test says.
 #ifndef WINAPI_FILES_H_
 #define WINAPI_FILES_H_
 
@@ -45,9 +52,9 @@ struct FindData {
 };
 
 // Opens `stream` for output, binary, truncating, on a 16-bit path, so that other processes may open
-// the file for reading and writing at the same time (not for deleting). An operation beyond
-// Windows' own: the standard library has a wide overload on Windows only. On failure `stream` isn't
-// open.
+// the file for reading and writing at the same time (not for deleting, which the host allows: it
+// doesn't learn when a stream is closed). An operation beyond Windows' own: the standard library
+// has a wide overload on Windows only. On failure `stream` isn't open.
 void OpenOutputStream(std::ofstream& stream, const char16_t* path);
 
 // Only the form that the product uses is part of the contract: access 0, share mode 0, no security,
@@ -72,7 +79,8 @@ void OpenOutputStream(std::ofstream& stream, const char16_t* path);
 [[nodiscard]] Bool CreateDirectoryW(const char16_t* path,
                                     const SecurityAttributes* security) noexcept;
 // An empty directory, or a link to one, of which only the link goes. 145 for one that isn't empty,
-// 267 for a file, 32 for the current directory.
+// 267 for a file, 32 for the current directory and for one with an open search, one for a single
+// name and one at its end included (Wine lets go of these two).
 [[nodiscard]] Bool RemoveDirectoryW(const char16_t* path) noexcept;
 // kInvalidFileAttributes on failure. A symbolic link of the host shows as a reparse point, with the
 // directory bit where it leads to a directory; a file without the write bit of its owner is
@@ -94,12 +102,15 @@ void OpenOutputStream(std::ofstream& stream, const char16_t* path);
 // The following give a length in characters without the terminator, or, where the buffer of `size`
 // characters is too small, the size needed with it.
 
-// `filePart` may be null. An empty path gives 0 and sets no last error.
+// `filePart` may be null. An empty path and one of blanks give 0 with 123 (Wine leaves the last
+// error as it was).
 [[nodiscard]] Dword GetFullPathNameW(const char16_t* path, Dword size, char16_t* buffer,
                                      char16_t** filePart) noexcept;
 // Without a trailing separator but for a root.
 [[nodiscard]] Dword GetCurrentDirectoryW(Dword size, char16_t* buffer) noexcept;
-// With a trailing separator. On success the rest of the buffer becomes zero.
+// With a trailing separator. On success the rest of the buffer becomes zero. The directory that TMP
+// names, else TEMP, else the user's own; nothing is made, so it may be missing. The host takes only
+// variables that lie on C:.
 [[nodiscard]] Dword GetTempPathW(Dword size, char16_t* buffer) noexcept;
 // Without a trailing separator.
 [[nodiscard]] Dword GetSystemDirectoryW(char16_t* buffer, Dword size) noexcept;

@@ -69,9 +69,9 @@ inline constexpr Guid kWintrustActionGenericVerifyV2 = {
 // each, a failed one too. Gives 0 for a trusted signature and else a status, negative for the
 // verdicts; for a file that can't be opened the error, which is positive under Wine and on the host
 // (2, 3, 5) and 0x80092003 on Windows. Sets the state's handle and, where it opened the file, the
-// file's. `window` is the owner of dialogs, or InvalidHandleValue() for none. The host knows the
-// one action above, files alone and no dialog, and looks at no signature: the verdict is the
-// test's.
+// file's: that handle keeps everybody from writing to the file and deleting it, not from reading
+// it. `window` is the owner of dialogs, or InvalidHandleValue() for none. The host knows the one
+// action above, files alone and no dialog, and looks at no signature: the verdict is the test's.
 using WinVerifyTrustFunction = std::int32_t(WINAPI_STDCALL*)(Handle window, const Guid* action,
                                                              WintrustData* data);
 // What the provider knows by a state that isn't closed; null where it knows nothing. Belongs to the

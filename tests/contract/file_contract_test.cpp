@@ -256,6 +256,22 @@ TEST_F(FileContract, FullStopsAndBlanksAtTheEndFallAway) {
   EXPECT_FALSE(Has(u"x"));
 }
 
+// Inside a path they belong to the name, but for one full stop that stands alone.
+TEST_F(FileContract, FullStopsAndBlanksInsideStay) {
+  MakeDirectory(u"a");
+  const NamedPath cases[] = {
+      {"full stop", Windows(u"a.\\x"), 0},
+      {"blank", Windows(u"a \\x"), 3},
+      {"full stops and blanks", Windows(u"a. .\\x"), 3},
+      {"full stops", Windows(u"a...\\x"), 3},
+      {"nothing but full stops", Windows(u"...\\a\\x"),
+       Expected(3u, 123u, "takes a full stop off a name of full stops")},
+      {"blank and separator at the end", Windows(u"a \\"), 123},
+  };
+  for (const NamedPath& one : cases) EXPECT_EQ(one.error, CreateNew(one.path)) << one.name;
+  EXPECT_TRUE(Has(u"a/x"));
+}
+
 TEST_F(FileContract, ADotInFrontOfANameMeansNothing) {
   Write(u".file", "");
   MakeDirectory(u".folder");

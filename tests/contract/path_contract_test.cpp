@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -57,6 +58,8 @@ void ExpectSizes(const char* name, const Operation& operation, char16_t behind =
   }
 }
 
+const char* const kDropsOneStop = "drops one of several full stops at the end of an inner name";
+
 TEST(PathContract, FullPaths) {
   const tests::TemporaryFolder folder;
   std::filesystem::create_directories(folder.Path() / "one" / "two");
@@ -94,6 +97,13 @@ TEST(PathContract, FullPaths) {
       {"only another drive", u"Q:", u"Q:\\"},
       {"full stops and blanks at the end", u"D:\\a. .", u"D:\\a"},
       {"full stop inside", u"D:\\a.\\b", u"D:\\a\\b"},
+      {"full stops inside", u"D:\\a..\\b",
+       tests::Expected<std::u16string>(u"D:\\a..\\b", u"D:\\a.\\b", kDropsOneStop)},
+      {"nothing but full stops inside", u"D:\\...\\b",
+       tests::Expected<std::u16string>(u"D:\\...\\b", u"D:\\..\\b", kDropsOneStop)},
+      {"blank inside", u"D:\\a \\b", u"D:\\a \\b"},
+      {"blanks and full stops inside", u"D:\\a. .\\b", u"D:\\a. \\b"},
+      {"blank and separator at the end", u"D:\\a \\", u"D:\\a \\"},
       {"blank behind a separator", u"D:\\a\\ ", u"D:\\a\\"},
       {"wildcards", u"D:\\a*\\?", u"D:\\a*\\?"},
       {"share", u"\\\\server\\share\\a\\..\\b", u"\\\\server\\share\\b"},
@@ -109,13 +119,14 @@ TEST(PathContract, FullPaths) {
   });
 }
 
-TEST(PathContract, FullPathOfNothingSetsNoLastError) {
+TEST(PathContract, FullPathOfNothing) {
   for (const char16_t* path : {u"", u" "}) {
     char16_t buffer[300] = {u'?'};
     winapi::SetLastError(kUntouched);
     EXPECT_EQ(0u, winapi::GetFullPathNameW(path, 0, nullptr, nullptr));
     EXPECT_EQ(0u, winapi::GetFullPathNameW(path, 300, buffer, nullptr));
-    EXPECT_EQ(kUntouched, winapi::GetLastError());
+    EXPECT_EQ(tests::Expected(123u, kUntouched, "sets no last error for an empty path"),
+              winapi::GetLastError());
     EXPECT_EQ(u'?', buffer[0]);
   }
 }
@@ -144,6 +155,38 @@ TEST(PathContract, TemporaryDirectory) {
   EXPECT_TRUE(path.ends_with(u'\\'));
   EXPECT_EQ(0x10u, winapi::GetFileAttributesW(path.c_str()));
   ExpectSizes("temporary directory", winapi::GetTempPathW, /*behind=*/u'\0');
+}
+
+// The variable that the system looks at first, for a while.
+class TemporaryVariable {
+ public:
+  explicit TemporaryVariable(const std::string& value) {
+    const char* before = std::getenv("TMP");
+    if (before != nullptr) m_before = before;
+    Set(value);
+  }
+  TemporaryVariable(const TemporaryVariable&) = delete;
+  TemporaryVariable& operator=(const TemporaryVariable&) = delete;
+  ~TemporaryVariable() { Set(m_before); }
+
+ private:
+  static void Set(const std::string& value) {  // an empty one is none
+#ifdef _WIN32
+    EXPECT_EQ(0, ::_putenv(("TMP=" + value).c_str()));
+#else
+    EXPECT_EQ(0, value.empty() ? ::unsetenv("TMP") : ::setenv("TMP", value.c_str(), 1));
+#endif
+  }
+
+  std::string m_before;
+};
+
+TEST(PathContract, TheTemporaryDirectoryIsNotMade) {
+  const TemporaryVariable variable("C:\\zum none");
+  EXPECT_EQ(u"C:\\zum none\\", TempPath());
+  winapi::SetLastError(kUntouched);
+  EXPECT_EQ(winapi::kInvalidFileAttributes, winapi::GetFileAttributesW(u"C:\\zum none"));
+  EXPECT_EQ(2u, winapi::GetLastError());
 }
 
 TEST(PathContract, SystemDirectory) {

@@ -6,6 +6,7 @@
 
 #include "tests/contract/difference.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/unix_shell.h"
 #include "winapi/errors.h"
 #include "winapi/files.h"
 #include "winapi/handles.h"
@@ -287,6 +288,30 @@ TEST(DescriptorContract, ADirectoryIsMadeWithOne) {
   EXPECT_NE(0, winapi::RemoveDirectoryW(path.c_str()));
 }
 
+// A list without an entry keeps everybody out. Wine turns a list into the bits of the system below,
+// which don't stop its superuser.
+TEST(DescriptorContract, AnAccessListCounts) {
+  const tests::TemporaryFolder folder;
+  const std::u16string path = folder.WindowsPath() + u"\\made";
+  List dacl(8);
+  ASSERT_NE(0, winapi::InitializeAcl(dacl.Get(), 8, 2));
+  winapi::SecurityDescriptor descriptor{};
+  ASSERT_NE(0, winapi::InitializeSecurityDescriptor(&descriptor, 1));
+  ASSERT_NE(0, winapi::SetSecurityDescriptorDacl(&descriptor, 1, dacl.Get(), 0));
+  const winapi::SecurityAttributes security{winapi::kSecurityAttributesSize, &descriptor, 0};
+  const bool superuser = tests::RunUnixShell(folder.Path(), "test $(id -u) = 0");
+  const winapi::Error made =
+      ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), &security); });
+  EXPECT_EQ(tests::Expected(0u, superuser ? 0u : 5u, "fails though it made the directory"), made);
+  const winapi::Error inside =
+      ErrorOf([&] { return winapi::CreateDirectoryW((path + u"\\x").c_str(), nullptr); });
+  const winapi::Error real =
+      tests::Expected(5u, superuser ? 0u : 5u, "an access list doesn't stop the superuser below");
+  EXPECT_EQ(tests::ExpectedUnlessHost(real, 0u, "it keeps access lists and never looks at them"),
+            inside);
+  EXPECT_TRUE(tests::RunUnixShell(folder.Path(), "chmod -R u+rwx made"));
+}
+
 TEST(DescriptorContract, ADirectoryIsNotMadeWithABadOne) {
   const tests::TemporaryFolder folder;
   const std::u16string path = folder.WindowsPath() + u"\\made";
@@ -306,7 +331,7 @@ TEST(DescriptorContract, SizeOfTheAttributes) {
     const winapi::SecurityAttributes security{size, nullptr, 0};
     const winapi::Error error =
         ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), &security); });
-    EXPECT_EQ(tests::Expected(87u, 0u, "doesn't look at the attributes' size, nor does Windows"),
+    EXPECT_EQ(tests::ExpectedUnlessHost(0u, 87u, "it refuses another size of the attributes"),
               error)
         << size;
     EXPECT_EQ(error == 0, winapi::RemoveDirectoryW(path.c_str()) != 0) << size;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "tests/contract/difference.h"
 #include "winapi/errors.h"
 #include "winapi/strings.h"
 
@@ -41,6 +42,17 @@ TEST(StringContract, OnlyLettersHaveACase) {
   EXPECT_NE(0, winapi::lstrcmpiW(u"[", u"{"));
   EXPECT_NE(0, winapi::lstrcmpiW(u"@", u"`"));
   EXPECT_NE(0, winapi::lstrcmpiW(u"0", u"P"));
+}
+
+// The real systems compare by weights, and some characters have none. So "/q" with a soft hyphen
+// counts as the silent switch, though the installer doesn't know it.
+TEST(StringContract, CharactersWithoutWeight) {
+  const auto compare = [](const char16_t* a) { return Sign(winapi::lstrcmpiW(a, u"/q")); };
+  EXPECT_EQ(tests::ExpectedUnlessHost(0, 1, "it knows no weights, so a soft hyphen counts"),
+            compare(u"/q\u00AD"));
+  for (const char16_t* weighty : {u"/q\u200B", u"/q\u0301", u"/q\u0001", u"/q-"}) {
+    EXPECT_EQ(1, compare(weighty)) << static_cast<unsigned>(weighty[2]);
+  }
 }
 
 TEST(LocalMemoryContract, ABlock) {

@@ -6,6 +6,7 @@ Both have the same face: `load` a registry branch, `dump` it, `run` the program 
 import dataclasses
 import os
 import pathlib
+import pwd
 import shutil
 import subprocess
 import tempfile
@@ -160,6 +161,8 @@ class HostMachine(Machine):
         self.root = self.folder / "host"
         self.root.mkdir()
         self.file = self.root / "registry.reg"
+        # A drive C: that is there is left as it is, and the tests make it: so it needs this, too.
+        (self.drive_c / "users" / pwd.getpwuid(os.geteuid()).pw_name / "Temp").mkdir(parents=True)
         self.clear()
 
     @property

@@ -53,6 +53,47 @@ class Rehearsal(MachineCase):
         self.assertEqual(self.machine.run("tool.exe /unblock").status, 3)
 
 
+@only_on("native")
+class LostChanges(MachineCase):
+    """The corrected registry can't be written back: the run isn't done, whatever it printed."""
+
+    def setUp(self):
+        super().setUp()
+        self.load(MARKED_BRANCH)
+        self.before = self.machine.file.read_bytes()
+        self.obstacle = self.machine.file.with_name("registry.reg.new")
+        self.obstacle.mkdir()
+
+    def check_lost(self, outcome):
+        self.assertEqual((outcome.status, outcome.output), (1, COMPLETED))
+        self.assertRegex(outcome.errors.decode(), r"registry\.reg: .*: the file stays as it was, without the last changes")
+        self.assertEqual(self.machine.file.read_bytes(), self.before)
+
+    def testRunThatChangesNothingHasNothingToLose(self):
+        self.check_completed(self.machine.run("tool.exe"))
+
+    def testStatusIsNotThatOfASuccess(self):
+        self.check_lost(self.machine.run("tool.exe /unblock"))
+
+    def testTraceIsWhole(self):
+        self.check_lost(self.machine.run(f"tool.exe {self.trace_option} /unblock"))
+        self.assertEqual(self.trace_records()[-1], ("INF", "zs_util\t[main] exit with result = 0x00000000"))
+
+
+@only_on("native")
+class LinkedFile(MachineCase):
+    def testFileBehindALinkIsWrittenThere(self):
+        self.load(MARKED_BRANCH)
+        target = self.machine.file.with_name("elsewhere.reg")
+        self.machine.file.rename(target)
+        self.machine.file.symlink_to(target.name)
+        before = self.machine.dump()
+        self.check_completed(self.machine.run("tool.exe /unblock"))
+        self.assertTrue(self.machine.file.is_symlink())
+        self.assertFalse(target.is_symlink())
+        self.check_branch(self.machine.dump(), registry_rule.rewrite(before)[0])
+
+
 DAMAGES = {
     "OtherHeader": ("REGEDIT9\r\n", 1),
     "ValueOutsideAKey": ("Windows Registry Editor Version 5.00\r\n\r\n\"a\"=\"b\"\r\n", 3),

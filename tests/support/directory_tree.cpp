@@ -29,8 +29,12 @@ std::filesystem::path ToLocal(const std::u16string& windowsPath) {
 #ifdef _WIN32
   return windowsPath;
 #else
-  std::string file;
-  return winapi::host::HostPath(windowsPath, file) == 0 ? file : std::string();
+  std::u16string full;
+  if (winapi::host::FullPath(windowsPath, full) != 0) return {};
+  std::replace(full.begin(), full.end(), u'\\', u'/');
+  const std::string drive =
+      full[0] == u'C' ? winapi::host::RootFolder() + "/drive_c" : std::string();
+  return std::filesystem::path(drive).concat(full.begin() + 2, full.end());
 #endif
 }
 

@@ -12,7 +12,8 @@
 
 namespace tests {
 
-// The file that a path of the seam means, as the test's own standard library sees it.
+// The file that a path of the seam means, as the test's own standard library sees it; natively in
+// the path's own letters.
 [[nodiscard]] std::filesystem::path ToLocal(const std::u16string& windowsPath);
 
 // Throws std::runtime_error for a file that can't be read.

@@ -14,15 +14,21 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using MaybeBytes = std::optional<Bytes>;
 
+// The binary forms. An identifier is its revision, the number of its parts, six bytes of authority
+// and four a part; a list is a head (Acl) with the entries behind it, each with its own size.
+// Nothing is aligned but by luck, so whatever is wider than a byte is copied out and in.
 constexpr std::uint8_t kSidRevision = 1;
 constexpr std::size_t kSidHead = 8;
 constexpr std::uint8_t kMaxSubAuthorities = 15;
-constexpr std::uint8_t kLowestAclRevision = 2;
-constexpr std::uint8_t kHighestAclRevision = 4;
+constexpr std::uint8_t kLowestAclRevision = 2;  // ACL_REVISION
+constexpr std::uint8_t kHighestAclRevision =
+    4;  // ACL_REVISION_DS, for entries of a directory service
 constexpr std::uint8_t kAccessAllowedAceType = 0;
 constexpr std::uint8_t kMandatoryLabelAceType = 0x11;
-constexpr Dword kMandatoryPolicies = 7;
+constexpr Dword kMandatoryPolicies = 7;  // no write up, no read up, no execute up
 
+// Bits of a descriptor's control word. A list counts only with its "present" bit; "present" and
+// null admits everybody, which is the opposite of an empty list.
 constexpr std::uint16_t kDaclPresent = 0x0004;
 constexpr std::uint16_t kDaclDefaulted = 0x0008;
 constexpr std::uint16_t kSaclPresent = 0x0010;
@@ -45,7 +51,9 @@ bool HasValidHead(const Acl& acl) {
          acl.AclSize >= sizeof(Acl);
 }
 
-// Where the next entry would go; nullopt for a list that is damaged.
+// A list has no mark at its end: the sizes in it are all there is to go by, so each is held against
+// the list's own before it is believed. Where the next entry would go; nullopt for a list that is
+// damaged.
 std::optional<std::size_t> EndOfEntries(const Acl& acl) {
   if (!HasValidHead(acl)) return std::nullopt;
   std::size_t end = sizeof(Acl);
@@ -59,6 +67,8 @@ std::optional<std::size_t> EndOfEntries(const Acl& acl) {
   return end;
 }
 
+// The identifier is looked at first and the room last, so a damaged list never tells of its room. A
+// list takes the higher revision of what is put into it.
 Error AddEntry(Acl* acl, Dword revision, AceHead head, const void* sid) {
   const std::size_t sidLength = host::SidLength(sid);
   if (sidLength == 0) return kErrorInvalidSid;
@@ -80,6 +90,8 @@ Error AddEntry(Acl* acl, Dword revision, AceHead head, const void* sid) {
 
 Bool Answer(Error error) { return error == kErrorSuccess ? 1 : host::FailWith(error, Bool{0}); }
 
+// The self-relative form has offsets where this one has addresses; to follow them would read
+// anywhere.
 Error CheckDescriptor(const SecurityDescriptor& descriptor) {
   if (descriptor.Revision != kSecurityDescriptorRevision) return kErrorUnknownRevision;
   return (descriptor.Control & kSelfRelative) != 0 ? kErrorInvalidDescriptor : kErrorSuccess;
@@ -89,6 +101,7 @@ void SetBits(std::uint16_t& control, std::uint16_t bits, bool set) {
   control = static_cast<std::uint16_t>(set ? control | bits : control & ~bits);
 }
 
+// What isn't used of the list is kept too: the product's bytes are compared as it wrote them.
 Error CaptureList(const Acl* acl, bool present, MaybeBytes& captured) {
   if (!present || acl == nullptr) return kErrorSuccess;
   if (!EndOfEntries(*acl)) return kErrorInvalidAcl;
@@ -152,6 +165,7 @@ Dword GetLengthSid(void* sid) noexcept {
   return static_cast<Dword>(length);
 }
 
+// Whether it fits or not, the caller learns the size.
 Bool CreateWellKnownSid(int type, void* domain, void* sid, Dword* size) noexcept {
   constexpr std::uint8_t kLocalSystem[] = {1, 1, 0, 0, 0, 0, 0, 5, 18, 0, 0, 0};
   host::Call call("CreateWellKnownSid");
@@ -168,6 +182,7 @@ Bool CreateWellKnownSid(int type, void* domain, void* sid, Dword* size) noexcept
   return 1;
 }
 
+// Only the head is written; what stands behind it is the caller's memory as it was.
 Bool InitializeAcl(Acl* acl, Dword size, Dword revision) noexcept {
   host::Call call("InitializeAcl");
   call.Argument("acl", acl).Argument("size", size).Argument("revision", revision);
@@ -205,6 +220,7 @@ Bool InitializeSecurityDescriptor(SecurityDescriptor* descriptor, Dword revision
   return 1;
 }
 
+// Without "present" the address in the descriptor stays, as on Windows: the bit alone decides.
 Bool SetSecurityDescriptorDacl(SecurityDescriptor* descriptor, Bool present, Acl* dacl,
                                Bool defaulted) noexcept {
   host::Call call("SetSecurityDescriptorDacl");

@@ -23,7 +23,8 @@
 #include "winapi/host/control.h"
 #include "winapi/host/handle_table.h"
 #include "winapi/host/last_error.h"
-#include "winapi/host/paths.h"
+#include "winapi/host/locate.h"
+#include "winapi/host/plain_file.h"
 #include "winapi/host/text.h"
 
 namespace winapi {
@@ -31,6 +32,7 @@ namespace {
 
 using host::WaitOutcome;
 
+// What GetExitCodeProcess tells of a crash is a status of the kernel.
 // The code of a program that ended by a signal: what its like ends with on Windows.
 Dword CodeOfSignal(int signal) {
   switch (signal) {
@@ -106,6 +108,7 @@ std::vector<std::shared_ptr<Process>>& StartedPrograms() {
   return programs;
 }
 
+// posix_spawn looks at the file itself: a text without an interpreter's line is no program.
 Error ErrorOfSpawn(int error) {
   switch (error) {
     case ENOMEM:
@@ -138,9 +141,9 @@ class SpawnActions {
 };
 
 Error Start(const char16_t* application, const char16_t* commandLine, pid_t& id) {
-  std::string program;
-  if (const Error error = host::HostPath(application, program); error != 0) return error;
-  if (const Error error = host::ErrorOfFile(program); error != 0) return error;
+  host::PlainFile file;
+  if (const Error error = host::OpenPlainFile(application, file); error != 0) return error;
+  std::string program = host::HostPath(file.location);
   std::string line = commandLine == nullptr ? std::string() : host::ToUtf8(commandLine);
   char* const arguments[] = {program.data(), commandLine == nullptr ? nullptr : line.data(),
                              nullptr};
@@ -150,6 +153,7 @@ Error Start(const char16_t* application, const char16_t* commandLine, pid_t& id)
   return error == 0 ? kErrorSuccess : ErrorOfSpawn(error);
 }
 
+// The product must hand over zeros: what isn't used may mean something to a later Windows.
 bool IsZeroButForTheSize(const StartupInfo& info) {
   const void* const pointers[] = {info.lpReserved, info.lpDesktop,  info.lpTitle,  info.lpReserved2,
                                   info.hStdInput,  info.hStdOutput, info.hStdError};
@@ -177,6 +181,7 @@ void LogStructures(host::Call& call, const StartupInfo* startup,
   if (information != nullptr) call.Argument("information", IsZero(*information) ? "zero" : "set");
 }
 
+// Only for RunningPrograms; those that have ended are let go here, so that the list stays short.
 void Remember(const std::shared_ptr<Process>& process) {
   std::erase_if(StartedPrograms(),
                 [](const auto& earlier) { return earlier->HasEnded(/*waits=*/false); });

@@ -9,62 +9,38 @@
 #include "winapi/errors.h"
 #include "winapi/files.h"
 #include "winapi/host/call.h"
+#include "winapi/host/file_content.h"
 #include "winapi/host/file_descriptor.h"
 #include "winapi/host/file_rules.h"
+#include "winapi/host/file_status.h"
 #include "winapi/host/last_error.h"
 #include "winapi/host/locate.h"
+#include "winapi/host/open_files.h"
+#include "winapi/host/plain_file.h"
 
 namespace winapi {
 namespace {
 
 using host::FileDescriptor;
 
-bool IsSameFile(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-// The file to be copied, links followed.
-Error OpenSource(const char16_t* path, FileDescriptor& file, struct stat& data) {
-  host::Location location;
-  if (const Error error = host::Locate(path, location); error != 0) return error;
-  if (location.endsInSeparator && !location.isRoot) return kErrorInvalidName;
-  if (::fstatat(location.folder.Get(), location.name.c_str(), &data, 0) != 0) {
-    return host::ErrorOfErrno(errno);
-  }
-  if (!S_ISREG(data.st_mode)) return kErrorAccessDenied;
-  if (host::IsLocked(data)) return kErrorSharingViolation;
-  file =
-      FileDescriptor(::openat(location.folder.Get(), location.name.c_str(), O_RDONLY | O_CLOEXEC));
-  return file.IsOpen() ? kErrorSuccess : host::ErrorOfErrno(errno);
-}
-
 // What speaks against writing over the file at the target.
 Error CheckOldTarget(const struct stat& target, const struct stat& source, bool failIfExists) {
+  if (host::IsGoing(target)) return kErrorAccessDenied;
   if (failIfExists) return kErrorFileExists;
   if (!S_ISREG(target.st_mode)) return kErrorAccessDenied;
-  if (IsSameFile(target, source) || host::IsLocked(target)) return kErrorSharingViolation;
+  if (host::IsSameFile(target, source)) return kErrorSharingViolation;
+  if (const Error error = host::ErrorOfChanging(target); error != 0) return error;
   return (target.st_mode & S_IWUSR) == 0 ? kErrorAccessDenied : kErrorSuccess;
 }
 
 Error CheckTarget(const host::Location& location, const struct stat& source, bool failIfExists) {
-  if (location.endsInSeparator && !location.isRoot) return kErrorInvalidName;
+  if (location.endsInSeparator) return kErrorInvalidName;
   struct stat target = {};
   if (::fstatat(location.folder.Get(), location.name.c_str(), &target, 0) == 0) {
     return CheckOldTarget(target, source, failIfExists);
   }
   if (errno != ENOENT) return host::ErrorOfErrno(errno);
   return host::IsReadOnly(location.folder) ? kErrorAccessDenied : kErrorSuccess;
-}
-
-Error WriteAll(const FileDescriptor& file, const char* data, std::size_t bytes) {
-  while (bytes > 0) {
-    const ssize_t written = ::write(file.Get(), data, bytes);
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return host::ErrorOfErrno(errno);
-    data += written;
-    bytes -= static_cast<std::size_t>(written);
-  }
-  return kErrorSuccess;
 }
 
 Error CopyContent(const FileDescriptor& from, const FileDescriptor& to) {
@@ -74,8 +50,9 @@ Error CopyContent(const FileDescriptor& from, const FileDescriptor& to) {
     if (bytes == 0) return kErrorSuccess;
     if (bytes < 0 && errno == EINTR) continue;
     if (bytes < 0) return host::ErrorOfErrno(errno);
-    const Error error = WriteAll(to, buffer.data(), static_cast<std::size_t>(bytes));
-    if (error != kErrorSuccess) return error;
+    if (!host::WriteAll(to, {buffer.data(), static_cast<std::size_t>(bytes)})) {
+      return host::ErrorOfErrno(errno);
+    }
   }
 }
 
@@ -91,18 +68,22 @@ Error CopyTraits(const struct stat& source, const FileDescriptor& to) {
   return ::futimens(to.Get(), times.data()) == 0 ? kErrorSuccess : host::ErrorOfErrno(errno);
 }
 
+// The source is opened before the target is looked at, so a missing source is told first, as on
+// Windows. The target is written in place: a reader of the old file sees it change, also as on
+// Windows.
 Error Copy(const char16_t* from, const char16_t* to, bool failIfExists) {
-  FileDescriptor source;
-  struct stat data = {};
+  host::PlainFile source;
   host::Location location;
-  if (const Error error = OpenSource(from, source, data); error != 0) return error;
+  if (const Error error = host::OpenPlainFile(from, source); error != 0) return error;
   if (const Error error = host::Locate(to, location); error != 0) return error;
-  if (const Error error = CheckTarget(location, data, failIfExists); error != 0) return error;
+  if (const Error error = CheckTarget(location, source.data, failIfExists); error != 0) {
+    return error;
+  }
   const FileDescriptor target(::openat(location.folder.Get(), location.name.c_str(),
                                        O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
   if (!target.IsOpen()) return host::ErrorOfErrno(errno);
-  Error error = CopyContent(source, target);
-  if (error == kErrorSuccess) error = CopyTraits(data, target);
+  Error error = CopyContent(source.descriptor, target);
+  if (error == kErrorSuccess) error = CopyTraits(source.data, target);
   // Half a copy doesn't stay.
   if (error != kErrorSuccess) (void)::unlinkat(location.folder.Get(), location.name.c_str(), 0);
   return error;

@@ -16,8 +16,10 @@
 #include "winapi/host/call.h"
 #include "winapi/host/control.h"
 #include "winapi/host/file_rules.h"
+#include "winapi/host/file_status.h"
 #include "winapi/host/last_error.h"
 #include "winapi/host/locate.h"
+#include "winapi/host/open_files.h"
 #include "winapi/host/paths.h"
 #include "winapi/host/reset.h"
 #include "winapi/host/text.h"
@@ -54,17 +56,21 @@ void KeepDescriptor(std::u16string_view fullPath, MaybeDescriptor descriptor) {
   if (descriptor) all.byPath.emplace(key, std::move(*descriptor));
 }
 
+// mkdir alone would do, but for the order: the host's system would tell "read-only" first, Windows
+// tells that the name is taken.
 Error MakeDirectory(const host::Location& location, mode_t mode) {
   host::FileStatus status;
   if (location.isRoot) return kErrorAccessDenied;
-  if (host::StatusOf(location.folder, location.name, status) == kErrorSuccess) {
-    return kErrorAlreadyExists;
+  if (host::StatusOf(location, status) == kErrorSuccess) {
+    return host::IsGoing(status.data) ? kErrorAccessDenied : kErrorAlreadyExists;
   }
   if (host::IsReadOnly(location.folder)) return kErrorAccessDenied;
   if (::mkdirat(location.folder.Get(), location.name.c_str(), mode) == 0) return kErrorSuccess;
   return errno == EEXIST ? kErrorAlreadyExists : host::ErrorOfErrno(errno);
 }
 
+// A directory with an access list isn't open to others: that is all the host makes of the list.
+// Windows enforces it, entry by entry; here a test reads it back.
 Error Create(const char16_t* path, const SecurityAttributes* security) {
   MaybeDescriptor descriptor;
   if (security != nullptr && security->nLength != kSecurityAttributesSize) {
@@ -82,24 +88,23 @@ Error Create(const char16_t* path, const SecurityAttributes* security) {
   return error;
 }
 
+// Windows holds the current directory open. By number, since it may be reached by another path.
 bool IsCurrentDirectory(const struct stat& directory) {
   struct stat current = {};
-  return ::stat(".", &current) == 0 && current.st_dev == directory.st_dev &&
-         current.st_ino == directory.st_ino;
+  return ::stat(".", &current) == 0 && host::IsSameFile(current, directory);
 }
 
+// "Not empty" comes from the host's own system, last of all. Files that are deleted but still open
+// are among what makes a directory not empty.
 Error Remove(const char16_t* path) {
   host::Location location;
   host::FileStatus status;
   if (const Error error = host::Locate(path, location); error != 0) return error;
-  if (const Error error = host::StatusOf(location.folder, location.name, status); error != 0) {
-    return error;
-  }
+  if (const Error error = host::StatusOf(location, status); error != 0) return error;
   if (!status.isDirectory) return kErrorNotADirectory;
   if (location.isRoot || host::IsReadOnly(location.folder)) return kErrorAccessDenied;
-  if (host::IsLocked(status.data) || IsCurrentDirectory(status.data)) {
-    return kErrorSharingViolation;
-  }
+  if (IsCurrentDirectory(status.data)) return kErrorSharingViolation;
+  if (const Error error = host::ErrorOfChanging(status.data); error != 0) return error;
   // Of a link only the link goes.
   const int flags = status.isLink ? 0 : AT_REMOVEDIR;
   if (::unlinkat(location.folder.Get(), location.name.c_str(), flags) == 0) return kErrorSuccess;

@@ -13,10 +13,13 @@
 namespace winapi {
 namespace {
 
+// Each thread's own, 0 at its start. Only the operations here set it: the host's errno is another
+// thing.
 constinit thread_local Error lastError = kErrorSuccess;
 
 constexpr Error kResourceLanguageNotFound = 1815;  // ERROR_RESOURCE_LANG_NOT_FOUND
 
+// Apart from the process heap: LocalFree must not take what HeapAlloc gave.
 host::Blocks& LocalHeap() {
   static host::Blocks& heap = *new host::Blocks(host::liveCounters.localBlocks);
   return heap;

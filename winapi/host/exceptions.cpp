@@ -14,6 +14,7 @@
 namespace winapi {
 namespace {
 
+// In the order in which they are asked.
 struct Chain {
   struct Entry {
     std::uintptr_t number;  // never used twice, so a stale handle finds nothing

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace winapi::host {
@@ -11,6 +12,7 @@ namespace winapi::host {
 class FileDescriptor {
  public:
   FileDescriptor() = default;
+  // A negative number, as the system calls give it for a failure, is none.
   explicit FileDescriptor(int descriptor) : m_descriptor(descriptor) {}
   FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(other.Release()) {}
   FileDescriptor& operator=(FileDescriptor&& other) noexcept {
@@ -19,8 +21,11 @@ class FileDescriptor {
   }
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
+  // Leaves errno alone, so that a caller can still tell why what it did with the file failed.
   ~FileDescriptor() {
+    const int saved = errno;
     if (IsOpen()) ::close(m_descriptor);
+    errno = saved;
   }
 
   [[nodiscard]] bool IsOpen() const { return m_descriptor >= 0; }

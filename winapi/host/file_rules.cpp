@@ -12,6 +12,7 @@
 #include "winapi/errors.h"
 #include "winapi/host/call.h"
 #include "winapi/host/control.h"
+#include "winapi/host/file_status.h"
 #include "winapi/host/locate.h"
 #include "winapi/host/reset.h"
 
@@ -49,9 +50,8 @@ class FileSet {
   };
 
   std::vector<Entry>::iterator Find(const struct stat& file) {
-    return std::find_if(m_files.begin(), m_files.end(), [&file](const Entry& entry) {
-      return entry.file.st_dev == file.st_dev && entry.file.st_ino == file.st_ino;
-    });
+    return std::find_if(m_files.begin(), m_files.end(),
+                        [&file](const Entry& entry) { return IsSameFile(entry.file, file); });
   }
 
   std::mutex m_mutex;
@@ -69,11 +69,12 @@ FileSet& ReadOnlyFolders() {
 }
 
 // Puts the file of that path into the set or takes it out of it.
+// Of a link it is the link itself that is locked, as an operation sees it that doesn't follow it.
 bool Change(FileSet& set, std::u16string_view path, bool contained) {
   Location location;
   FileStatus status;
   if (Locate(std::u16string(path).c_str(), location) != kErrorSuccess) return false;
-  if (StatusOf(location.folder, location.name, status) != kErrorSuccess) return false;
+  if (StatusOf(location, status) != kErrorSuccess) return false;
   if (!contained) {
     set.Remove(status.data);
     return true;

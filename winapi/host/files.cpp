@@ -1,89 +1,94 @@
 #include "winapi/files.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <memory>
-#include <string>
-#include <string_view>
 #include <utility>
 
 #include "winapi/errors.h"
 #include "winapi/host/call.h"
 #include "winapi/host/file_descriptor.h"
 #include "winapi/host/file_rules.h"
+#include "winapi/host/file_status.h"
 #include "winapi/host/handle_table.h"
 #include "winapi/host/last_error.h"
 #include "winapi/host/locate.h"
-#include "winapi/host/paths.h"
+#include "winapi/host/open_files.h"
 
 namespace winapi {
 namespace {
 
-class OpenFile final : public host::KernelObject {
+// What a handle of CreateFileW stands for.
+class FileHandle final : public host::KernelObject {
  public:
-  explicit OpenFile(host::FileDescriptor descriptor) : m_descriptor(std::move(descriptor)) {}
+  FileHandle(host::FileDescriptor descriptor, const struct stat& file)
+      : m_descriptor(std::move(descriptor)), m_hold(file, host::OpenFile::Sharing::kEverything) {}
 
  private:
   host::FileDescriptor m_descriptor;
+  host::OpenFile m_hold;
 };
 
-// The mapping drops a separator at the end, and a file of that name could be opened.
-bool NamesFolder(std::u16string_view path) { return path.ends_with(u'\\') || path.ends_with(u'/'); }
-
+// By the host's own path, since a stream takes no descriptor.
 bool OpenPath(std::ofstream& stream, const char16_t* path) {
-  std::string hostPath;
-  if (path == nullptr || NamesFolder(path)) return false;
-  if (host::HostPath(path, hostPath) != kErrorSuccess) return false;
-  stream.open(hostPath, std::ios::out | std::ios::binary | std::ios::trunc);
+  host::Location location;
+  host::FileStatus status;
+  if (host::Locate(path, location) != kErrorSuccess || location.endsInSeparator) return false;
+  if (host::StatusOf(location, status) == kErrorSuccess &&
+      host::ErrorOfChanging(status.data) != kErrorSuccess) {
+    return false;
+  }
+  stream.open(host::HostPath(location), std::ios::out | std::ios::binary | std::ios::trunc);
   return stream.is_open();
 }
 
-Error CreateNew(const char16_t* path, host::FileDescriptor& file) {
+// The name is looked for first, in any spelling: the host's own exclusive open would take "File"
+// beside "file".
+Error CreateNew(const char16_t* path, host::FileDescriptor& file, struct stat& data) {
   host::Location location;
   host::FileStatus status;
   if (const Error error = host::Locate(path, location); error != 0) return error;
-  if (location.endsInSeparator && !location.isRoot) return kErrorInvalidName;
-  if (host::StatusOf(location.folder, location.name, status) == kErrorSuccess) {
-    return kErrorFileExists;
+  if (location.endsInSeparator) return kErrorInvalidName;
+  if (host::StatusOf(location, status) == kErrorSuccess) {
+    return host::IsGoing(status.data) ? kErrorAccessDenied : kErrorFileExists;
   }
   if (host::IsReadOnly(location.folder)) return kErrorAccessDenied;
   file = host::FileDescriptor(::openat(location.folder.Get(), location.name.c_str(),
                                        O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-  return file.IsOpen() ? kErrorSuccess : host::ErrorOfErrno(errno);
+  return file.IsOpen() && ::fstat(file.Get(), &data) == 0 ? kErrorSuccess
+                                                          : host::ErrorOfErrno(errno);
 }
 
+// A link to a directory is refused as a directory, though only the link would go: so does Windows.
 Error Delete(const char16_t* path) {
   host::Location location;
   host::FileStatus status;
   if (const Error error = host::Locate(path, location); error != 0) return error;
-  if (location.endsInSeparator && !location.isRoot) return kErrorInvalidName;
-  if (const Error error = host::StatusOf(location.folder, location.name, status); error != 0) {
-    return error;
-  }
+  if (location.endsInSeparator) return kErrorInvalidName;
+  if (const Error error = host::StatusOf(location, status); error != 0) return error;
   if (status.isDirectory) return kErrorAccessDenied;
-  if (host::IsLocked(status.data)) return kErrorSharingViolation;
+  if (const Error error = host::ErrorOfChanging(status.data); error != 0) return error;
   const bool readOnly = (host::AttributesOf(status) & kFileAttributeReadOnly) != 0;
   if (readOnly || host::IsReadOnly(location.folder)) return kErrorAccessDenied;
-  return ::unlinkat(location.folder.Get(), location.name.c_str(), 0) == 0
-             ? kErrorSuccess
-             : host::ErrorOfErrno(errno);
+  return host::DeleteOpenFile(location, status.data);
 }
 
 Error FindAttributes(const char16_t* path, Dword& attributes) {
   host::Location location;
   host::FileStatus status;
   if (const Error error = host::Locate(path, location); error != 0) return error;
-  if (const Error error = host::StatusOf(location.folder, location.name, status); error != 0) {
-    return error;
-  }
+  if (const Error error = host::StatusOf(location, status); error != 0) return error;
   if (location.endsInSeparator && !status.isDirectory) return kErrorInvalidName;
+  if (host::IsGoing(status.data)) return kErrorAccessDenied;
   attributes = host::AttributesOf(status);
   return kErrorSuccess;
 }
 
 }  // namespace
 
+// A stream tells nothing of why, so the error of a failed open gets lost here.
 void OpenOutputStream(std::ofstream& stream, const char16_t* path) {
   host::Call call("OpenOutputStream");
   call.Argument("path", path);
@@ -103,10 +108,11 @@ Handle CreateFileW(const char16_t* path, Dword access, Dword share,
     return host::FailWith(kErrorInvalidParameter, InvalidHandleValue());
   }
   host::FileDescriptor file;
-  if (const Error error = CreateNew(path, file); error != 0) {
+  struct stat data = {};
+  if (const Error error = CreateNew(path, file, data); error != 0) {
     return host::FailWith(error, InvalidHandleValue());
   }
-  return host::OpenHandle(std::make_shared<OpenFile>(std::move(file)));
+  return host::OpenHandle(std::make_shared<FileHandle>(std::move(file), data));
 }
 
 Bool DeleteFileW(const char16_t* path) noexcept {

@@ -1,7 +1,7 @@
 // Directory searches: entries are read in portions, and a folder that is read to its end isn't held
 // open, so that a deep tree doesn't use up the process's file descriptors and a large folder needs
 // no memory for all of its names.
-#include <dirent.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -18,9 +18,12 @@
 #include "winapi/files.h"
 #include "winapi/host/call.h"
 #include "winapi/host/clock.h"
+#include "winapi/host/file_status.h"
+#include "winapi/host/folder_stream.h"
 #include "winapi/host/last_error.h"
 #include "winapi/host/live.h"
 #include "winapi/host/locate.h"
+#include "winapi/host/open_files.h"
 #include "winapi/host/paths.h"
 #include "winapi/host/text.h"
 
@@ -30,6 +33,8 @@ namespace {
 constexpr std::size_t kPortion = 256;
 constexpr Dword kSymbolicLinkTag = 0xA000000C;  // IO_REPARSE_TAG_SYMLINK
 
+// With its status at the time of the reading: what happens to a file behind it isn't told, as on
+// Windows.
 struct Entry {
   std::u16string name;
   host::FileStatus status;
@@ -68,6 +73,7 @@ FileTime TimeOf(const timespec& time) {
           .dwHighDateTime = static_cast<Dword>(ticks >> 32)};
 }
 
+// A name of more than 259 characters is cut; the host has none, its limit is 255 bytes.
 void Fill(const Entry& entry, FindData& data) {
   const struct stat& status = entry.status.data;
   const std::uint64_t size =
@@ -90,20 +96,20 @@ class Search {
   Error OpenFolder(const host::FileDescriptor& folder, std::u16string mask, bool isRoot) {
     m_mask = std::move(mask);
     if (m_mask == u"*.*") m_mask.resize(1);  // all, also those without a full stop
-    host::FileDescriptor readable = host::OpenForReading(folder);
-    if (!readable.IsOpen()) return host::ErrorOfErrno(errno);
-    m_stream.reset(::fdopendir(readable.Release()));
-    if (m_stream == nullptr) return host::ErrorOfErrno(errno);
+    m_stream = host::FolderStream(folder);
+    if (!m_stream.IsOpen()) return host::ErrorOfErrno(errno);
+    Hold(folder);
     if (isRoot) return kErrorSuccess;
-    Add(folder, ".");
-    Add(folder, "..");
+    Add(folder.Get(), ".");
+    Add(folder.Get(), "..");
     return kErrorSuccess;
   }
 
   // The one entry of that name.
   void OpenName(const host::FileDescriptor& folder, const std::string& name) {
     m_mask.assign(1, u'*');
-    Add(folder, name);
+    Hold(folder);
+    Add(folder.Get(), name);
   }
 
   // 18 when there are no more, else what stops the reading.
@@ -118,12 +124,15 @@ class Search {
   }
 
  private:
-  struct CloseStream {
-    void operator()(DIR* stream) const { ::closedir(stream); }
-  };
+  // Whatever is searched for, Windows opens the folder for it.
+  void Hold(const host::FileDescriptor& folder) {
+    struct stat data = {};
+    if (::fstat(folder.Get(), &data) != 0) return;  // can't be, of an open one
+    m_hold = host::OpenFile(data, host::OpenFile::Sharing::kReading);
+  }
 
   // Files that have gone meanwhile are passed over.
-  void Add(const host::FileDescriptor& folder, const std::string& name) {
+  void Add(int folder, const std::string& name) {
     Entry entry{.name = host::ToUtf16(name), .status = {}};
     if (!MatchesMask(entry.name, m_mask)) return;
     if (host::StatusOf(folder, name, entry.status) != kErrorSuccess) return;
@@ -131,28 +140,26 @@ class Search {
   }
 
   Error ReadPortion() {
-    if (m_stream == nullptr) return kErrorSuccess;
-    const host::FileDescriptor folder(::dup(::dirfd(m_stream.get())));
-    if (!folder.IsOpen()) return host::ErrorOfErrno(errno);
-    while (m_ready.size() < kPortion) {
-      errno = 0;
-      const dirent* entry = ::readdir(m_stream.get());
+    while (m_stream.IsOpen() && m_ready.size() < kPortion) {
+      const dirent* entry = m_stream.Next();
       if (entry == nullptr) {
         const int number = errno;
-        m_stream.reset();
+        m_stream.Close();
         return number == 0 ? kErrorSuccess : host::ErrorOfErrno(number);
       }
       const std::string_view name(entry->d_name);
-      if (name != "." && name != "..") Add(folder, entry->d_name);
+      if (name != "." && name != "..") Add(m_stream.Descriptor(), entry->d_name);
     }
     return kErrorSuccess;
   }
 
   std::u16string m_mask;
-  std::unique_ptr<DIR, CloseStream> m_stream;  // null when it is read to its end
+  host::FolderStream m_stream;  // closed when it is read to its end
+  host::OpenFile m_hold;        // to the end of the search
   std::deque<Entry> m_ready;
 };
 
+// Searches have handles of their own, which CloseHandle refuses as Windows' does.
 struct Table {
   std::mutex mutex;
   std::uintptr_t lastHandle = 0x40000002;  // never that of a kernel object
@@ -214,12 +221,13 @@ Error OpenSearchedFolder(std::u16string_view path, std::u16string& full,
   host::FileStatus status;
   if (error == kErrorPathNotFound &&
       host::Locate(std::u16string(path).c_str(), location) == kErrorSuccess &&
-      host::StatusOf(location.folder, location.name, status) == kErrorSuccess) {
+      host::StatusOf(location, status) == kErrorSuccess) {
     error = kErrorNotADirectory;
   }
   return error;
 }
 
+// Wildcards count in the last component only; elsewhere they are characters that no name may have.
 Error OpenPattern(std::u16string_view pattern, Search& search) {
   const std::size_t begin = LastComponent(pattern);
   const std::u16string_view mask = pattern.substr(begin);

@@ -99,6 +99,7 @@ bool host::CloseObject(Handle handle) {
   return true;
 }
 
+// The object goes even where the close is made to fail; see FailCall (control.h).
 Bool CloseHandle(Handle handle) noexcept {
   host::Call call("CloseHandle");
   call.Argument("handle", handle);

@@ -1,18 +1,19 @@
 #include "winapi/host/locate.h"
 
-#include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstddef>
 #include <iterator>
-#include <memory>
 #include <utility>
 #include <vector>
 
 #include "winapi/errors.h"
-#include "winapi/files.h"
+#include "winapi/host/folder_stream.h"
 #include "winapi/host/paths.h"
 #include "winapi/host/root.h"
 #include "winapi/host/text.h"
@@ -36,14 +37,13 @@ bool Exists(const FileDescriptor& folder, const std::string& name) {
 }
 
 // The name of the file in `folder` that `name` means: its own, else one that differs in case only.
+// Of several such the one that the host lists first: Windows has one at the most.
 std::string FindName(const FileDescriptor& folder, const std::string& name) {
   if (Exists(folder, name)) return name;
-  FileDescriptor readable = OpenForReading(folder);
-  if (!readable.IsOpen()) return name;
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(readable.Release()), ::closedir);
-  if (stream == nullptr) return name;
+  FolderStream stream(folder);
+  if (!stream.IsOpen()) return name;  // what is done with the name will say why
   const std::u16string wanted = ToUtf16(name);
-  while (const dirent* entry = ::readdir(stream.get())) {
+  while (const dirent* entry = stream.Next()) {
     if (EqualIgnoringCase(ToUtf16(entry->d_name), wanted)) return entry->d_name;
   }
   return name;
@@ -56,6 +56,7 @@ Error Enter(FileDescriptor& folder, const std::string& relative) {
   return kErrorSuccess;
 }
 
+// By the host's own spelling where a name is there in several; see FindName.
 Error EnterByAnyCase(FileDescriptor& folder, const std::vector<std::string>& names) {
   for (const std::string& name : names) {
     if (const Error error = Enter(folder, FindName(folder, name)); error != 0) return error;
@@ -82,16 +83,18 @@ std::vector<std::string> NamesOf(std::u16string_view fullPath) {
   return names;
 }
 
+// A machine without a drive C: is a new one, and gets it with what a new Windows has there.
 Error OpenDrive(char16_t drive, FileDescriptor& folder) {
   if (drive != u'C' && drive != u'Z') return kErrorPathNotFound;
   const std::string root = drive == u'C' ? DriveCFolder() : std::string("/");
   folder = FileDescriptor(::open(root.c_str(), kFolderFlags));
-  if (!folder.IsOpen() && errno == ENOENT && MakeFolders(root)) {
+  if (!folder.IsOpen() && errno == ENOENT && MakeDriveC()) {
     folder = FileDescriptor(::open(root.c_str(), kFolderFlags));
   }
   return folder.IsOpen() ? kErrorSuccess : FolderError(errno);
 }
 
+// In pieces, since the host takes no path of any length at once.
 Error EnterAll(FileDescriptor& folder, const std::vector<std::string>& names) {
   std::vector<std::string> chunk;
   std::size_t bytes = 0;
@@ -110,6 +113,8 @@ Error EnterAll(FileDescriptor& folder, const std::vector<std::string>& names) {
 
 }  // namespace
 
+// Only what the operations here can meet; the rest, an I/O error first of all, is "a device
+// attached to the system is not functioning".
 Error ErrorOfErrno(int number) noexcept {
   struct Row {
     int number;
@@ -140,14 +145,9 @@ Error OpenFolder(std::u16string_view fullPath, FileDescriptor& folder) {
   return kErrorSuccess;
 }
 
-FileDescriptor OpenForReading(const FileDescriptor& folder) {
-  return FileDescriptor(::openat(folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
 Error Locate(const char16_t* path, Location& location) {
   const std::u16string_view text = path == nullptr ? std::u16string_view() : path;
   if (const Error error = FullPath(text, location.fullPath); error != 0) return error;
-  location.endsInSeparator = text.ends_with(u'\\') || text.ends_with(u'/');
   if (const Error error = OpenDrive(location.fullPath[0], location.folder); error != 0) {
     return error;
   }
@@ -155,6 +155,7 @@ Error Locate(const char16_t* path, Location& location) {
   location.isRoot = names.empty();
   location.name = std::string(".");
   if (location.isRoot) return kErrorSuccess;
+  location.endsInSeparator = location.fullPath.ends_with(u'\\');
   const std::string name = std::move(names.back());
   names.pop_back();
   if (const Error error = EnterAll(location.folder, names); error != 0) return error;
@@ -162,30 +163,15 @@ Error Locate(const char16_t* path, Location& location) {
   return kErrorSuccess;
 }
 
-Error StatusOf(const FileDescriptor& folder, const std::string& name, FileStatus& status) {
-  FileStatus found;
-  if (::fstatat(folder.Get(), name.c_str(), &found.data, AT_SYMLINK_NOFOLLOW) != 0) {
-    return ErrorOfErrno(errno);
-  }
-  found.isLink = S_ISLNK(found.data.st_mode);
-  found.isDirectory = S_ISDIR(found.data.st_mode);
-  if (found.isLink) {
-    struct stat target = {};
-    found.isDirectory =
-        ::fstatat(folder.Get(), name.c_str(), &target, 0) == 0 && S_ISDIR(target.st_mode);
-  }
-  status = found;
-  return kErrorSuccess;
-}
-
-Dword AttributesOf(const FileStatus& status) noexcept {
-  if (status.isLink) {
-    return kFileAttributeReparsePoint |
-           (status.isDirectory ? kFileAttributeDirectory : kFileAttributeArchive);
-  }
-  if (status.isDirectory) return kFileAttributeDirectory;
-  const bool readOnly = (status.data.st_mode & S_IWUSR) == 0;
-  return kFileAttributeArchive | (readOnly ? kFileAttributeReadOnly : 0);
+std::string HostPath(const Location& location) {
+  char folder[PATH_MAX];
+  const std::string link = "/proc/self/fd/" + std::to_string(location.folder.Get());
+  const ssize_t length = ::readlink(link.c_str(), folder, sizeof folder);
+  if (length <= 0 || length == sizeof folder) return {};
+  std::string path(folder, static_cast<std::size_t>(length));
+  if (location.isRoot) return path;
+  if (path != "/") path += '/';
+  return path + location.name;
 }
 
 }  // namespace winapi::host

@@ -4,8 +4,6 @@
 #ifndef WINAPI_HOST_LOCATE_H_
 #define WINAPI_HOST_LOCATE_H_
 
-#include <sys/stat.h>
-
 #include <string>
 #include <string_view>
 
@@ -15,11 +13,11 @@
 namespace winapi::host {
 
 struct Location {
-  FileDescriptor folder;         // that holds the file
+  FileDescriptor folder;         // that holds the file; good for openat and its like only
   std::string name;              // in it; "." for the root of a drive
   std::u16string fullPath;       // on Windows, see FullPath
   bool isRoot = false;           // of a drive
-  bool endsInSeparator = false;  // the path does, so it can't mean a file
+  bool endsInSeparator = false;  // the path does, and is no root: it can't mean a file
 };
 
 // Whether the file itself is there doesn't matter. Where the folder holds nothing of exactly its
@@ -30,22 +28,9 @@ struct Location {
 // The folder that a full path of FullPath means, for openat and its like; not for reading.
 [[nodiscard]] Error OpenFolder(std::u16string_view fullPath, FileDescriptor& folder);
 
-// For reading the entries of a folder.
-[[nodiscard]] FileDescriptor OpenForReading(const FileDescriptor& folder);
-
-// What is known of a file: of a link, not of what it leads to, but for `isDirectory`.
-struct FileStatus {
-  struct stat data = {};
-  bool isLink = false;
-  bool isDirectory = false;  // it, or what it leads to
-};
-
-// `name` in `folder`. 2 where there is none.
-[[nodiscard]] Error StatusOf(const FileDescriptor& folder, const std::string& name,
-                             FileStatus& status);
-
-// FILE_ATTRIBUTE_...; a file that its owner can't write is read-only.
-[[nodiscard]] Dword AttributesOf(const FileStatus& status) noexcept;
+// The host's own path of a place, with all links of its folder followed, for functions that take no
+// descriptor. Empty where the folder has gone or the host's path is too long for those.
+[[nodiscard]] std::string HostPath(const Location& location);
 
 // The Windows error for a number of errno.
 [[nodiscard]] Error ErrorOfErrno(int number) noexcept;

@@ -47,7 +47,10 @@ Procedure AddressOf(Function* function) {
   return reinterpret_cast<Procedure>(function);
 }
 
-// A deque, so that the addresses, which are the handles, stay.
+// Functions by the modules that Windows has them in. Those that the product calls are the host's
+// own; the others are only looked up, for the entry tables. `isResident`: what every Windows
+// process has from its start, so that it is found without having been loaded. A deque, so that the
+// addresses, which are the handles, stay.
 std::deque<ModuleEntry> MakeModules() {
   return {
       {.name = u"", .procedures = {}},

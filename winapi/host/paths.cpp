@@ -21,8 +21,11 @@ constexpr std::size_t kMaxPath = 260;  // MAX_PATH, which counts the terminator
 
 bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
 
+bool IsBackslash(char16_t unit) { return unit == u'\\'; }
+
 bool IsLetter(char16_t unit) { return Upcase(unit) >= u'A' && Upcase(unit) <= u'Z'; }
 
+// One letter, in any script's sense of case: only A to Z are drives.
 bool HasDrive(std::u16string_view path) {
   return path.size() >= 2 && path[1] == u':' && IsLetter(path[0]);
 }
@@ -40,6 +43,7 @@ std::u16string_view WithoutTail(std::u16string_view name) {
   return name;
 }
 
+// Without the empty ones.
 template <class IsEnd>
 Parts Split(std::u16string_view path, IsEnd isEnd) {
   Parts parts;
@@ -52,19 +56,13 @@ Parts Split(std::u16string_view path, IsEnd isEnd) {
   return parts;
 }
 
-// Adds the parts of a path to `parts`, working off the dots; ".." stays at the root.
-void AddParts(std::u16string_view path, Parts& parts) {
-  for (const std::u16string_view part : Split(path, IsSeparator)) {
-    if (part == u".." && !parts.empty()) parts.pop_back();
-    if (const auto name = WithoutTail(part); !name.empty()) parts.push_back(name);
-  }
-}
-
-// A part as GetFullPathNameW leaves it.
+// A part as Windows leaves it: at a path's very end all full stops and blanks fall away, inside one
+// full stop only, and only where it stands alone. "a ", "a.." and "..." are names there, of files
+// that only the prefix can make.
 std::u16string_view PlainName(std::u16string_view part, bool isLast) {
   if (isLast) return WithoutTail(part);
-  const bool onlyDots = part.find_first_not_of(u'.') == std::u16string_view::npos;
-  return part.ends_with(u'.') && !onlyDots ? part.substr(0, part.size() - 1) : part;
+  const bool endsInOneStop = part.ends_with(u'.') && !part.ends_with(u"..");
+  return endsInOneStop ? part.substr(0, part.size() - 1) : part;
 }
 
 // Appends `rest` to the root `path`, working off the dots; ".." stays at the root.
@@ -102,42 +100,21 @@ std::size_t RootLength(std::u16string_view path) {
   return end;
 }
 
-std::u16string Compose(char16_t drive, const Parts& parts) {
-  std::u16string full = {Upcase(drive), u':'};
-  for (const std::u16string_view part : parts) full.append(u"\\").append(part);
-  if (parts.empty()) full += u'\\';
-  return full;
-}
-
+// Behind the prefix nothing is worked off: the names are those on the disk.
 Error LongPath(std::u16string_view path, std::u16string& full) {
   const std::u16string_view rest = path.substr(kLongPrefix.size());
   if (!HasDrive(rest)) return kErrorPathNotFound;
-  const Parts parts = Split(rest.substr(2), [](char16_t unit) { return unit == u'\\'; });
+  const Parts parts = Split(rest.substr(2), IsBackslash);
   if (!std::all_of(parts.begin(), parts.end(), IsValidName)) return kErrorInvalidName;
   // No file of the host has these names, but its system would work them off.
   if (std::count(parts.begin(), parts.end(), u".") +
       std::count(parts.begin(), parts.end(), u"..")) {
     return kErrorInvalidName;
   }
-  full = Compose(rest[0], parts);
+  full = {Upcase(rest[0]), u':'};
+  for (const std::u16string_view part : parts) full.append(u"\\").append(part);
+  if (parts.empty() || rest.ends_with(u'\\')) full += u'\\';
   return kErrorSuccess;
-}
-
-// The file in `folder` that `name` means.
-std::string FindName(const std::string& folder, std::u16string_view name) {
-  std::string exact = folder + "/" + ToUtf8(name);
-  std::error_code error;
-  if (std::filesystem::symlink_status(exact, error).type() !=
-      std::filesystem::file_type::not_found) {
-    return exact;
-  }
-  std::filesystem::directory_iterator entry(folder.empty() ? "/" : folder, error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    const std::string found = entry->path().filename().string();
-    if (EqualIgnoringCase(ToUtf16(found), name))
-      return std::string(folder).append("/").append(found);
-  }
-  return exact;
 }
 
 // True where `path` is `folder` or lies below it; `rest` is then what follows, with its separator.
@@ -166,6 +143,7 @@ Start StartOf(std::u16string_view path) {
   return {drive, isBehind ? current.substr(2) : std::u16string(), rest};
 }
 
+// Bytes that are no UTF-8 become U+FFFD: such a host path has a Windows path that leads nowhere.
 std::u16string OnDrive(char16_t drive, std::string_view rest) {
   std::u16string path = {drive, u':'};
   path += ToUtf16(rest);
@@ -185,14 +163,11 @@ std::u16string CurrentDirectory() {
 Error FullPath(std::u16string_view path, std::u16string& full) {
   if (path.starts_with(kLongPrefix)) return LongPath(path, full);
   const bool isShare = path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
-  if (path.empty() || isShare) return kErrorPathNotFound;
-  const Start start = StartOf(path);
-  Parts parts;
-  AddParts(start.current, parts);
-  AddParts(start.rest, parts);
+  if (isShare) return kErrorPathNotFound;
+  std::u16string composed = FullPathName(path);
+  if (composed.empty()) return kErrorPathNotFound;
+  const Parts parts = Split(std::u16string_view(composed).substr(2), IsBackslash);
   if (!std::all_of(parts.begin(), parts.end(), IsValidName)) return kErrorInvalidName;
-  std::u16string composed = Compose(start.drive, parts);
-  if (IsSeparator(path.back()) && !parts.empty()) composed += u'\\';
   if (composed.size() >= kMaxPath) return kErrorPathNotFound;
   full = std::move(composed);
   return kErrorSuccess;
@@ -217,31 +192,8 @@ std::u16string FullPathName(std::u16string_view path) {
   return full;
 }
 
-Error HostPath(std::u16string_view path, std::string& hostPath) {
-  std::u16string full;
-  if (const Error error = FullPath(path, full); error != 0) return error;
-  if (full[0] != u'C' && full[0] != u'Z') return kErrorPathNotFound;
-  if (full[0] == u'C' && !MakeFolders(DriveCFolder())) return kErrorPathNotFound;
-  std::string found = full[0] == u'C' ? DriveCFolder() : std::string();
-  const auto isBackslash = [](char16_t unit) { return unit == u'\\'; };
-  for (const std::u16string_view part : Split(std::u16string_view(full).substr(2), isBackslash)) {
-    found = FindName(found, part);
-  }
-  hostPath = found.empty() ? "/" : found;
-  return kErrorSuccess;
-}
-
 bool ReachesLimit(std::u16string_view path, std::size_t limit) {
   return !path.starts_with(kLongPrefix) && FullPathName(path).size() >= limit;
-}
-
-Error ErrorOfFile(const std::string& hostPath) {
-  std::error_code error;
-  const std::filesystem::path file(hostPath);
-  if (std::filesystem::is_directory(file, error)) return kErrorAccessDenied;
-  if (std::filesystem::exists(file, error)) return kErrorSuccess;
-  const bool hasFolder = std::filesystem::is_directory(file.parent_path(), error);
-  return hasFolder ? kErrorFileNotFound : kErrorPathNotFound;
 }
 
 std::u16string WindowsPath(std::string_view hostPath) {

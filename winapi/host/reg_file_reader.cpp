@@ -46,6 +46,7 @@ std::vector<std::uint8_t> DwordData(std::uint32_t number) {
   return data;
 }
 
+// Thrown through the parser's functions, which all end at once and have nothing to release.
 // The first thing wrong; ends the reading.
 struct Damage {
   std::size_t line;
@@ -73,6 +74,8 @@ std::u16string Decode(std::string_view bytes) {
   return text;
 }
 
+// One pass over the text, without going back: each function begins where the one before it stopped,
+// and stops behind what it took. `m_line` is counted along, so that a failure can name it.
 class Parser {
  public:
   explicit Parser(std::u16string_view text) : m_text(text) {}
@@ -156,6 +159,7 @@ class Parser {
   bool m_keySeen = false;
 };
 
+// Told apart from damage where it can be: the older form and an empty file are ordinary mistakes.
 void Parser::ReadHeader() {
   if (m_text.empty()) Fail("the file is empty");
   if (m_text.starts_with(u"REGEDIT4"))
@@ -261,6 +265,7 @@ void Parser::SkipContinuation() {
   if (!SkipToContent()) Fail("the file ends within the value's data");
 }
 
+// The limit on the digits keeps the number inside 32 bits.
 std::uint32_t Parser::ReadHexNumber(std::size_t maxDigits, const char* reason) {
   std::uint32_t number = 0;
   std::size_t digits = 0;
@@ -272,6 +277,7 @@ std::uint32_t Parser::ReadHexNumber(std::size_t maxDigits, const char* reason) {
   return number;
 }
 
+// A missing quote is told of the line where the text begins: where the file ends says nothing.
 std::u16string Parser::ReadQuoted() {
   const std::size_t startLine = m_line;
   std::u16string text;

@@ -26,6 +26,7 @@ std::u16string Hexadecimal(std::uint32_t number, std::size_t digits) {
   return text;
 }
 
+// Line breaks never come here from data (QuotableText refuses them), but names may have them.
 std::u16string Escaped(std::u16string_view text) {
   std::u16string escaped;
   escaped.reserve(text.size());
@@ -56,6 +57,8 @@ std::optional<std::u16string> QuotableText(const RegistryValue& value) {
   return text;
 }
 
+// The whole file as text first: a registry of this size (megabytes at the most) fits, and a file
+// that is written at once is whole or not there.
 class Writer {
  public:
   void Line(std::u16string_view text) { m_text.append(text).append(u"\r\n"); }

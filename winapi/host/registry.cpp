@@ -55,6 +55,7 @@ void RedirectToView(std::vector<std::u16string_view>& parts, Dword rights) {
   parts.insert(parts.begin() + 1, u"WOW6432Node");
 }
 
+// Part by part: of a missing key and a name too long behind it, the missing key is told.
 Error FindBelow(RegistryKeyPtr key, const std::vector<std::u16string_view>& parts,
                 RegistryKeyPtr& result) {
   for (const std::u16string_view part : parts) {
@@ -111,6 +112,7 @@ Error Open(Call& call, Key key, const char16_t* subKey, Dword rights,
   return kErrorSuccess;
 }
 
+// As on Windows a failed open clears the result, so that nobody uses what stood there.
 Error FailOpen(Error error, Key* result) {
   if (result != nullptr) *result = nullptr;
   return error;
@@ -157,6 +159,8 @@ Error GiveScripted(const host::QueryAnswer& answer, Dword* type, std::uint8_t* d
   return answer.error;
 }
 
+// The script is asked before the lock is taken, for it may change the registry, and in any case,
+// though the key may turn out to be none: a test that counts its calls counts the product's.
 Error Query(Key key, const char16_t* name, Dword* type, std::uint8_t* data, Dword* size) {
   const auto scripted = host::AskQueryScript(ViewOf(name), size == nullptr ? 0 : *size);
   RegistryStore& store = RegistryStore::Instance();

@@ -17,6 +17,7 @@ constexpr Dword kAllRights = 0xFFFFFFFF;
 Dword Number(Key key) { return static_cast<Dword>(reinterpret_cast<std::uintptr_t>(key)); }
 
 // Null for the performance data, which is no part of the store.
+// Between HKEY_USERS and HKEY_CURRENT_CONFIG stands the performance data's number.
 RegistryKeyPtr HiveOf(Key key) {
   const auto& hives = RegistryStore::Instance().Tree().Hives();
   switch (Number(key)) {
@@ -56,6 +57,8 @@ bool KeyTable::Remove(Key key) {
   return true;
 }
 
+// In this order: a handle that isn't one, a key that is gone, a transaction that is over, a right
+// that wasn't asked for.
 Error KeyTable::Resolve(Key key, Dword rights, OpenKey& result) const {
   if (IsPredefined(key)) {
     result = {HiveOf(key), kAllRights, nullptr};

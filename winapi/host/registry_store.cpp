@@ -9,11 +9,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 
 #include "winapi/errors.h"
 #include "winapi/host/call.h"
+#include "winapi/host/file_content.h"
 #include "winapi/host/reg_file_reader.h"
 #include "winapi/host/reg_file_writer.h"
 #include "winapi/host/root.h"
@@ -28,55 +30,22 @@ void Tell(const std::string& path, const std::string& reason) {
 // For the failure of the last system call.
 void TellError(const std::string& path) { Tell(path, std::strerror(errno)); }
 
-// A file descriptor that is closed on all ways out, keeping errno.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : m_number(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    const int saved = errno;
-    if (m_number >= 0) (void)::close(m_number);
-    errno = saved;
-  }
-  [[nodiscard]] int Number() const { return m_number; }
-  [[nodiscard]] bool IsOpen() const { return m_number >= 0; }
-
- private:
-  int m_number;
-};
-
-int Open(const std::string& path, int flags) {
+FileDescriptor Open(const std::string& path, int flags) {
   int file = -1;
   do {
     file = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
   } while (file < 0 && errno == EINTR);
-  return file;
+  return FileDescriptor(file);
 }
 
-bool ReadAll(int file, std::string& bytes) {
-  char buffer[65536];
-  for (;;) {
-    const ssize_t count = ::read(file, buffer, sizeof buffer);
-    if (count == 0) return true;
-    if (count > 0) {
-      bytes.append(buffer, static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return false;
-    }
+// The file itself where the path is a link, or a chain of them, whether it is there or not.
+std::filesystem::path BehindLinks(std::filesystem::path path) {
+  constexpr int kMostLinks = 40;  // the host's own limit
+  std::error_code error;
+  for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(path, error); ++i) {
+    path = path.parent_path() / std::filesystem::read_symlink(path, error);
   }
-}
-
-bool WriteAll(int file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(file, bytes.data(), bytes.size());
-    if (count >= 0) {
-      bytes.remove_prefix(static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  return true;
+  return path;
 }
 
 // The new file keeps the old one's access rights.
@@ -86,36 +55,53 @@ void CopyMode(const std::string& path, int file) {
 }
 
 bool WriteNewFile(const std::string& path, const std::string& oldPath, std::string_view bytes) {
-  const Descriptor file(Open(path, O_WRONLY | O_CREAT | O_TRUNC));
+  const FileDescriptor file = Open(path, O_WRONLY | O_CREAT | O_TRUNC);
   if (!file.IsOpen()) return false;
-  CopyMode(oldPath, file.Number());
-  return WriteAll(file.Number(), bytes) && ::fsync(file.Number()) == 0;
+  CopyMode(oldPath, file.Get());
+  return WriteAll(file, bytes) && ::fsync(file.Get()) == 0;
 }
 
 // So that the renaming itself survives a power cut. Some file systems can't; the content is safe
 // anyway.
 void SyncFolder(const std::string& path) {
-  const Descriptor folder(Open(path, O_RDONLY | O_DIRECTORY));
-  if (folder.IsOpen()) (void)::fsync(folder.Number());
+  const FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
+  if (folder.IsOpen()) (void)::fsync(folder.Get());
 }
 
+constexpr const char* kWithoutTheChanges =
+    ": the file stays as it was, without the last changes of the registry";
+
 bool ReplaceFile(const std::string& path, std::string_view bytes) {
-  const std::string temporary = path + ".new";
-  if (!WriteNewFile(temporary, path, bytes) || ::rename(temporary.c_str(), path.c_str()) != 0) {
-    TellError(path);
+  const std::filesystem::path target = BehindLinks(path);
+  const std::string temporary = target.string() + ".new";
+  if (!WriteNewFile(temporary, target, bytes) || ::rename(temporary.c_str(), target.c_str()) != 0) {
+    Tell(path, std::string(std::strerror(errno)) + kWithoutTheChanges);
     (void)::unlink(temporary.c_str());
     return false;
   }
-  SyncFolder(Root());
+  SyncFolder(target.parent_path());
   return true;
 }
 
-void FlushAtExit() {
+// Who has changes that can't be kept hasn't done what its status says. Nothing but the status is
+// different then: this runs behind everything else of the program (see `exitWriter`), and the
+// streams are written out here.
+void FlushAtExit(int status, void* /*unused*/) {
   const SeamMark mark;
   RegistryStore& store = RegistryStore::Instance();
   const auto lock = store.Lock();
-  (void)store.Flush();  // told already; the exit status is the program's own
+  if (!store.MustBeWritten() || store.Flush()) return;
+  (void)std::fflush(nullptr);
+  ::_exit(status == 0 ? EXIT_FAILURE : status);
 }
+
+// Registered before the static objects of the program come into being, so it runs behind their
+// end: what they still change is kept, and what they still write is written when it ends the
+// process. 101 is the first priority that a program may use; those of the tests' machine have it.
+struct ExitWriter {
+  ExitWriter() { (void)::on_exit(FlushAtExit, nullptr); }
+};
+[[maybe_unused]] const ExitWriter exitWriter __attribute__((init_priority(102)));
 
 }  // namespace
 
@@ -128,7 +114,6 @@ Error RegistryStore::Load() {
   if (m_state == State::kUnread) {
     m_state = TakeLock() && ReadFile() ? State::kRead : State::kDamaged;
     m_owner = ::getpid();
-    if (!m_writesAtExit) m_writesAtExit = std::atexit(FlushAtExit) == 0;
   }
   return m_state == State::kRead ? kErrorSuccess : kErrorBadDatabase;
 }
@@ -140,18 +125,18 @@ bool RegistryStore::TakeLock() {
     return false;
   }
   m_lockFile = Open(path, O_RDWR | O_CREAT);
-  int result = m_lockFile < 0 ? -1 : ::flock(m_lockFile, LOCK_EX);
-  while (result != 0 && errno == EINTR) result = ::flock(m_lockFile, LOCK_EX);
+  int result = m_lockFile.IsOpen() ? ::flock(m_lockFile.Get(), LOCK_EX) : -1;
+  while (result != 0 && errno == EINTR) result = ::flock(m_lockFile.Get(), LOCK_EX);
   if (result != 0) TellError(path);
   return result == 0;
 }
 
 bool RegistryStore::ReadFile() {
   const std::string path = RegistryFilePath();
-  const Descriptor file(Open(path, O_RDONLY));
+  const FileDescriptor file = Open(path, O_RDONLY);
   if (!file.IsOpen() && errno == ENOENT) return true;
   std::string bytes;
-  if (!file.IsOpen() || !ReadAll(file.Number(), bytes)) {
+  if (!file.IsOpen() || !ReadAll(file, bytes)) {
     TellError(path);
     return false;
   }
@@ -161,9 +146,12 @@ bool RegistryStore::ReadFile() {
   return false;
 }
 
+bool RegistryStore::MustBeWritten() const {
+  return m_state == State::kRead && m_changed && m_owner == ::getpid();
+}
+
 bool RegistryStore::Flush() {
-  if (m_state != State::kRead || !m_changed || m_owner != ::getpid())
-    return m_state != State::kDamaged;
+  if (!MustBeWritten()) return m_state != State::kDamaged;
   if (!ReplaceFile(RegistryFilePath(), WriteRegFile(m_tree))) return false;
   m_changed = false;
   return true;
@@ -173,8 +161,7 @@ void RegistryStore::Forget() {
   m_tree = RegistryTree();
   m_state = State::kUnread;
   m_changed = false;
-  if (m_lockFile >= 0) (void)::close(m_lockFile);
-  m_lockFile = -1;
+  m_lockFile = FileDescriptor();
 }
 
 }  // namespace winapi::host

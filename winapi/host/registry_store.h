@@ -3,8 +3,13 @@
 // At the first use the lock file is taken, which makes a second process wait until this one ends,
 // and the file is read; no file is an empty registry. When something changed, the file is written
 // anew as a whole at process exit: into a temporary file beside it, synced, and renamed over it, so
-// that a killed run leaves the old file or the new one. A process that is forked off later doesn't
-// write.
+// that a killed run leaves the old file or the new one. Where registry.reg is a link, all of that
+// happens to the file that it leads to; the lock stays the machine's, so two machines that share a
+// file by links don't wait for each other. A process that is forked off later doesn't write.
+//
+// What can't be written back at process exit is told on the standard error stream, and the process
+// ends with 1 where it would have ended with 0. The rights of the old file don't matter to that,
+// those of its folder do, since the file is replaced and not written to.
 //
 // A file that can't be read, or a lock that can't be had, is told once on the standard error
 // stream; each use then fails with 1009, and the file is left alone.
@@ -16,6 +21,7 @@
 #include <mutex>
 #include <string>
 
+#include "winapi/host/file_descriptor.h"
 #include "winapi/host/registry_tree.h"
 #include "winapi/types.h"
 
@@ -34,6 +40,8 @@ class RegistryStore {
   // Empty before Load.
   [[nodiscard]] RegistryTree& Tree() { return m_tree; }
   void MarkChanged() { m_changed = true; }
+  // Something changed that isn't in the file yet, and this is the process that read it.
+  [[nodiscard]] bool MustBeWritten() const;
   // Writes the file when something changed. False, with the reason told, when it couldn't be
   // written.
   bool Flush();
@@ -51,8 +59,7 @@ class RegistryStore {
   RegistryTree m_tree;
   State m_state = State::kUnread;
   bool m_changed = false;
-  bool m_writesAtExit = false;  // the exit handler is registered
-  int m_lockFile = -1;
+  FileDescriptor m_lockFile;
   pid_t m_owner = 0;  // the process that read the file
 };
 

@@ -7,6 +7,7 @@
 namespace winapi::host {
 namespace {
 
+// In the order of the predefined handles' numbers; registry_handles.cpp counts on it.
 constexpr std::u16string_view kHiveNames[] = {u"HKEY_CLASSES_ROOT", u"HKEY_CURRENT_USER",
                                               u"HKEY_LOCAL_MACHINE", u"HKEY_USERS",
                                               u"HKEY_CURRENT_CONFIG"};
@@ -14,6 +15,7 @@ constexpr std::u16string_view kHiveNames[] = {u"HKEY_CLASSES_ROOT", u"HKEY_CURRE
 // Windows' own limit; it also bounds the recursions over a tree.
 constexpr std::size_t kMaxLevels = 512;
 
+// A line of the file holds a key's path, bare.
 bool IsStorable(std::u16string_view name) {
   return name.find_first_of(std::u16string_view(u"\0\r\n", 3)) == std::u16string_view::npos;
 }
@@ -25,6 +27,10 @@ RegistryKeyPtr RegistryKey::Child(std::u16string_view name) const {
   return found == m_children.end() ? nullptr : found->second;
 }
 
+// The system enumerates by number, and a map has no way to its n-th entry but from its start: a
+// walk over 10,000 products would take 50 million steps. So the children stand in a second list
+// too, made at the first question and dropped at each change; a count that differs means that it
+// was dropped.
 RegistryKeyPtr RegistryKey::ChildAt(std::size_t index) {
   if (m_order.size() != m_children.size()) {
     m_order.clear();
@@ -38,6 +44,7 @@ const RegistryValue* RegistryKey::Value(std::u16string_view name) const {
   return found == m_values.end() ? nullptr : &found->second;
 }
 
+// The spelling is that of the first who made it, in the file too.
 RegistryKeyPtr RegistryKey::AddChild(std::u16string_view name) {
   const auto [position, isNew] = m_children.try_emplace(Upcase(name));
   if (isNew) {
@@ -47,6 +54,7 @@ RegistryKeyPtr RegistryKey::AddChild(std::u16string_view name) {
   return position->second;
 }
 
+// Handles may still hold the child; by its mark they learn that it is gone (1018).
 bool RegistryKey::RemoveChild(std::u16string_view name) {
   const auto found = m_children.find(Upcase(name));
   if (found == m_children.end()) return false;
@@ -56,6 +64,7 @@ bool RegistryKey::RemoveChild(std::u16string_view name) {
   return true;
 }
 
+// As on Windows a value that is there keeps its name's spelling, and its place.
 void RegistryKey::SetValue(std::u16string_view name, Dword type, std::vector<std::uint8_t> data) {
   const auto [position, isNew] = m_values.try_emplace(Upcase(name));
   if (isNew) position->second.name = name;
@@ -67,6 +76,7 @@ bool RegistryKey::RemoveValue(std::u16string_view name) {
   return m_values.erase(Upcase(name)) != 0;
 }
 
+// As deep as the tree, which kMaxLevels bounds.
 void RegistryKey::MarkDeleted() {
   m_deleted = true;
   for (const auto& [upper, child] : m_children) child->MarkDeleted();
@@ -92,6 +102,7 @@ RegistryKeyPtr RegistryTree::Find(std::u16string_view path) const {
   return key;
 }
 
+// All names are looked at before the first key is made: a refused path leaves nothing behind.
 RegistryKeyPtr RegistryTree::Create(std::u16string_view path) {
   const std::vector<std::u16string_view> parts = SplitKeyPath(path);
   if (parts.empty() || parts.size() > kMaxLevels) return nullptr;

@@ -33,6 +33,7 @@ std::filesystem::path ConfiguredRoot() {
   return std::filesystem::path(HomeFolder()) / ".local" / "state" / "zum-host";
 }
 
+// Made absolute at once: the current folder may change later.
 std::string SettleRoot() {
   const std::filesystem::path configured = ConfiguredRoot();
   std::error_code error;
@@ -53,6 +54,17 @@ const std::string& Root() {
 std::string RegistryFilePath() { return Root() + "/registry.reg"; }
 std::string RegistryLockPath() { return Root() + "/registry.lock"; }
 std::string DriveCFolder() { return Root() + "/drive_c"; }
+
+std::string UserName() {
+  const passwd* user = ::getpwuid(::geteuid());
+  return user == nullptr || user->pw_name == nullptr ? "user" : user->pw_name;
+}
+
+bool MakeDriveC() {
+  const std::string drive = DriveCFolder();
+  return MakeFolders(drive + "/windows/system32") &&
+         MakeFolders(drive + "/users/" + UserName() + "/Temp");
+}
 
 bool MakeFolders(const std::string& path) {
   std::error_code error;

@@ -14,11 +14,18 @@
 namespace winapi::host {
 
 // All are absolute host paths without a trailing separator, settled at the first call and never
-// destroyed. Nothing is created: who needs a folder makes it.
+// destroyed. Nothing is created by asking.
 [[nodiscard]] const std::string& Root();
 [[nodiscard]] std::string RegistryFilePath();
 [[nodiscard]] std::string RegistryLockPath();
 [[nodiscard]] std::string DriveCFolder();
+
+// The name of the user whose process this is; "user" where the system has none for the number.
+[[nodiscard]] std::string UserName();
+
+// Makes drive_c as a new machine has it: with Windows' system directory and the user's temporary
+// one, which the operations that name them don't make. False when it isn't there afterwards.
+bool MakeDriveC();
 
 // Makes a folder and those above it. False when it isn't there afterwards.
 bool MakeFolders(const std::string& path);

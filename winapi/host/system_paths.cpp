@@ -1,7 +1,4 @@
 // The paths that the system gives.
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
@@ -49,17 +46,6 @@ std::optional<Dword> AskScript(std::string_view operation, Dword size, char16_t*
   return answer.text.empty() ? Dword{0} : Give(answer.text, size, buffer);
 }
 
-// Makes a folder of C: where it is missing.
-void Provide(std::u16string_view path) {
-  std::string hostPath;
-  if (host::HostPath(path, hostPath) == kErrorSuccess) (void)host::MakeFolders(hostPath);
-}
-
-std::u16string UserName() {
-  const passwd* user = ::getpwuid(::geteuid());
-  return user == nullptr || user->pw_name == nullptr ? u"user" : host::ToUtf16(user->pw_name);
-}
-
 // The folder that the variable names, as a host path or a Windows path; empty unless it is on C:.
 std::u16string FromVariable(const char* name) {
   const char* value = std::getenv(name);
@@ -71,17 +57,19 @@ std::u16string FromVariable(const char* name) {
   return isOnC ? path : std::u16string();
 }
 
+// In Windows' order: TMP, TEMP, the user's own. A variable that names a place outside C: is the
+// host user's, set for other programs, and means nothing to the machine that is played here.
 std::u16string TemporaryDirectory() {
   std::u16string path = FromVariable("TMP");
   if (path.empty()) path = FromVariable("TEMP");
-  if (path.empty()) path = u"C:\\users\\" + UserName() + u"\\Temp";
-  Provide(path);
+  if (path.empty()) path = u"C:\\users\\" + host::ToUtf16(host::UserName()) + u"\\Temp";
   if (!path.ends_with(u'\\')) path += u'\\';
   return path;
 }
 
 }  // namespace
 
+// Windows sets 123 where nothing is left of a path; Wine doesn't.
 Dword GetFullPathNameW(const char16_t* path, Dword size, char16_t* buffer,
                        char16_t** filePart) noexcept {
   host::Call call("GetFullPathNameW");
@@ -89,7 +77,7 @@ Dword GetFullPathNameW(const char16_t* path, Dword size, char16_t* buffer,
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Dword{0});
   if (const auto scripted = AskScript("GetFullPathNameW", size, buffer)) return *scripted;
   const std::u16string full = path == nullptr ? std::u16string() : host::FullPathName(path);
-  if (full.empty()) return 0;  // as on Windows the last error doesn't tell of it
+  if (full.empty()) return host::FailWith(kErrorInvalidName, Dword{0});
   const Dword given = Give(full, size, buffer);
   if (filePart == nullptr || given != full.size()) return given;
   const std::size_t name = full.rfind(u'\\') + 1;
@@ -122,7 +110,6 @@ Dword GetSystemDirectoryW(char16_t* buffer, Dword size) noexcept {
   call.Argument("size", size);
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Dword{0});
   if (const auto scripted = AskScript("GetSystemDirectoryW", size, buffer)) return *scripted;
-  Provide(kSystemDirectory);
   return Give(kSystemDirectory, size, buffer);
 }
 

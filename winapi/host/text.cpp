@@ -30,7 +30,9 @@ bool InRange(char32_t point, std::size_t length) {
   return length != 4 || (point >= 0x10000 && point <= 0x10FFFF);
 }
 
-// Decodes at `position` and moves it on: over one byte where the sequence is bad.
+// By hand, since no library at hand takes lone surrogates, which names of keys and files have on
+// Windows: iconv refuses them, and the standard library's conversion is deprecated. Decodes at
+// `position` and moves it on: over one byte where the sequence is bad.
 bool DecodeOne(std::string_view text, std::size_t& position, char32_t& point) {
   const unsigned first = ByteAt(text, position);
   const std::size_t length = AnnouncedLength(first);
@@ -78,8 +80,10 @@ void AppendUtf8(std::string& text, char32_t point) {
   add(0x80 | (point & 0x3F));
 }
 
-// Upper-case letters that lie `distance` below their lower-case ones, and ranges in which they take
-// turns, the upper one first.
+// Tables rather than a library's: Windows' own mapping stands still, for the names on disk depend
+// on it, while ICU's and the C library's grow with each Unicode (Georgian, Cherokee) and map "ı"
+// and "ſ" to ASCII. Upper-case letters that lie `distance` below their lower-case ones, and ranges
+// in which they take turns, the upper one first.
 struct ShiftedRange {
   char16_t first, last;  // lower case
   int distance;

@@ -25,6 +25,7 @@ using std::chrono::year_month_day;
 
 constexpr std::uint64_t kTicksPerMillisecond = host::kTicksPerSecond / 1000;
 constexpr std::uint64_t kTicksPerDay = 86400 * host::kTicksPerSecond;
+// File times count from here; the proleptic Gregorian calendar of std::chrono is Windows' own.
 constexpr sys_days kFirstDay{std::chrono::year(1601) / 1 / 1};
 
 std::uint64_t ToTicks(const FileTime& time) {
@@ -75,6 +76,7 @@ struct SystemVersion {
 };
 constinit SystemVersion systemVersion;
 
+// A condition mask has three bits for each type, in the order of the types' bits.
 std::uint8_t ConditionOf(std::uint64_t mask, Dword type) {
   unsigned bit = 0;
   while ((type >> bit) > 1) ++bit;

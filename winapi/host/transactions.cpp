@@ -13,6 +13,7 @@
 namespace winapi::host {
 namespace {
 
+// Of the registry alone, so it isn't among the seam's numbers.
 constexpr Error kErrorRegistryIoFailed = 1016;  // ERROR_REGISTRY_IO_FAILED
 
 // What a transaction's handle stands for. The work outlives it in the keys that were opened in it,
@@ -48,6 +49,7 @@ const RegistryValue* TransactionWork::Value(const RegistryKeyPtr& key,
   return key->Value(name);
 }
 
+// No waiting: Windows tells of a conflict at once, and the caller tries again or gives up.
 Error TransactionWork::Claim(const RegistryKeyPtr& key) {
   if (key->writer != nullptr && key->writer != this) return kErrorTransactionalConflict;
   key->writer = this;
@@ -63,6 +65,7 @@ Error TransactionWork::SetValue(const RegistryKeyPtr& key, std::u16string_view n
   return kErrorSuccess;
 }
 
+// Looked for before the claim: a key that isn't changed stays free for others.
 Error TransactionWork::RemoveValue(const RegistryKeyPtr& key, std::u16string_view name) {
   if (Value(key, name) == nullptr) return kErrorFileNotFound;
   if (const Error error = Claim(key); error != 0) return error;
@@ -75,6 +78,8 @@ bool TransactionWork::TouchesDeletedKey() const {
                      [](const auto& change) { return change.first->Deleted(); });
 }
 
+// All or nothing, the file included: what was applied is taken back where the file can't be
+// written. Values that others changed meanwhile in these keys can't be: a key has one writer.
 Error TransactionWork::Commit() {
   if (!m_isActive) return kErrorTransactionNotActive;
   RegistryStore& store = RegistryStore::Instance();
@@ -96,6 +101,7 @@ Error TransactionWork::Commit() {
   return written ? kErrorSuccess : kErrorRegistryIoFailed;
 }
 
+// Also behind a commit: the claims go either way.
 void TransactionWork::Abandon() {
   for (const auto& [key, changes] : m_changes) key->writer = nullptr;
   m_changes.clear();

@@ -13,7 +13,8 @@
 #include "winapi/host/handle_table.h"
 #include "winapi/host/last_error.h"
 #include "winapi/host/live.h"
-#include "winapi/host/paths.h"
+#include "winapi/host/open_files.h"
+#include "winapi/host/plain_file.h"
 
 // The three that are only passed on: all that the host needs of them is an address, and the name.
 struct winapi::CryptProviderData {};
@@ -40,9 +41,21 @@ struct TrustState {
   Handle file = nullptr;
 };
 
-// A file that the trust provider holds open.
-class TrustedFile final : public KernelObject {};
+// A file that the trust provider holds open and lets others read: the check and what is done with
+// the file afterwards are about the same bytes for as long as this lives.
+class TrustedFile final : public KernelObject {
+ public:
+  explicit TrustedFile(PlainFile file)
+      : m_file(std::move(file)), m_hold(m_file.data, OpenFile::Sharing::kReading) {}
 
+ private:
+  PlainFile m_file;
+  OpenFile m_hold;
+};
+
+// The provider's answers are the test's; it reads no signature. What it does like the real one is
+// what the caller can get wrong: states that must be closed, a file that stays open, pointers that
+// die.
 struct Provider {
   std::mutex mutex;
   TrustVerdict verdict;
@@ -74,24 +87,20 @@ bool IsVerifiable(const WintrustData& data) {
          data.pFile != nullptr && data.pFile->cbStruct == kWintrustFileInfoSize;
 }
 
-// The error of opening the file, 0 when it can be read.
-Error FileError(const char16_t* path) {
-  std::string hostPath;
-  if (path == nullptr || HostPath(path, hostPath) != kErrorSuccess) return kErrorPathNotFound;
-  return ErrorOfFile(hostPath);
-}
-
+// A state is made in any case, as by the real provider: a caller that closes it on success only
+// leaks one at each refusal, and the count of states tells.
 std::int32_t Verify(WintrustData& data) {
   Provider& provider = TheProvider();
   auto state = std::make_unique<TrustState>();
-  const Error fileError = FileError(data.pFile->pcwszFilePath);
+  PlainFile file;
+  const Error fileError = OpenPlainFile(data.pFile->pcwszFilePath, file);
   const std::int32_t status =
       fileError == 0 ? provider.verdict.status : static_cast<std::int32_t>(fileError);
   state->hasSigner = fileError == 0 && status >= 0;
   state->context.name = provider.verdict.signer;
   state->certificate.pCert = &state->context;
   const bool opens = state->hasSigner || (fileError == 0 && provider.verdict.holdsRefusedFile);
-  if (opens) state->file = OpenHandle(std::make_shared<TrustedFile>());
+  if (opens) state->file = OpenHandle(std::make_shared<TrustedFile>(std::move(file)));
   data.pFile->hFile = opens ? state->file : InvalidHandleValue();
   data.hWVTStateData = state.get();
   provider.states.emplace(state.get(), std::move(state));

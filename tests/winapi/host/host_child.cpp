@@ -10,6 +10,10 @@
 //   flush           writes the registry file, prints "written" or "not written" and a line end
 //   reload          forgets the registry
 //   limit           makes each write to a file fail
+//   nobody          goes on as a user who is nobody, where it may choose
+//   print TEXT      prints the text and a line end
+//   late NAME TEXT  writes a REG_SZ as the static objects are destroyed
+//   status NUMBER   ends with that exit status
 //   fork            goes on as a child process, whose end is awaited
 //   quick           ends without an exit handler
 #include <sys/resource.h>
@@ -78,6 +82,18 @@ void LimitFiles() {
   (void)::setrlimit(RLIMIT_FSIZE, &nothing);
 }
 
+void BecomeNobody() {
+  constexpr uid_t kNobody = 65534;
+  if (::geteuid() == 0 && ::setuid(kNobody) != 0) std::abort();
+}
+
+// Made before the registry's first use, and destroyed behind it.
+struct LateChange {
+  ~LateChange();
+  std::string name;
+  std::string text;
+} lateChange;
+
 // The parent ends here, without its exit handlers.
 void Fork() {
   (void)std::fflush(stdout);
@@ -86,6 +102,10 @@ void Fork() {
   int status = 0;
   (void)::waitpid(child, &status, 0);
   ::_exit(WEXITSTATUS(status));
+}
+
+LateChange::~LateChange() {
+  if (!name.empty()) Set(name, text);
 }
 
 }  // namespace
@@ -114,6 +134,15 @@ int main(int argc, char** argv) {
       host::ReloadRegistry();
     } else if (command == "limit") {
       LimitFiles();
+    } else if (command == "nobody") {
+      BecomeNobody();
+    } else if (command == "print") {
+      std::puts(next().c_str());
+    } else if (command == "late") {
+      lateChange.name = next();
+      lateChange.text = next();
+    } else if (command == "status") {
+      return std::atoi(next().c_str());
     } else if (command == "fork") {
       Fork();
     } else if (command == "quick") {

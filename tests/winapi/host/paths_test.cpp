@@ -14,6 +14,7 @@
 #include "winapi/errors.h"
 #include "winapi/files.h"
 #include "winapi/host/control.h"
+#include "winapi/host/locate.h"
 #include "winapi/host/root.h"
 
 namespace winapi {
@@ -56,9 +57,15 @@ TEST(HostPaths, FullPaths) {
       {"DotDotPastTheRoot", u"..\\..\\..\\x", 0, u"Z:\\x"},
       {"DotsInside", u"C:\\a\\.\\b\\..\\c", 0, u"C:\\a\\c"},
       {"TrailingSeparator", u"C:\\a\\", 0, u"C:\\a\\"},
-      {"TrailingDotsAndBlanks", u"C:\\a. .\\b .", 0, u"C:\\a\\b"},
+      {"TrailingDotsAndBlanks", u"C:\\a\\b .", 0, u"C:\\a\\b"},
+      {"OneFullStopInside", u"C:\\a.\\b", 0, u"C:\\a\\b"},
+      {"FullStopsInside", u"C:\\a..\\...\\b", 0, u"C:\\a..\\...\\b"},
+      {"BlanksInside", u"C:\\a \\b. .\\c", 0, u"C:\\a \\b. \\c"},
+      {"BlankAndSeparator", u"C:\\a \\", 0, u"C:\\a \\"},
+      {"NothingButBlanks", u"  ", 3, u""},
       {"LongPrefix", u"\\\\?\\C:\\a\\b", 0, u"C:\\a\\b"},
       {"LongPrefixKeepsTails", u"\\\\?\\c:\\a. ", 0, u"C:\\a. "},
+      {"LongPrefixSeparator", u"\\\\?\\C:\\a\\", 0, u"C:\\a\\"},
       {"LongPrefixSlash", u"\\\\?\\C:\\a/b", 123, u""},
       {"LongPrefixDots", u"\\\\?\\C:\\a\\..\\b", 123, u""},
       {"LongPrefixRelative", u"\\\\?\\a", 3, u""},
@@ -102,42 +109,48 @@ TEST(HostPaths, TheLimitOf260Characters) {
   }
 }
 
+// The host's own path of what a path means; the error as text where it means nothing.
+std::string HostPathOf(const std::u16string& path) {
+  host::Location location;
+  const Error error = host::Locate(path.c_str(), location);
+  return error == 0 ? host::HostPath(location) : std::to_string(error);
+}
+
 TEST(HostPaths, DrivesOfTheHost) {
   struct Case {
     const char* name;
     std::u16string path;
-    Error error;
     std::string hostPath;
   };
-  const std::string drive = DriveC().string();
+  const std::string drive = fs::canonical(DriveC()).string();
+  fs::create_directory(DriveC() / "a");
+  fs::create_directory(DriveC() / "a ");
   const Case cases[] = {
-      {"C", u"C:\\a\\b", 0, drive + "/a/b"},
-      {"CRoot", u"c:\\", 0, drive},
-      {"Z", u"Z:\\usr\\none", 0, "/usr/none"},
-      {"ZRoot", u"Z:\\", 0, "/"},
-      {"TrailingSeparator", u"Z:\\usr\\", 0, "/usr"},
-      {"Letters", u"C:\\\u00e4\U0001F600", 0, drive + "/\xC3\xA4\xF0\x9F\x98\x80"},
-      {"MissingDrive", u"Q:\\a", 3, ""},
+      {"C", u"C:\\a\\b", drive + "/a/b"},
+      {"CRoot", u"c:\\", drive},
+      {"Z", u"Z:\\usr\\none", "/usr/none"},
+      {"ZRoot", u"Z:\\", "/"},
+      {"BelowTheRoot", u"Z:\\none", "/none"},
+      {"TrailingSeparator", u"Z:\\usr\\", "/usr"},
+      {"Letters", u"C:\\\u00e4\U0001F600", drive + "/\xC3\xA4\xF0\x9F\x98\x80"},
+      {"BlankInside", u"C:\\a \\b", drive + "/a /b"},
+      {"BlankAtTheEnd", u"C:\\a ", drive + "/a"},
+      {"BlankBehindThePrefix", u"\\\\?\\C:\\a ", drive + "/a "},
+      {"MissingFolder", u"C:\\none\\b", "3"},
+      {"MissingDrive", u"Q:\\a", "3"},
   };
-  for (const Case& c : cases) {
-    std::string hostPath;
-    EXPECT_EQ(host::HostPath(c.path, hostPath), c.error) << c.name;
-    EXPECT_EQ(hostPath, c.hostPath) << c.name;
-  }
+  for (const Case& c : cases) EXPECT_EQ(HostPathOf(c.path), c.hostPath) << c.name;
 }
 
 TEST(HostPaths, NamesIgnoreCase) {
-  const fs::path folder = DriveC() / "Program Files" / "\xC3\x84pfel";
+  const fs::path folder = fs::canonical(DriveC()) / "Program Files" / "\xC3\x84pfel";
   fs::create_directories(folder);
   std::ofstream(folder / "File.TXT").put('x');
-  std::string hostPath;
-  EXPECT_EQ(host::HostPath(u"C:\\PROGRAM FILES\\\u00e4PFEL\\file.txt", hostPath), 0U);
-  EXPECT_EQ(hostPath, (folder / "File.TXT").string());
+  EXPECT_EQ(HostPathOf(u"C:\\PROGRAM FILES\\\u00e4PFEL\\file.txt"), folder / "File.TXT");
   std::ofstream(folder / "file.txt").put('x');
-  EXPECT_EQ(host::HostPath(u"C:\\program files\\\u00e4pfel\\file.txt", hostPath), 0U);
-  EXPECT_EQ(hostPath, (folder / "file.txt").string()) << "an exact name goes first";
-  EXPECT_EQ(host::HostPath(u"C:\\program files\\NEW\\x", hostPath), 0U);
-  EXPECT_EQ(hostPath, (DriveC() / "Program Files" / "NEW" / "x").string());
+  EXPECT_EQ(HostPathOf(u"C:\\program files\\\u00e4pfel\\file.txt"), folder / "file.txt")
+      << "an exact name goes first";
+  EXPECT_EQ(HostPathOf(u"C:\\program files\\NEW"), folder.parent_path() / "NEW");
 }
 
 TEST(HostPaths, TheCurrentFolderIsOnOneOfTheDrives) {

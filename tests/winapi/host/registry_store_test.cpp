@@ -41,14 +41,25 @@ class HostRegistryStore : public ::testing::Test {
     std::ofstream(File(), std::ios::binary) << bytes;
   }
 
+  // What is told of changes that are lost.
+  [[nodiscard]] std::string Lost(const std::string& reason) const {
+    return "zum-host: " + File().string() + ": " + reason +
+           ": the file stays as it was, without the last changes of the registry\n";
+  }
+
   [[nodiscard]] ChildProcess::Variables Variables() const {
     return {{"ZUM_HOST_ROOT", Root().string()}};
   }
 
   // Runs a child to its end and gives its output.
   std::string Run(const std::vector<std::string>& arguments, const std::string& errors = "") {
+    return RunWithLoss(arguments, errors, /*status=*/0);
+  }
+  // The same for one whose changes can't be written.
+  std::string RunWithLoss(const std::vector<std::string>& arguments, const std::string& errors,
+                          int status = 1) {
     ChildProcess child(Variables(), arguments);
-    EXPECT_EQ(child.Finish(), 0);
+    EXPECT_EQ(child.Finish(), status);
     EXPECT_EQ(child.Errors(), errors);
     return child.Output();
   }
@@ -203,11 +214,63 @@ TEST_F(HostRegistryStore, AFailedWriteKeepsTheOldFile) {
 #endif
   EXPECT_EQ(Run({"set", "a", "old"}), "");
   const std::string before = Content(File());
-  const std::string reason = "zum-host: " + File().string() + ": File too large\n";
-  EXPECT_EQ(Run({"set", "a", "new", "limit"}, reason), "") << "at the exit";
+  const std::string reason = Lost("File too large");
+  EXPECT_EQ(RunWithLoss({"set", "a", "new", "limit"}, reason), "") << "at the exit";
   EXPECT_EQ(Run({"set", "a", "new", "limit", "flush", "quick"}, reason), "not written\n");
   EXPECT_EQ(Content(File()), before);
   EXPECT_FALSE(fs::exists(File().string() + ".new"));
+}
+
+TEST_F(HostRegistryStore, WhatIsLostAtTheExitCostsTheStatus) {
+  EXPECT_EQ(Run({"set", "a", "old"}), "");
+  fs::create_directory(File().string() + ".new");  // stands in the new file's way
+  const std::string reason = Lost("Is a directory");
+  EXPECT_EQ(RunWithLoss({"set", "a", "new", "print", "text"}, reason), "text\n");
+  EXPECT_EQ(RunWithLoss({"set", "a", "new", "print", "text", "status", "7"}, reason, 7), "text\n")
+      << "a status of its own stays";
+  EXPECT_EQ(Run({"get", "a"}), "old\n") << "nothing was to be written";
+}
+
+TEST_F(HostRegistryStore, AFolderThatCantBeWrittenCostsTheStatus) {
+  EXPECT_EQ(Run({"set", "a", "old"}), "");
+  fs::permissions(Root() / "registry.lock", fs::perms::all);
+  const fs::perms mayWrite =
+      fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+  fs::permissions(Root(), mayWrite, fs::perm_options::remove);
+  EXPECT_EQ(RunWithLoss({"nobody", "set", "a", "new"}, Lost("Permission denied")), "");
+  fs::permissions(Root(), fs::perms::owner_all);
+  EXPECT_EQ(Run({"get", "a"}), "old\n");
+}
+
+// The exit handlers and static objects of a program come before the end of the registry.
+TEST_F(HostRegistryStore, WhatStaticObjectsChangeIsKept) {
+  EXPECT_EQ(Run({"set", "a", "1", "late", "b", "2"}), "");
+  EXPECT_EQ(Run({"get", "a", "get", "b"}), "1\n2\n");
+}
+
+TEST_F(HostRegistryStore, AFileBehindALinkIsWrittenThere) {
+  WriteFile("Windows Registry Editor Version 5.00\n");
+  const fs::path elsewhere = Root() / "elsewhere";
+  fs::create_directory(elsewhere);
+  fs::rename(File(), elsewhere / "machine.reg");
+  fs::create_symlink("machine.reg", elsewhere / "second.reg");
+  fs::create_symlink("elsewhere/second.reg", File());
+  EXPECT_EQ(Run({"set", "a", "1"}), "");
+  EXPECT_TRUE(fs::is_symlink(File()));
+  EXPECT_TRUE(fs::is_symlink(elsewhere / "second.reg"));
+  EXPECT_FALSE(fs::is_symlink(elsewhere / "machine.reg"));
+  EXPECT_NE(Content(elsewhere / "machine.reg").find("a"), std::string::npos);
+  EXPECT_EQ(Run({"get", "a"}), "1\n");
+  EXPECT_FALSE(fs::exists(elsewhere / "machine.reg.new"));
+}
+
+TEST_F(HostRegistryStore, AFileBehindALinkToNothingIsMadeThere) {
+  fs::create_directories(Root());
+  fs::create_symlink(Root() / "target.reg", File());
+  EXPECT_EQ(Run({"set", "a", "1"}), "");
+  EXPECT_TRUE(fs::is_symlink(File()));
+  EXPECT_FALSE(fs::is_symlink(Root() / "target.reg"));
+  EXPECT_EQ(Run({"get", "a"}), "1\n");
 }
 
 TEST_F(HostRegistryStore, ADamagedFileFailsOpensAndIsLeftAlone) {

@@ -317,13 +317,24 @@ TEST(HostPathsOfTheSystem, TheTemporaryDirectoryIsTheUsersOwn) {
   EXPECT_EQ(GetFileAttributesW(path.c_str()), 0x10U);
 }
 
+TEST(HostPathsOfTheSystem, ANewDriveHasTheDirectoriesOfANewSystem) {
+  ::unsetenv("TMP");
+  ::unsetenv("TEMP");
+  fs::remove_all(host::DriveCFolder());
+  EXPECT_EQ(GetFileAttributesW(TempPath().c_str()), 0x10U);
+  EXPECT_EQ(GetFileAttributesW(u"C:\\Windows\\System32"), 0x10U);
+  ASSERT_NE(RemoveDirectoryW(TempPath().c_str()), 0);
+  EXPECT_EQ(GetFileAttributesW(TempPath().c_str()), kInvalidFileAttributes) << "it stays removed";
+  fs::remove_all(host::DriveCFolder());
+}
+
 TEST(HostPathsOfTheSystem, TheTemporaryDirectoryFollowsVariablesThatLieOnC) {
   ::setenv("TMP", (host::DriveCFolder() + "/one").c_str(), 1);
   ::setenv("TEMP", "c:\\two\\", 1);
   EXPECT_EQ(TempPath(), u"C:\\one\\");
   ::setenv("TMP", "/somewhere else", 1);
   EXPECT_EQ(TempPath(), u"c:\\two\\");
-  EXPECT_TRUE(fs::is_directory(host::DriveCFolder() + "/two"));
+  EXPECT_FALSE(fs::exists(host::DriveCFolder() + "/two")) << "naming it doesn't make it";
   ::setenv("TEMP", "two", 1);
   EXPECT_TRUE(TempPath().starts_with(u"C:\\users\\"));
 }
