@@ -1,0 +1,121 @@
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
+#include "winapi/rehearsal_files.h"
+#include "zum_rehearse/files.h"
+#include "zum_rehearse/inputs.h"
+
+namespace zum_rehearse {
+namespace {
+
+using winapi::rehearsal::FileDamage;
+using winapi::rehearsal::MachineFromFiles;
+namespace fs = std::filesystem;
+
+std::u16string FullKey(std::u16string_view path) {
+  return std::u16string(kHive) + u"\\" + std::u16string(path);
+}
+
+bool IsExport(const fs::path& path) {
+  std::string extension = Utf8Of(path.extension());
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension == ".reg";
+}
+
+// The name of the folder that a path lies in, or of the folder itself.
+std::string FolderName(const fs::path& folder) {
+  std::error_code error;
+  const fs::path full = fs::weakly_canonical(fs::absolute(folder, error), error);
+  return Utf8Of(full.filename().empty() ? full.parent_path().filename() : full.filename());
+}
+
+bool FindExports(const std::string& folder, std::vector<std::string>& files, std::string& reason) {
+  std::error_code error;
+  for (fs::directory_iterator entry(PathOf(folder), error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (IsExport(entry->path())) files.push_back(Utf8Of(entry->path()));
+  }
+  if (error) {
+    reason = folder + ": " + error.message();
+  } else if (files.empty()) {
+    reason = folder + ": there is no export (*.reg) in the folder";
+  }
+  std::sort(files.begin(), files.end());
+  return reason.empty();
+}
+
+bool AddFile(MachineFromFiles& machine, const std::string& file, std::string& reason) {
+  std::string bytes;
+  if (!ReadWholeFile(PathOf(file), bytes, reason)) {
+    reason = file + ": " + reason;
+    return false;
+  }
+  FileDamage damage;
+  if (machine.AddExport(bytes, damage)) return true;
+  reason = file + ":" + std::to_string(damage.line) + ": " + damage.reason;
+  return false;
+}
+
+// An export of the first branch shows it even where it holds no products.
+void LookForBranches(const MachineFromFiles& machine, LoadedMachine& loaded) {
+  if (!machine.Holds(FullKey(kUserDataBranch))) {
+    loaded.error =
+        "the export holds no HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer: "
+        "nothing "
+        "can be judged";
+  }
+  loaded.knowsSourceLists = machine.Holds(FullKey(kClassesBranch));
+  if (!loaded.knowsSourceLists) {
+    loaded.notes.emplace_back(
+        "the export holds no HKLM\\SOFTWARE\\Classes\\Installer; the second value (PackageName) "
+        "can't be judged");
+  }
+}
+
+}  // namespace
+
+bool TakesFiles() noexcept { return true; }
+
+std::vector<Source> SortInputs(const std::vector<std::string>& inputs) {
+  std::vector<Source> sources;
+  std::size_t files = inputs.size();  // where the files' machine stands
+  for (const std::string& input : inputs) {
+    std::error_code error;
+    if (fs::is_directory(PathOf(input), error)) {
+      sources.push_back({input, {}});
+    } else if (files < sources.size()) {
+      sources[files].files.push_back(input);
+    } else {
+      files = sources.size();
+      sources.push_back({{}, {input}});
+    }
+  }
+  return sources;
+}
+
+LoadedMachine Load(const Source& source) {
+  LoadedMachine loaded;
+  std::vector<std::string> files = source.files;
+  if (!source.folder.empty()) {
+    loaded.name = FolderName(PathOf(source.folder));
+    if (!FindExports(source.folder, files, loaded.error)) return loaded;
+  } else {
+    std::error_code error;
+    loaded.name = FolderName(fs::absolute(PathOf(files.front()), error).parent_path());
+  }
+  loaded.sources = files;
+  MachineFromFiles machine;
+  for (const std::string& file : files) {
+    if (!AddFile(machine, file, loaded.error)) return loaded;
+  }
+  LookForBranches(machine, loaded);
+  if (loaded.error.empty()) loaded.machine = machine.Take();
+  return loaded;
+}
+
+PackageLookup TheLookup() { return nullptr; }
+
+}  // namespace zum_rehearse
