@@ -141,7 +141,9 @@ class Judgement {
     const bool reached = record.listed && index < m_listEnd && index <= m_failsAt;
     give(Verdict::kFailsHere, index == m_failsAt);
     give(Verdict::kNotReached, record.listed && marked && index > m_failsAt);
-    give(Verdict::kNotListed, record.listed && marked && index >= m_listEnd);
+    // Of the one at which the list breaks off nothing may be readable.
+    give(Verdict::kNotListed,
+         record.listed && index >= m_listEnd && (marked || index == m_listEnd));
     give(Verdict::kUnreadable, unreadable);
     give(Verdict::kPassedOver, product.changes && product.refused);
     give(Verdict::kPackageMissing, product.package == PackageState::kMissing);
@@ -165,8 +167,8 @@ class Judgement {
     const auto give = [&product](Verdict verdict, bool applies) {
       if (applies) product.verdicts.push_back(verdict);
     };
-    const bool changesPath = Changes(product, kLocalPackageMarked);
-    const bool changesName = Changes(product, kPackageNameMarked);
+    const bool changesPath = Changes(product, kLocalPackage, kLocalPackageMarked);
+    const bool changesName = Changes(product, kPackageName, kPackageNameMarked);
     give(Verdict::kHalfMarked,
          m_findings.knowsSourceLists && changesPath != changesName &&
              IsMarked(product, kLocalPackageMarked) != IsMarked(product, kPackageNameMarked));
@@ -181,9 +183,11 @@ class Judgement {
     return product.slots[slot].before.has_value();
   }
 
-  // True where the mark goes.
-  static bool Changes(const Product& product, SlotIndex slot) {
-    return product.slots[slot].before.has_value() && !product.slots[slot].after.has_value();
+  // True where the mark goes, or the value in its place is written at least.
+  static bool Changes(const Product& product, SlotIndex ordinary, SlotIndex mark) {
+    const Slot& slot = product.slots[mark];
+    return (slot.before && !slot.after) ||
+           product.slots[ordinary].before != product.slots[ordinary].after;
   }
 
   static bool HasMarkOfOtherType(const Product& product) {

@@ -113,7 +113,7 @@ std::string QuotedText(const Value& value) {
     text += static_cast<char16_t>(value.data[i] | (value.data[i + 1] << 8));
   }
   if (!text.empty() && text.back() == u'\0') text.pop_back();
-  return "\"" + Printable(text) + "\"";
+  return Concat({"\"", Printable(text), "\""});
 }
 
 }  // namespace
@@ -166,11 +166,11 @@ std::string Printable(std::string_view utf8) {
 
 std::string Printable(const Value& value) {
   if (value.type == winapi::kRegSz && value.data.size() % 2 == 0) return QuotedText(value);
-  std::string text = TypeName(value.type);
+  const std::string text = TypeName(value.type);
   if (value.type == winapi::kRegExpandSz && value.data.size() % 2 == 0) {
-    return text + " " + QuotedText(value);
+    return Concat({text, " ", QuotedText(value)});
   }
-  return text + " " + (value.data.empty() ? "(no bytes)" : HexDigits(value.data));
+  return Concat({text, " ", value.data.empty() ? "(no bytes)" : HexDigits(value.data)});
 }
 
 std::string TypeName(winapi::Dword type) {
@@ -186,7 +186,7 @@ std::string TypeName(winapi::Dword type) {
                                            "REG_FULL_RESOURCE_DESCRIPTOR",
                                            "REG_RESOURCE_REQUIREMENTS_LIST",
                                            "REG_QWORD"};
-  return type < std::size(kNames) ? kNames[type] : "type " + std::to_string(type);
+  return type < std::size(kNames) ? kNames[type] : Concat({"type ", std::to_string(type)});
 }
 
 std::string HexDigits(const std::vector<std::uint8_t>& bytes) {
@@ -197,6 +197,12 @@ std::string HexDigits(const std::vector<std::uint8_t>& bytes) {
     text += kDigits[byte >> 4];
     text += kDigits[byte & 0xF];
   }
+  return text;
+}
+
+std::string Concat(std::initializer_list<std::string_view> parts) {
+  std::string text;
+  for (const std::string_view part : parts) text += part;
   return text;
 }
 
@@ -219,7 +225,7 @@ std::string Cut(std::string_view utf8, std::size_t columns) {
     used += WidthOf(character);
     if (used + 1 > columns) break;
   }
-  return std::string(utf8.substr(0, end)) + "\u2026";
+  return Concat({utf8.substr(0, end), "\u2026"});
 }
 
 std::string Fit(std::string_view utf8, std::size_t columns) {

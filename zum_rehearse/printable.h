@@ -3,6 +3,7 @@
 #define ZUM_REHEARSE_PRINTABLE_H_
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -31,6 +32,9 @@ namespace zum_rehearse {
 [[nodiscard]] std::string TypeName(winapi::Dword type);
 // Pairs of lower-case hexadecimal digits.
 [[nodiscard]] std::string HexDigits(const std::vector<std::uint8_t>& bytes);
+
+// All parts behind one another.
+[[nodiscard]] std::string Concat(std::initializer_list<std::string_view> parts);
 
 // The columns that printable UTF-8 takes on a terminal.
 [[nodiscard]] std::size_t Width(std::string_view utf8);

@@ -40,10 +40,10 @@ class TableWriter {
       : m_report(report), m_form(form), m_columns(std::max(form.columns, kLeastColumns)) {}
 
   std::string Write() {
-    Line(Coloured(kBold,
-                  Cut("Machine " + Printable(std::string_view(m_report.machine)), m_columns)));
+    Line(Coloured(kBold, Cut(Concat({"Machine ", Printable(std::string_view(m_report.machine))}),
+                             m_columns)));
     for (const std::string& source : m_report.sources) {
-      Line(Cut("  read from " + Printable(std::string_view(source)), m_columns));
+      Line(Cut(Concat({"  read from ", Printable(std::string_view(source))}), m_columns));
     }
     for (const std::string& note : m_report.notes) {
       Wrapped("  note: ", Printable(std::string_view(note)), kYellow);
@@ -76,7 +76,7 @@ class TableWriter {
         if (length == std::string_view::npos || length == 0) length = text.find(' ');
         if (length == std::string_view::npos) length = text.size();
       }
-      Line(indent + Coloured(colour, text.substr(0, length)));
+      Line(Concat({indent, Coloured(colour, text.substr(0, length))}));
       text.remove_prefix(std::min(length + 1, text.size()));
       indent.assign(head.size(), ' ');
     }
@@ -95,21 +95,21 @@ class TableWriter {
 
   void Heading() {
     Line("");
-    Line(Coloured(kBold, "  " + Fit("PRODUCT", kCodeColumns) + "  " +
-                             Fit("VERSION", kVersionColumns) + "  NAME"));
+    Line(Coloured(kBold, Concat({"  ", Fit("PRODUCT", kCodeColumns), "  ",
+                                 Fit("VERSION", kVersionColumns), "  NAME"})));
   }
 
   void ProductLines(const Product& product) {
     const std::string code = product.code.empty() ? Printable(product.key) : product.code;
     const std::size_t used = 2 + kCodeColumns + 2 + kVersionColumns + 2;
     const std::string name = Printable(product.name);
-    std::string line = "  " + Fit(code, kCodeColumns) + "  " +
-                       Fit(Printable(product.version), kVersionColumns) + "  ";
+    const std::string line = Concat({"  ", Fit(code, kCodeColumns), "  ",
+                                     Fit(Printable(product.version), kVersionColumns), "  "});
     if (m_columns > used + 10) {
-      Line(line + Cut(name, m_columns - used));
+      Line(Concat({line, Cut(name, m_columns - used)}));
     } else {
       Line(line);
-      if (!name.empty()) Line("      " + Cut(name, m_columns - 6));
+      if (!name.empty()) Line(Concat({"      ", Cut(name, m_columns - 6)}));
     }
     for (const Verdict verdict : product.verdicts) {
       Wrapped("      ", VerdictText(verdict), ColourOf(verdict));
@@ -122,12 +122,12 @@ class TableWriter {
     for (std::size_t i = 0; i < kSlotCount; ++i) {
       const Slot& slot = product.slots[i];
       if (!slot.before && !slot.after) continue;
-      const std::string head = "      " + Fit(kSlotNames[i], kNameOfValueColumns) + "  ";
+      const std::string head = Concat({"      ", Fit(kSlotNames[i], kNameOfValueColumns), "  "});
       const std::size_t room = m_columns - head.size();
-      Line(head + Cut(Shown(slot.before), room));
+      Line(Concat({head, Cut(Shown(slot.before), room)}));
       if (slot.before == slot.after) continue;
-      Line("      " + Fit("", kNameOfValueColumns - 3) + "-> " + "  " +
-           Cut(Shown(slot.after), room));
+      Line(Concat(
+          {"      ", Fit("", kNameOfValueColumns - 3), "->   ", Cut(Shown(slot.after), room)}));
     }
   }
 
@@ -140,22 +140,22 @@ class TableWriter {
     const bool fails = m_report.outcome.code != 0;
     if (m_report.asRun) {
       Wrapped("  ",
-              "with this run's rights /unblock would print \"" + m_report.asRun->line +
-                  "\" and end with " + Number(m_report.asRun->code) + ", and leave unrepaired:",
+              Concat({"with this run's rights /unblock would print \"", m_report.asRun->line,
+                      "\" and end with ", Number(m_report.asRun->code), ", and leave unrepaired:"}),
               kRed);
       for (const Product& product : m_report.products) {
         if (product.changes && product.refused) {
-          Line("    " + (product.code.empty() ? Printable(product.key) : product.code));
+          Line(Concat({"    ", product.code.empty() ? Printable(product.key) : product.code}));
         }
       }
     }
     Wrapped("  ",
-            std::string(m_report.asRun ? "with the rights it needs " : "") +
-                "/unblock would print \"" + m_report.outcome.line + "\" and end with " +
-                Number(m_report.outcome.code),
+            Concat({m_report.asRun ? "with the rights it needs " : "", "/unblock would print \"",
+                    m_report.outcome.line, "\" and end with ", Number(m_report.outcome.code)}),
             fails ? kRed : kGreen);
-    std::string counts = std::to_string(changed) + " of " +
-                         std::to_string(m_report.products.size()) + " products would change";
+    std::string counts =
+        Concat({std::to_string(changed), " of ", std::to_string(m_report.products.size()),
+                " products would change"});
     if (m_report.MissingPackages() != 0) {
       counts +=
           "; " + std::to_string(m_report.MissingPackages()) + " of them without their package";
@@ -165,10 +165,10 @@ class TableWriter {
 
   static std::string Number(std::uint32_t code) {
     if (code == 0) return "0";
-    std::string digits;
+    std::string digits = "0x";
     for (int shift = 28; shift >= 0; shift -= 4)
       digits += "0123456789abcdef"[(code >> shift) & 0xF];
-    return "0x" + digits;
+    return digits;
   }
 
   const Report& m_report;
