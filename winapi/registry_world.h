@@ -24,9 +24,12 @@ namespace winapi::world {
 // The form of a key's or value's name by which names are compared. Throws std::bad_alloc.
 [[nodiscard]] std::u16string FoldedName(std::u16string_view name);
 
-// Asked before a change is kept in memory under the name of the function that makes it: 0, or the
-// error that it ends with. On the host a fault that a test injects; Windows has none.
-[[nodiscard]] Error ChangeFault(std::string_view operation) noexcept;
+// Asked before a change is kept in memory: 0, or the error that it ends with. On the host a fault
+// that a test injects for the function of the seam that makes such a change; Windows has none. The
+// kinds are no names, so that a Windows program that changes nothing holds no name of a function
+// that does.
+enum class ChangeKind { kWrite, kRemoval };
+[[nodiscard]] Error ChangeFault(ChangeKind kind) noexcept;
 
 }  // namespace winapi::world
 

@@ -18,6 +18,8 @@ namespace zum_rehearse {
 struct Source {
   std::string folder;
   std::vector<std::string> files;
+  std::string machine;   // its name
+  std::string fileName;  // its name among the machines of this call, fit for a file
 };
 
 // The files of `inputs` are one machine, which comes where the first of them stands; each folder is

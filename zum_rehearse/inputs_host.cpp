@@ -2,6 +2,7 @@
 #include <cctype>
 #include <filesystem>
 #include <system_error>
+#include <unordered_set>
 
 #include "winapi/rehearsal_files.h"
 #include "zum_rehearse/files.h"
@@ -75,6 +76,18 @@ void LookForBranches(const MachineFromFiles& machine, LoadedMachine& loaded) {
   }
 }
 
+// Machines of one name get a number, so that each has files of its own.
+void NameFiles(std::vector<Source>& sources) {
+  std::unordered_set<std::string> taken;
+  for (Source& source : sources) {
+    const std::string name = source.machine.empty() ? "machine" : source.machine;
+    source.fileName = name;
+    for (int number = 2; !taken.insert(source.fileName).second; ++number) {
+      source.fileName = name + "-" + std::to_string(number);
+    }
+  }
+}
+
 }  // namespace
 
 bool TakesFiles() noexcept { return true; }
@@ -85,27 +98,24 @@ std::vector<Source> SortInputs(const std::vector<std::string>& inputs) {
   for (const std::string& input : inputs) {
     std::error_code error;
     if (fs::is_directory(PathOf(input), error)) {
-      sources.push_back({input, {}});
+      sources.push_back({input, {}, FolderName(PathOf(input)), {}});
     } else if (files < sources.size()) {
       sources[files].files.push_back(input);
     } else {
       files = sources.size();
-      sources.push_back({{}, {input}});
+      const fs::path folder = fs::absolute(PathOf(input), error).parent_path();
+      sources.push_back({{}, {input}, FolderName(folder), {}});
     }
   }
+  NameFiles(sources);
   return sources;
 }
 
 LoadedMachine Load(const Source& source) {
   LoadedMachine loaded;
+  loaded.name = source.machine;
   std::vector<std::string> files = source.files;
-  if (!source.folder.empty()) {
-    loaded.name = FolderName(PathOf(source.folder));
-    if (!FindExports(source.folder, files, loaded.error)) return loaded;
-  } else {
-    std::error_code error;
-    loaded.name = FolderName(fs::absolute(PathOf(files.front()), error).parent_path());
-  }
+  if (!source.folder.empty() && !FindExports(source.folder, files, loaded.error)) return loaded;
   loaded.sources = files;
   MachineFromFiles machine;
   for (const std::string& file : files) {

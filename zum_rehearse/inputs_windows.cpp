@@ -6,11 +6,14 @@ namespace zum_rehearse {
 
 bool TakesFiles() noexcept { return false; }
 
-std::vector<Source> SortInputs(const std::vector<std::string>& /*inputs*/) { return {Source()}; }
+std::vector<Source> SortInputs(const std::vector<std::string>& /*inputs*/) {
+  const std::string name = Utf8(winapi::rehearsal::NameOfThisMachine());
+  return {{{}, {}, name, name}};
+}
 
-LoadedMachine Load(const Source& /*source*/) {
+LoadedMachine Load(const Source& source) {
   LoadedMachine loaded;
-  loaded.name = Utf8(winapi::rehearsal::NameOfThisMachine());
+  loaded.name = source.machine;
   loaded.machine = winapi::rehearsal::Machine::ThisOne();
   return loaded;
 }

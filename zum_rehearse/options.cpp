@@ -42,7 +42,18 @@ void Describe(CLI::App& app, Options& options, std::string& list) {
   app.footer(kFooter);
   app.set_version_flag("--version", std::string(ZUM_REHEARSE_VERSION));
   app.add_flag("--all", options.all, "Show the ordinary products too");
-  app.add_flag("--json", options.json, "Write one JSON object a machine, one line each");
+  CLI::Option* const json =
+      app.add_flag("--json", options.json, "Write one JSON object a machine, one line each");
+  app.add_flag("--csv", options.csv, "Write comma-separated values, a line a product")
+      ->excludes(json);
+  app.add_option("--html", options.htmlFile, "Write a page with all machines, too")
+      ->type_name("FILE");
+  app.add_option("--changes", options.changesPath,
+                 "Write what would change as a file for import; a folder for several machines")
+      ->type_name("FILE.reg|DIR");
+  app.add_option("--undo", options.undoPath,
+                 "Write a file that undoes it after /unblock; a folder for several machines")
+      ->type_name("FILE.reg|DIR");
   app.add_option("--trace-output", options.traceFolder,
                  "Write the tool's own trace of the rehearsal into this folder")
       ->type_name("DIR");

@@ -12,6 +12,11 @@ struct Options {
   std::vector<std::string> inputs;  // files and folders, in the order of the output
   bool all = false;
   bool json = false;
+  bool csv = false;
+  // Empty: no such file. The last two are folders where there are several machines.
+  std::string htmlFile;
+  std::string changesPath;
+  std::string undoPath;
   std::string traceFolder;  // empty: no trace
 };
 

@@ -12,6 +12,9 @@ namespace zum_rehearse {
 // On a terminal that knows colours, and without NO_COLOR.
 [[nodiscard]] bool UsesColour();
 
+// False where it isn't known.
+[[nodiscard]] bool ErrorsGoToTerminal();
+
 }  // namespace zum_rehearse
 
 #endif  // ZUM_REHEARSE_TERMINAL_H_

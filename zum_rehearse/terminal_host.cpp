@@ -23,4 +23,6 @@ bool UsesColour() {
          std::string_view(kind) != "dumb";
 }
 
+bool ErrorsGoToTerminal() { return ::isatty(STDERR_FILENO) != 0; }
+
 }  // namespace zum_rehearse

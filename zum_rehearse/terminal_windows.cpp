@@ -13,4 +13,6 @@ std::size_t TerminalColumns() {
 // A console of the older systems would show the sequences as text.
 bool UsesColour() { return false; }
 
+bool ErrorsGoToTerminal() { return false; }
+
 }  // namespace zum_rehearse

@@ -64,6 +64,7 @@ class RehearsalCase(MachineCase):
             self.assertEqual(done.stderr, b"")
             self.assertEqual(file.read_bytes(), before)
             return done.returncode, done.stdout
+        self.machine.clear()
         before = self.load(branch)
         outcome = self.machine.run(" ".join(["zum_rehearse.exe", *arguments]), program=PROGRAM)
         self.check_branch(self.machine.dump(), before)

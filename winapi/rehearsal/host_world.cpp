@@ -120,8 +120,8 @@ Error RegCloseKey(Key key) noexcept {
 
 std::u16string FoldedName(std::u16string_view name) { return host::Upcase(name); }
 
-Error ChangeFault(std::string_view operation) noexcept {
-  Call call(operation);
+Error ChangeFault(ChangeKind kind) noexcept {
+  Call call(kind == ChangeKind::kWrite ? "RegSetValueExW" : "RegDeleteValueW");
   return call.Fault().value_or(kErrorSuccess);
 }
 

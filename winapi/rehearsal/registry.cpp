@@ -156,7 +156,7 @@ void Keep(const OpenKey& open, const char16_t* name, std::optional<Value> before
 
 Error SetOpen(const OpenKey& open, const char16_t* name, Dword type, const std::uint8_t* data,
               Dword size) {
-  if (const Error fault = world::ChangeFault("RegSetValueExW")) return fault;
+  if (const Error fault = world::ChangeFault(world::ChangeKind::kWrite)) return fault;
   if (ViewOf(name).size() > kMaxValueName) return kErrorInvalidParameter;
   if (data == nullptr && size != 0) return kErrorNoAccess;
   std::optional<Value> before;
@@ -166,7 +166,7 @@ Error SetOpen(const OpenKey& open, const char16_t* name, Dword type, const std::
 }
 
 Error RemoveOpen(const OpenKey& open, const char16_t* name) {
-  if (const Error fault = world::ChangeFault("RegDeleteValueW")) return fault;
+  if (const Error fault = world::ChangeFault(world::ChangeKind::kRemoval)) return fault;
   std::optional<Value> before;
   if (const Error error = ReadBefore(open, name, before)) return error;
   if (!before) return kErrorFileNotFound;

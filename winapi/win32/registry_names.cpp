@@ -16,6 +16,6 @@ std::u16string FoldedName(std::u16string_view name) {
   return folded;
 }
 
-Error ChangeFault(std::string_view /*operation*/) noexcept { return 0; }
+Error ChangeFault(ChangeKind /*kind*/) noexcept { return 0; }
 
 }  // namespace winapi::world
