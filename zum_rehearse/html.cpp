@@ -88,8 +88,10 @@ std::string Verdicts(const Product& product) {
   return list + "</ul>";
 }
 
-std::string Row(const Report& report, std::initializer_list<std::string_view> cells) {
-  std::string row = Concat({"<tr data-status=\"", std::to_string(StatusOf(report)), "\">"});
+std::string Row(const Report& report, std::string_view kind,
+                std::initializer_list<std::string_view> cells) {
+  std::string row =
+      Concat({"<tr class=\"", kind, "\" data-status=\"", std::to_string(StatusOf(report)), "\">"});
   row += Concat({"<td>", Isolated(Printable(std::string_view(report.machine))), "</td><td>",
                  std::to_string(StatusOf(report)), "</td>"});
   for (const std::string_view cell : cells) row += Concat({"<td>", cell, "</td>"});
@@ -114,7 +116,7 @@ std::string MachineRow(const Report& report) {
   for (const std::string& note : report.notes) {
     text += Concat({"<br>note: ", Isolated(Printable(std::string_view(note)))});
   }
-  return Row(report, {"", "", "", text, ""});
+  return Row(report, "machine", {"", "", "", text, ""});
 }
 
 }  // namespace
@@ -146,7 +148,7 @@ std::string HtmlRows(const Report& report, bool all) {
   for (const Product& product : report.products) {
     if (!all && product.verdicts.front() == Verdict::kOrdinary) continue;
     const std::string code = product.code.empty() ? Printable(product.key) : product.code;
-    rows += Row(report,
+    rows += Row(report, "product",
                 {Concat({"<code>", Isolated(code), "</code>"}), Isolated(Printable(product.name)),
                  Isolated(Printable(product.version)), Verdicts(product), Values(product)});
   }

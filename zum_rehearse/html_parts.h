@@ -12,7 +12,11 @@ p { margin: .2rem 0 .8rem; }
 .controls { display: flex; gap: .8rem; flex-wrap: wrap; align-items: center; margin: 1rem 0; }
 .controls input, .controls select { font: inherit; padding: .25rem .4rem; }
 .controls input { min-width: 18rem; }
-table { border-collapse: collapse; width: 100%; }
+table { border-collapse: collapse; width: 100%; table-layout: fixed; }
+th:nth-child(1) { width: 11%; } th:nth-child(2) { width: 5rem; } th:nth-child(3) { width: 13rem; }
+th:nth-child(4) { width: 15%; } th:nth-child(5) { width: 6rem; } th:nth-child(6) { width: 24%; }
+td { overflow-wrap: anywhere; }
+tr.machine td { background: #8881; }
 th, td { text-align: left; vertical-align: top; padding: .45rem .6rem; border-bottom: 1px solid #8885; }
 thead th { position: sticky; top: 0; background: Canvas; border-bottom: 2px solid #8888; }
 thead button { all: unset; cursor: pointer; font-weight: 600; }
@@ -21,9 +25,9 @@ thead th[aria-sort=ascending] button::after { content: " \25B2"; }
 thead th[aria-sort=descending] button::after { content: " \25BC"; }
 td ul { margin: 0; padding-left: 1.1rem; }
 code, dd { font: 13px/1.4 ui-monospace, monospace; overflow-wrap: anywhere; }
-dl { display: grid; grid-template-columns: max-content 1fr; gap: .1rem .7rem; margin: 0; }
-dt { font-size: 13px; color: GrayText; }
-dd { margin: 0; }
+dl { margin: 0; }
+dt { font-size: 13px; opacity: .7; }
+dd { margin: 0 0 .3rem; }
 details pre { white-space: pre-wrap; overflow-wrap: anywhere; max-height: 20rem; overflow: auto; }
 .bad { color: #c22; } .good { color: #182; } .some { color: #a60; }
 @media (prefers-color-scheme: dark) { .bad { color: #f77; } .good { color: #6c6; } .some { color: #ec6; } }
@@ -77,7 +81,7 @@ inline constexpr char kScript[] = R"js(
 )js";
 
 // SHA-256 of the two texts above, in base64.
-inline constexpr char kStyleHash[] = "92seTzJoKgggCYdLOHO2YHA7i0xCv9n8Q8tfkh4WeI4=";
+inline constexpr char kStyleHash[] = "Yqps4Yxw70wrX9HatPKezC1xRbKwIqvCOb1OV4vXpCE=";
 inline constexpr char kScriptHash[] = "JZflcIs6UWVNqx2xGPSTk4IsQ2Je1jusragjkZJ28CU=";
 
 }  // namespace zum_rehearse

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 #include <unordered_set>
 
@@ -12,18 +13,31 @@ namespace zum_rehearse {
 namespace {
 
 using winapi::rehearsal::FileDamage;
+using winapi::rehearsal::HiveState;
 using winapi::rehearsal::MachineFromFiles;
 namespace fs = std::filesystem;
 
+// Below the root of the hive.
+constexpr std::u16string_view kUserDataInHive = kUserDataBranch.substr(9);  // without "SOFTWARE\\"
+constexpr std::u16string_view kClassesInHive = kClassesBranch.substr(9);
+
 std::u16string FullKey(std::u16string_view path) {
   return std::u16string(kHive) + u"\\" + std::u16string(path);
+}
+
+bool IsHive(const fs::path& path) {
+  std::error_code error;
+  if (!fs::is_regular_file(path, error)) return false;
+  char head[4] = {};
+  std::ifstream(path, std::ios::binary).read(head, sizeof head);
+  return std::string_view(head, sizeof head) == "regf";
 }
 
 bool IsExport(const fs::path& path) {
   std::string extension = Utf8Of(path.extension());
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension == ".reg";
+  return extension == ".reg" || IsHive(path);
 }
 
 // The name of the folder that a path lies in, or of the folder itself.
@@ -42,13 +56,33 @@ bool FindExports(const std::string& folder, std::vector<std::string>& files, std
   if (error) {
     reason = folder + ": " + error.message();
   } else if (files.empty()) {
-    reason = folder + ": there is no export (*.reg) in the folder";
+    reason = folder + ": there is no export (*.reg) and no hive in the folder";
   }
   std::sort(files.begin(), files.end());
   return reason.empty();
 }
 
-bool AddFile(MachineFromFiles& machine, const std::string& file, std::string& reason) {
+// The hive of SOFTWARE, of which only the installer's branches are read.
+bool AddHive(MachineFromFiles& machine, const std::string& file, LoadedMachine& loaded) {
+  HiveState state;
+  std::string reason;
+  if (!machine.AddHive(file, FullKey(u"SOFTWARE"), {kUserDataInHive, kClassesInHive}, state,
+                       reason)) {
+    loaded.error = file + ": " + reason;
+    return false;
+  }
+  if (state.inUse) {
+    loaded.notes.push_back(
+        file + " was in use when it was copied: what stands in its logs only isn't seen");
+  }
+  if (state.unreadableValues != 0) {
+    loaded.notes.push_back(file + " has " + std::to_string(state.unreadableValues) +
+                           " values that can't be read");
+  }
+  return true;
+}
+
+bool AddExport(MachineFromFiles& machine, const std::string& file, std::string& reason) {
   std::string bytes;
   if (!ReadWholeFile(PathOf(file), bytes, reason)) {
     reason = file + ": " + reason;
@@ -119,7 +153,9 @@ LoadedMachine Load(const Source& source) {
   loaded.sources = files;
   MachineFromFiles machine;
   for (const std::string& file : files) {
-    if (!AddFile(machine, file, loaded.error)) return loaded;
+    const bool added = IsHive(PathOf(file)) ? AddHive(machine, file, loaded)
+                                            : AddExport(machine, file, loaded.error);
+    if (!added) return loaded;
   }
   LookForBranches(machine, loaded);
   if (loaded.error.empty()) loaded.machine = machine.Take();

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "oru/rtl/check.h"
+#include "winapi/console.h"
 #include "winapi/exceptions.h"
 #include "zum_rehearse/csv.h"
 #include "zum_rehearse/files.h"
@@ -145,7 +146,23 @@ int RehearseAll(const Options& options) {
   return output.Finish();
 }
 
+// The console takes UTF-8 while one lives.
+class Utf8Console {
+ public:
+  Utf8Console() : m_before(winapi::SwitchConsoleToUtf8()) {}
+  Utf8Console(const Utf8Console&) = delete;
+  Utf8Console& operator=(const Utf8Console&) = delete;
+  ~Utf8Console() {
+    std::cout.flush();
+    winapi::RestoreConsole(m_before);
+  }
+
+ private:
+  winapi::Dword m_before;
+};
+
 int Run(const std::vector<std::string>& arguments) {
+  const Utf8Console console;
   const ParsedOptions parsed = ParseOptions(arguments);
   if (parsed.options) return RehearseAll(*parsed.options);
   (parsed.status == 0 ? std::cout : std::cerr) << parsed.text;

@@ -93,7 +93,7 @@ class Inputs(RehearsalCase):
         bad, empty, good, absent = self.parse(done.stdout)
         self.assertEqual(done.returncode, 2)
         self.assertEqual(bad["error"], "bad/torn.reg:4: the quote that closes the text is missing")
-        self.assertEqual(empty["error"], "empty: there is no export (*.reg) in the folder")
+        self.assertEqual(empty["error"], "empty: there is no export (*.reg) and no hive in the folder")
         self.assertEqual(absent["error"], "absent.reg: No such file or directory")
         self.assertEqual([each["status"] for each in (bad, empty, good, absent)], [2, 2, 1, 2])
         self.assertEqual((bad["outcome"], good["outcome"]), (None, COMPLETED))
