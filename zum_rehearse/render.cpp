@@ -27,7 +27,7 @@ std::string ErrorLine(const std::string& text) {
 // the tool.
 fs::path TraceFolder(const Source& source, const Options& options, bool several) {
   if (options.traceFolder.empty() || !several) return PathOf(options.traceFolder);
-  const fs::path folder = PathOf(options.traceFolder) / PathOf(source.fileName);
+  fs::path folder = PathOf(options.traceFolder) / PathOf(source.fileName);
   std::error_code error;
   fs::create_directory(folder, error);
   return folder;

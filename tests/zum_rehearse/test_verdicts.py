@@ -1,9 +1,10 @@
 """What is said of products of every kind, and that it is what the rule makes of them."""
 
 import products
+import reg_file
 import registry_rule
 from products import MARKED, MARKED_NAME, ORDINARY, ORDINARY_NAME, key_name, product
-from rehearsal_cases import COMPLETED, FAILED, NATIVE, RehearsalCase, only_on
+from rehearsal_cases import COMPLETED, FAILED, NATIVE, PROGRAM, RehearsalCase, only_on
 from registry_rule import CLASSES, DWORD, SZ, USER_DATA, sz
 
 # Whether the package is there is looked up on Windows only.
@@ -97,7 +98,6 @@ class Verdicts(RehearsalCase):
     @only_on("native")
     def test_a_machine_without_the_list_fails(self):
         file = self.machine.folder / "machine.reg"
-        import reg_file
         reg_file.write(file, {"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer": {}, CLASSES: {}})
         done = self.call(file, "--json")
         self.assertEqual(done.returncode, 3)
@@ -129,10 +129,30 @@ class Verdicts(RehearsalCase):
         self.assertEqual((report["status"], report["summary"]["packages_missing"]), (4, 1))
 
     @only_on("windows")
+    def test_products_that_may_not_be_written_are_named(self):
+        branch = product("A", MARKED, MARKED_NAME) | product("B", MARKED, MARKED_NAME) | product("C", MARKED, {})
+        keys = [f"{USER_DATA}\\A\\InstallProperties", f"{CLASSES}\\B\\SourceList"]
+        before = self.load(branch)
+        self.machine.protect(keys)
+        self.addCleanup(self.machine.unprotect, keys)
+        report, = self.parse(self.machine.run("zum_rehearse.exe --json", program=PROGRAM).output)
+        found = self.products_of(report)
+        self.assertEqual([found[key]["verdicts"][0] for key in "ABC"], ["passed-over", "passed-over", "package-missing"])
+        self.assertEqual((report["status"], report["outcome"], report["as_run"]), (5, COMPLETED, COMPLETED))
+        table = self.machine.run("zum_rehearse.exe", program=PROGRAM)
+        self.assertIn(b"with this run's rights /unblock would print \"Completed\" and end with 0, and leave",
+                      table.output)
+        self.assertEqual(table.status, 5)
+        self.check_branch(self.machine.dump(), before)
+        # And so it is.
+        self.check_completed(self.machine.run("zum_setup_util.exe /unblock"))
+        self.check_branch(self.machine.dump(), registry_rule.rewrite(before, read_only=keys)[0])
+
+    @only_on("windows")
     def test_the_tool_then_does_what_was_foretold(self):
         branch = products.everything()
         before = self.load(branch)
-        outcome = self.machine.run("zum_rehearse.exe --json --all", program=__import__("rehearsal_cases").PROGRAM)
+        outcome = self.machine.run("zum_rehearse.exe --json --all", program=PROGRAM)
         self.check_branch(self.machine.dump(), before)
         report = self.parse(outcome.output)[0]
         done = self.machine.run("zum_setup_util.exe /unblock")
