@@ -2,13 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "tests/support/test_registry.h"
 #include "winapi/errors.h"
 #include "winapi/host/control.h"
 #include "winapi/registry.h"
 #include "zum_rehearse/json.h"
+#include "zum_rehearse/printable.h"
+#include "zum_rehearse/reg_text.h"
 #include "zum_rehearse/table.h"
 
 namespace {
@@ -117,6 +122,46 @@ TEST_F(RehearseHost, AFailureHalfwayShowsWhatWouldBeDoneByThen) {
   EXPECT_EQ(report.products[2].verdicts, std::vector{Verdict::kNotReached});
   EXPECT_TRUE(report.products[1].slots[kLocalPackageMarked].after);
   EXPECT_NE(TableOf(report).find("end with 0xa1780003\n"), std::string::npos);
+}
+
+// The lines of a file for import that name a value, in order; each with the product of its key.
+std::vector<std::string> Entries(const std::string& file) {
+  std::u16string text;
+  for (std::size_t i = 2; i + 1 < file.size(); i += 2) {
+    text += static_cast<char16_t>(static_cast<unsigned char>(file[i]) |
+                                  (static_cast<unsigned char>(file[i + 1]) << 8));
+  }
+  std::istringstream lines(Utf8(text));
+  std::vector<std::string> entries;
+  std::string product;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.front() == '[') product = line.substr(line.find("Products\\") + 9, 1);
+    if (line.front() == '"') entries.push_back(product + line.substr(0, line.find('=') + 2));
+  }
+  return entries;
+}
+
+TEST_F(RehearseHost, FilesCoverWhatIsDoneBeforeAFailure) {
+  // The second product's first mark can't be deleted.
+  host::FailCall("RegDeleteValueW", 3, winapi::kErrorDiskFull);
+  const Report report = Run();
+  EXPECT_EQ(Entries(ChangesFile(report, "now")),
+            (std::vector<std::string>{"A\"LocalPackage\"=h", "A\"LocalPackageNotExist\"=-",
+                                      "A\"PackageName\"=h", "A\"PackageNameNotExist\"=-",
+                                      "B\"LocalPackage\"=h"}));
+  EXPECT_EQ(Entries(UndoFile(report, "now")),
+            (std::vector<std::string>{"A\"LocalPackage\"=-", "A\"LocalPackageNotExist\"=h",
+                                      "A\"PackageName\"=-", "A\"PackageNameNotExist\"=h",
+                                      "B\"LocalPackage\"=-"}));
+}
+
+TEST_F(RehearseHost, AKeyThatNoFileCanCarryIsLeftOutAndNamed) {
+  Report report;
+  report.changes.push_back({u"HKEY_LOCAL_MACHINE\\a\nb", u"LocalPackage", {}, {}});
+  report.changes.push_back({u"HKEY_LOCAL_MACHINE\\Products\\C", u"LocalPackage", {}, {}});
+  EXPECT_EQ(Entries(ChangesFile(report, "now")), std::vector<std::string>{"C\"LocalPackage\"=-"});
+  EXPECT_EQ(KeysThatNoFileCarries(report),
+            std::vector<std::u16string>{u"HKEY_LOCAL_MACHINE\\a\nb"});
 }
 
 TEST_F(RehearseHost, AListThatBreaksOffIsNoted) {

@@ -50,7 +50,8 @@ class Files(RehearsalCase):
         """The bytes of both files."""
         folder = self.machine.folder / "files"
         folder.mkdir(exist_ok=True)
-        changes, undo = folder / "changes \u20ac.reg", folder / "undo \u20ac.reg"
+        # In no code page are all of these characters.
+        changes, undo = folder / "changes \u0416\u4e2d.reg", folder / "undo \u0416\u4e2d.reg"
         if NATIVE:
             options = [f"--changes={changes}", f"--undo={undo}"]
         else:
@@ -94,7 +95,7 @@ class Files(RehearsalCase):
             branch.update(each)
         self.files(branch)
         before = self.machine.dump()
-        self.import_file("changes \u20ac.reg")
+        self.import_file("changes \u0416\u4e2d.reg")
         imported = self.machine.dump()
         self.machine.clear()
         self.load(branch)
@@ -103,7 +104,7 @@ class Files(RehearsalCase):
         done = self.machine.dump()
         self.assertNotEqual(done, before)
         self.check_branch(imported, done)
-        self.import_file("undo \u20ac.reg")
+        self.import_file("undo \u0416\u4e2d.reg")
         self.check_branch(lowered(self.machine.dump()), lowered(before))
 
     @staticmethod

@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import pty
 import resource
 import subprocess
 import time
@@ -49,6 +50,30 @@ class Scale(RehearsalCase):
         self.assertEqual([each["status"] for each in found], [0, 2, 0, 1, 0, 0])
         self.assertEqual(found[1]["error"], "the process that rehearsed this machine ended before it was done")
         self.assertEqual((call.returncode, errors.count(b"\n")), (2, 1))
+
+    def test_a_terminal_is_told_how_far_it_is(self):
+        self.machines(6)
+        pipe = self.machine.folder / "m00003/x.reg"
+        pipe.unlink()
+        os.mkfifo(pipe)
+        master, slave = pty.openpty()
+        call = subprocess.Popen([PROGRAM, "--json", "--folders-from", "list"], stdout=subprocess.DEVNULL, stderr=slave,
+                                cwd=self.machine.folder)
+        os.close(slave)
+        told = b""
+        while b"of 6 machines" not in told:
+            told += os.read(master, 1000)
+        self.assertRegex(told, rb"\r  3 of 6 machines")
+        pipe.write_bytes(b"no export")
+        call.wait(60)
+        try:
+            while chunk := os.read(master, 1000):
+                told += chunk
+        except OSError:  # the other side is closed
+            pass
+        os.close(master)
+        self.assertIn(b"\r\x1b[K", told)
+        self.assertEqual(call.returncode, 2)
 
     @staticmethod
     def waiting_child(parent):

@@ -106,17 +106,25 @@ Error Enumerate(Key key, Dword index, char16_t* name, Dword size) {
   return error;
 }
 
+// What was written under the name by now: null for nothing, nullopt in it for a deletion.
+const std::optional<Value>* FindWritten(const OpenKey& open, const char16_t* name) {
+  const rehearsal::WrittenValues* const values = State::Current()->WrittenTo(open);
+  if (values == nullptr) return nullptr;
+  const auto found = values->find(world::FoldedName(ViewOf(name)));
+  return found == values->end() ? nullptr : &found->second;
+}
+
 Error Query(Key key, const char16_t* name, Dword* reserved, Dword* type, std::uint8_t* data,
             Dword* size) {
   const OpenKey* open = nullptr;
   if (const Error error = Resolve(key, kKeyQueryValue, open)) return error;
   if (reserved != nullptr || (data != nullptr && size == nullptr)) return kErrorInvalidParameter;
-  const auto written = open->written->find(world::FoldedName(ViewOf(name)));
-  if (written == open->written->end()) {
+  const std::optional<Value>* const written = FindWritten(*open, name);
+  if (written == nullptr) {
     return world::RegQueryValueExW(open->world, name, nullptr, type, data, size);
   }
-  if (!written->second) return kErrorFileNotFound;
-  const Value& value = *written->second;
+  if (!*written) return kErrorFileNotFound;
+  const Value& value = **written;
   return GiveValue(value.type, value.data, static_cast<Dword>(value.data.size()), type, data, size);
 }
 
@@ -139,9 +147,9 @@ Error ReadInWorld(Key key, const char16_t* name, std::optional<Value>& value) {
 }
 
 Error ReadBefore(const OpenKey& open, const char16_t* name, std::optional<Value>& value) {
-  const auto written = open.written->find(world::FoldedName(ViewOf(name)));
-  if (written == open.written->end()) return ReadInWorld(open.world, name, value);
-  value = written->second;
+  const std::optional<Value>* const written = FindWritten(open, name);
+  if (written == nullptr) return ReadInWorld(open.world, name, value);
+  value = *written;
   return kErrorSuccess;
 }
 
@@ -149,7 +157,7 @@ Error ReadBefore(const OpenKey& open, const char16_t* name, std::optional<Value>
 // caller was told nothing of.
 void Keep(const OpenKey& open, const char16_t* name, std::optional<Value> before,
           std::optional<Value> after) {
-  (*open.written)[world::FoldedName(ViewOf(name))] = after;
+  State::Current()->ForWriting(open)[world::FoldedName(ViewOf(name))] = after;
   State::Current()->Notes().changes.push_back(
       {open.path, std::u16string(ViewOf(name)), std::move(before), std::move(after)});
 }

@@ -42,10 +42,8 @@ Rehearsal::State::~State() {
 }
 
 Key Rehearsal::State::Add(Key world, std::u16string path, Dword rights) {
-  WrittenValues& written = WrittenTo(path, rights);
   const Key key = NextHandle();
-  m_open.emplace(reinterpret_cast<std::uintptr_t>(key),
-                 OpenKey{world, std::move(path), &written, rights});
+  m_open.emplace(reinterpret_cast<std::uintptr_t>(key), OpenKey{world, std::move(path), rights});
   return key;
 }
 
@@ -69,12 +67,18 @@ std::optional<Key> Rehearsal::State::Remove(Key key) noexcept {
   return world;
 }
 
-WrittenValues& Rehearsal::State::WrittenTo(std::u16string_view path, Dword rights) {
-  std::u16string id = world::FoldedName(path);
+const WrittenValues* Rehearsal::State::WrittenTo(const OpenKey& open) const {
+  if (m_written.empty()) return nullptr;
+  const auto found = m_written.find(Identity(open));
+  return found == m_written.end() ? nullptr : &found->second;
+}
+
+std::u16string Rehearsal::State::Identity(const OpenKey& open) {
+  std::u16string id = world::FoldedName(open.path);
   // No name holds a zero.
   id += u'\0';
-  id += static_cast<char16_t>(rights & kViewFlags);
-  return m_written[id];
+  id += static_cast<char16_t>(open.rights & kViewFlags);
+  return id;
 }
 
 std::u16string_view HiveName(Key key) noexcept {

@@ -18,10 +18,9 @@ namespace winapi::rehearsal {
 using WrittenValues = std::map<std::u16string, std::optional<Value>>;
 
 struct OpenKey {
-  Key world = nullptr;               // the handle below
-  std::u16string path;               // from the hive
-  WrittenValues* written = nullptr;  // lives as long as the state; shared by all handles of the key
-  Dword rights = 0;                  // as asked for
+  Key world = nullptr;  // the handle below
+  std::u16string path;  // from the hive
+  Dword rights = 0;     // as asked for
 };
 
 class Rehearsal::State {
@@ -44,8 +43,13 @@ class Rehearsal::State {
   // Gives the handle below; nullopt for one that isn't open here.
   std::optional<Key> Remove(Key key) noexcept;
 
+  // What was written to the key by now, through whatever handle; null: nothing.
+  [[nodiscard]] const WrittenValues* WrittenTo(const OpenKey& open) const;
+  [[nodiscard]] WrittenValues& ForWriting(const OpenKey& open) { return m_written[Identity(open)]; }
+
  private:
-  [[nodiscard]] WrittenValues& WrittenTo(std::u16string_view path, Dword rights);
+  // The same for all handles of a key.
+  [[nodiscard]] static std::u16string Identity(const OpenKey& open);
 
   Machine m_machine;
   rehearsal::Record m_record;
