@@ -101,7 +101,7 @@ def check_own_header(path, lines, root):
         return
     own = path[:-4] + ".h"
     if not (root / own).exists():
-        own = own.replace("/windows/", "/")
+        own = own.replace("/windows/", "/").replace("/host/", "/")
     includes = [m.group(1) for m in (re.match(r'#include ["<]([^">]+)', line) for line in lines) if m]
     if (root / own).exists():
         if includes[:1] != [own]:

@@ -9,7 +9,7 @@
 #include "zum_rehearse/files.h"
 #include "zum_setup_util/run.h"
 #include "zum_setup_util/trace_setup.h"
-#include "zum_setup_util_lib/helpers.h"
+#include "zum_setup_util_lib/caught_exception.h"
 #include "zum_setup_util_lib/unblock.h"
 
 namespace zum_rehearse {

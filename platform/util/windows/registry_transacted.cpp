@@ -1,6 +1,6 @@
-// A source of its own: programs without transactions are linked without the name that it looks up.
+#include "platform/util/windows/registry_transacted.h"
+
 #include "platform/util/windows/modules.h"
-#include "platform/util/windows/registry.h"
 
 namespace windows_helpers {
 

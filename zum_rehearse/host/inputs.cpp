@@ -1,3 +1,5 @@
+#include "zum_rehearse/inputs.h"
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -7,7 +9,6 @@
 
 #include "winapi/rehearsal_files.h"
 #include "zum_rehearse/files.h"
-#include "zum_rehearse/inputs.h"
 
 namespace zum_rehearse {
 namespace {

@@ -1,6 +1,6 @@
-#include <exception>
-
 #include "zum_rehearse/workers.h"
+
+#include <exception>
 
 namespace zum_rehearse {
 

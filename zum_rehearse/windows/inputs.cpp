@@ -1,5 +1,6 @@
-#include "winapi/files.h"
 #include "zum_rehearse/inputs.h"
+
+#include "winapi/files.h"
 #include "zum_rehearse/printable.h"
 
 namespace zum_rehearse {

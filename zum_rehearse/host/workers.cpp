@@ -1,3 +1,5 @@
+#include "zum_rehearse/workers.h"
+
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -14,8 +16,6 @@
 #include <system_error>
 #include <thread>
 #include <utility>
-
-#include "zum_rehearse/workers.h"
 
 namespace zum_rehearse {
 namespace {
