@@ -9,6 +9,11 @@ namespace zum_rehearse {
 namespace {
 
 constexpr std::size_t kMachineColumns = 4;  // machine, status, line, error
+#ifdef _WIN32
+constexpr char kLineEnd[] = "\n";  // the standard output puts the other half before it
+#else
+constexpr char kLineEnd[] = "\r\n";
+#endif
 
 std::string Field(std::string_view printable) {
   std::string field = "\"";
@@ -28,7 +33,7 @@ std::string Line(const std::vector<std::string>& fields) {
     if (!line.empty()) line += ',';
     line += Field(field);
   }
-  return line + "\r\n";
+  return line + kLineEnd;
 }
 
 std::string VerdictIds(const Product& product) {

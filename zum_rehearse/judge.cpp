@@ -138,9 +138,13 @@ class Judgement {
         IsMarked(product, kLocalPackageMarked) || IsMarked(product, kPackageNameMarked);
     const bool unreadable =
         record.installProperties == KeyState::kRefused || record.sourceList == KeyState::kRefused;
-    const bool reached = record.listed && index < m_listEnd && index <= m_failsAt;
+    const bool reached = record.listed && index < m_listEnd && index <= m_failsAt &&
+                         (!m_findings.failed || m_failsAt != kNowhere || product.changes);
     give(Verdict::kFailsHere, index == m_failsAt);
-    give(Verdict::kNotReached, record.listed && marked && index > m_failsAt);
+    // Without a place for the failure, whatever is marked and didn't change is behind it.
+    const bool behindFailure =
+        m_failsAt != kNowhere ? index > m_failsAt : m_findings.failed && !product.changes;
+    give(Verdict::kNotReached, record.listed && marked && behindFailure);
     // Of the one at which the list breaks off nothing may be readable.
     give(Verdict::kNotListed,
          record.listed && index >= m_listEnd && (marked || index == m_listEnd));

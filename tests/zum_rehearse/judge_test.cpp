@@ -121,6 +121,17 @@ TEST(Judge, AFailureLeavesTheRestUntouched) {
   EXPECT_EQ(products[3].verdicts, std::vector{Verdict::kOrdinary});
 }
 
+TEST(Judge, AFailureWithoutAPlaceLeavesWhatDidNotChangeUntouched) {
+  Findings findings;
+  findings.records = {Marked(u"A"), Marked(u"B"), Listed(u"C")};
+  Repair(findings, u"A");
+  findings.failed = true;
+  const std::vector<Product> products = Judge(findings, nullptr);
+  EXPECT_EQ(products[0].verdicts.front(), Verdict::kWouldBeRepaired);
+  EXPECT_EQ(products[1].verdicts, std::vector{Verdict::kNotReached});
+  EXPECT_EQ(products[2].verdicts, std::vector{Verdict::kOrdinary});
+}
+
 TEST(Judge, ProductsBehindTheListsEndAreNotListed) {
   Findings findings;
   findings.records = {Marked(u"A"), Marked(u"B"), Listed(u"C")};

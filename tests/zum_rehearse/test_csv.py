@@ -15,7 +15,9 @@ CODE = "26F1C3B745A9D0E4C812D5E6F708192A"
 
 class Csv(RehearsalCase):
     def rows(self, output):
-        text = output.decode("utf-8").replace("\r\r\n", "\r\n")
+        text = output.decode("utf-8")
+        self.assertNotIn("\n", text.replace("\r\n", ""))
+        self.assertNotIn("\r", text.replace("\r\n", ""))
         return list(csv.DictReader(io.StringIO(text, newline=""), strict=True))
 
     def test_a_line_tells_a_product(self):
