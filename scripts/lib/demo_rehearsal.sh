@@ -1,5 +1,6 @@
 # The rehearsal: builds zum_rehearse, unless ZUM_REHEARSE names one, and hands the arguments on. To be sourced
 # by demo.sh.
+# shellcheck disable=SC2154  # common.sh, which demo.sh has sourced, sets what is read here
 
 # rehearse FOLDER ARGUMENT ...: relative paths start in the folder.
 rehearse() {

@@ -26,7 +26,7 @@ constexpr Dword kGenericAll = 0x10000000;      // GENERIC_ALL
 constexpr Dword kGenericWrite = 0x40000000;    // GENERIC_WRITE
 constexpr Dword kGenericRead = 0x80000000;     // GENERIC_READ
 constexpr Dword kKeyAllAccess = 0xF003F;       // KEY_ALL_ACCESS
-constexpr Dword kViewFlags = kKeyWow6464Key | kKeyWow6432Key;
+constexpr Dword kViewFlags = kKeyWow6464Key;
 
 std::u16string_view ViewOf(const char16_t* text) {
   return text == nullptr ? std::u16string_view() : std::u16string_view(text);

@@ -12,7 +12,7 @@ namespace winapi::rehearsal {
 namespace {
 
 constexpr Dword kAllRights = 0xFFFFFFFF;
-constexpr Dword kViewFlags = kKeyWow6464Key | kKeyWow6432Key;
+constexpr Dword kViewFlags = kKeyWow6464Key;
 constexpr std::uint32_t kFirstHive = 0x80000000;  // HKEY_CLASSES_ROOT
 
 // By their numbers; the performance data's has no keys.
