@@ -53,10 +53,7 @@ const OpenKey* Rehearsal::State::Find(Key key) {
   if (found != m_open.end()) return &found->second;
   const std::u16string_view hive = HiveName(key);
   if (hive.empty()) return nullptr;
-  return &m_open
-              .emplace(number,
-                       OpenKey{key, std::u16string(hive), &WrittenTo(hive, kAllRights), kAllRights})
-              .first->second;
+  return &m_open.emplace(number, OpenKey{key, std::u16string(hive), kAllRights}).first->second;
 }
 
 std::optional<Key> Rehearsal::State::Remove(Key key) noexcept {
