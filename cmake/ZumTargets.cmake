@@ -127,3 +127,17 @@ function(zum_benchmark name)
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} benchmark::benchmark)
 endfunction()
+
+# zum_separate_symbols(NAME)
+# The symbols of a Windows program go into a file of their own beside it. Both tools put the time into what
+# they write, so the time is fixed.
+function(zum_separate_symbols name)
+  add_custom_command(TARGET ${name} POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0
+            ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${name}> $<TARGET_FILE:${name}>.debug
+    COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0
+            ${CMAKE_STRIP} --strip-all $<TARGET_FILE:${name}>
+    COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0
+            ${CMAKE_OBJCOPY} --add-gnu-debuglink=$<TARGET_FILE:${name}>.debug $<TARGET_FILE:${name}>
+    VERBATIM)
+endfunction()

@@ -1,10 +1,24 @@
 #!/usr/bin/env bash
 # Measures on request, natively: each benchmark against a named peer in the same run, shown as ratios. Installs what
 # is missing (as root). There is no limit that fails: machines differ.
+#
+#   scripts/bench.sh             the benchmarks
+#   scripts/bench.sh rehearse    zum_rehearse: 10,000 machines in one call, and one export of 500 MB
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 
-[ $# -eq 0 ] || { printf 'usage: scripts/bench.sh\n' >&2; exit 2; }
+case "$#:${1:-}" in
+    0:) ;;
+    1:rehearse)
+        step "1. Tools and build"
+        # shellcheck disable=SC2086  # lists of names
+        install_packages $packages_native
+        configure_and_build native zum_rehearse || exit 1
+        step "2. Machines in build/rehearsal-scale, and what they take"
+        exec python3 scripts/lib/bench_rehearse.py build/native/bin/zum_rehearse "$project/build/rehearsal-scale"
+        ;;
+    *) printf 'usage: scripts/bench.sh [rehearse]\n' >&2; exit 2 ;;
+esac
 step "1. Tools and build"
 # shellcheck disable=SC2086  # lists of names
 install_packages $packages_native $packages_bench

@@ -19,5 +19,5 @@ if [ "${1:-}" = --self-test ]; then
     exit 0
 fi
 
-find winapi/host platform/util oru standalone_tracer_lib zum_setup_util_lib zum_setup_util -name '*.cpp' -print0 |
+find winapi/host winapi/rehearsal platform/util oru standalone_tracer_lib zum_setup_util_lib zum_setup_util zum_rehearse -name '*.cpp' -print0 |
     xargs -0 -n 4 -P "$(nproc)" clang-tidy-14 --quiet -p "$build" 2>/dev/null

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the Windows program twice and compares the bytes of the program and of its symbols:
+# Builds the Windows programs twice and compares the bytes of the programs and of their symbols:
 #
 #   scripts/check-reproducible.sh
 #
@@ -15,7 +15,7 @@ unset CMAKE_CXX_COMPILER_LAUNCHER SOURCE_DATE_EPOCH
 build() {
     echo "building $1 in $2"
     (cd "$1" && cmake --preset windows -B "$2" -DZUM_BUILD_TESTS=OFF >"$2.log" 2>&1 &&
-        cmake --build "$2" --target zum_setup_util >>"$2.log" 2>&1) || { tail -n 30 "$2.log"; exit 1; }
+        cmake --build "$2" --target zum_setup_util zum_rehearse >>"$2.log" 2>&1) || { tail -n 30 "$2.log"; exit 1; }
 }
 
 rm -rf "$work"
@@ -37,7 +37,7 @@ fi
 echo "planted difference: found"
 
 status=0
-for file in zum_setup_util.exe zum_setup_util.exe.debug; do
+for file in zum_setup_util.exe zum_setup_util.exe.debug zum_rehearse.exe zum_rehearse.exe.debug; do
     if cmp "$work/one/bin/$file" "$work/the-other-folder/bin/$file"; then
         echo "equal: $file, $(stat -c %s "$work/one/bin/$file") bytes, sha256 $(sha256sum <"$work/one/bin/$file" | cut -c 1-16)..."
     else

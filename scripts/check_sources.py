@@ -36,15 +36,17 @@ LAYERS = {
                            "oru/system/datetime", "oru/rtl", "winapi"],
     "zum_setup_util": ["zum_setup_util_lib", "standalone_tracer_lib", "platform/util/windows", "platform/util",
                        "oru/system/datetime", "oru/rtl", "winapi"],
+    "zum_rehearse": ["zum_setup_util", "zum_setup_util_lib", "standalone_tracer_lib", "platform/util/windows",
+                     "platform/util", "oru/system/datetime", "oru/rtl", "winapi"],
 }
-# The seam's two worlds are reached through the headers above them; no other product file names them.
-SEAM_BEHIND = ("winapi/win32/", "winapi/host/")
+# The seam's worlds are reached through the headers above them; no other product file names them.
+SEAM_BEHIND = ("winapi/win32/", "winapi/host/", "winapi/rehearsal/")
 WINDOWS_H_ALLOWED = ("winapi/win32/", "tests/support/win32/", "tests/e2e/helpers/")
 WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "tests/")
 MOST_LINES = 500
 SUFFIXES = {".h", ".cpp"}
-TOP_FOLDERS = ("winapi", "oru", "platform", "standalone_tracer_lib", "zum_setup_util_lib", "zum_setup_util", "tests", "bench",
-               "fuzz")
+TOP_FOLDERS = ("winapi", "oru", "platform", "standalone_tracer_lib", "zum_setup_util_lib", "zum_setup_util",
+               "zum_rehearse", "tests", "bench", "fuzz")
 
 
 def layer_of(path):
@@ -99,7 +101,7 @@ def check_own_header(path, lines, root):
         return
     own = path[:-4] + ".h"
     if not (root / own).exists():
-        own = own.replace("/windows/", "/")
+        own = own.replace("/windows/", "/").replace("/host/", "/")
     includes = [m.group(1) for m in (re.match(r'#include ["<]([^">]+)', line) for line in lines) if m]
     if (root / own).exists():
         if includes[:1] != [own]:

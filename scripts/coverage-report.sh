@@ -8,7 +8,7 @@ set -u
 mkdir -p build/coverage/report
 # Branches that only the compiler made for exceptions aren't the code's own.
 gcovr --root "$project" --object-directory build/coverage \
-    --filter 'winapi/' --filter 'oru/' --filter 'platform/' --filter 'standalone_tracer_lib/' --filter 'zum_setup_util_lib/' --filter 'zum_setup_util/' \
+    --filter 'winapi/' --filter 'oru/' --filter 'platform/' --filter 'standalone_tracer_lib/' --filter 'zum_setup_util_lib/' --filter 'zum_setup_util/' --filter 'zum_rehearse/' \
     --exclude-throw-branches --exclude-unreachable-branches \
     --gcov-ignore-parse-errors --print-summary \
     --html-details build/coverage/report/index.html --txt build/coverage/report/lines.txt \

@@ -8,6 +8,7 @@
 #include "oru/rtl/exception.h"
 #include "oru/rtl/trace.h"
 #include "platform/util/windows/registry.h"
+#include "platform/util/windows/registry_transacted.h"
 #include "platform/util/windows/system_error.h"
 #include "platform/util/windows/transactions.h"
 #include "winapi/errors.h"

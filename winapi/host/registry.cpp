@@ -1,9 +1,7 @@
 #include "winapi/registry.h"
 
 #include <algorithm>
-#include <cstring>
-#include <optional>
-#include <string>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -12,10 +10,10 @@
 #include "winapi/host/call.h"
 #include "winapi/host/query_script.h"
 #include "winapi/host/registry_handles.h"
+#include "winapi/host/registry_open.h"
 #include "winapi/host/registry_store.h"
-#include "winapi/host/text.h"
-#include "winapi/host/transacted_registry.h"
 #include "winapi/host/transactions.h"
+#include "winapi/registry_data.h"
 
 namespace winapi {
 namespace {
@@ -27,125 +25,16 @@ using host::RegistryKeyPtr;
 using host::RegistryStore;
 using host::RegistryValue;
 
-constexpr std::size_t kMaxKeyName = 256;  // characters; Wine's limit, one more than Windows'
-constexpr std::size_t kMaxValueName = 16383;
-
-constexpr Dword kMaximumAllowed = 0x02000000;  // MAXIMUM_ALLOWED
-constexpr Dword kGenericAll = 0x10000000;      // GENERIC_ALL
-constexpr Dword kGenericWrite = 0x40000000;    // GENERIC_WRITE
-constexpr Dword kGenericRead = 0x80000000;     // GENERIC_READ
-constexpr Dword kKeyAllAccess = 0xF003F;       // KEY_ALL_ACCESS
+constexpr std::size_t kMaxValueName = 16383;  // characters
 
 std::u16string_view ViewOf(const char16_t* text) {
   return text == nullptr ? std::u16string_view() : std::u16string_view(text);
 }
 
-bool IsStringType(Dword type) {
-  return type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
-}
-
-// --- Opening ---
-
-// The 32-bit view: an open that passes from HKEY_LOCAL_MACHINE through SOFTWARE goes to WOW6432Node
-// in it, unless it names that itself.
-void RedirectToView(std::vector<std::u16string_view>& parts, Dword rights) {
-  if ((rights & kKeyWow6464Key) != 0 || parts.empty()) return;
-  if (!host::EqualIgnoringCase(parts[0], u"SOFTWARE")) return;
-  if (parts.size() > 1 && host::EqualIgnoringCase(parts[1], u"WOW6432Node")) return;
-  parts.insert(parts.begin() + 1, u"WOW6432Node");
-}
-
-// Part by part: of a missing key and a name too long behind it, the missing key is told.
-Error FindBelow(RegistryKeyPtr key, const std::vector<std::u16string_view>& parts,
-                RegistryKeyPtr& result) {
-  for (const std::u16string_view part : parts) {
-    if (part.size() > kMaxKeyName) return kErrorInvalidParameter;
-    key = key->Child(part);
-    if (key == nullptr) return kErrorFileNotFound;
-  }
-  result = std::move(key);
-  return kErrorSuccess;
-}
-
-// What a handle may do that asked for `rights` on a key that refuses `denied`; nullopt when it is
-// refused.
-std::optional<Dword> GrantedRights(Dword rights, Dword denied) {
-  Dword granted = rights & kKeyAllAccess;
-  if ((rights & kGenericRead) != 0) granted |= kKeyRead;
-  if ((rights & kGenericWrite) != 0) granted |= kKeyWrite;
-  if ((rights & kGenericAll) != 0) granted |= kKeyAllAccess;
-  if ((granted & denied) != 0) return std::nullopt;
-  if ((rights & kMaximumAllowed) != 0) granted |= kKeyAllAccess & ~denied;
-  return granted;
-}
-
-Error OpenLoaded(Key key, std::u16string_view subKey, Dword rights,
-                 const host::TransactionWorkPtr& transaction, Key* result) {
-  OpenKey start;
-  if (const Error error = KeyTable::Instance().Resolve(key, 0, start); error != 0) return error;
-  if (subKey.starts_with(u'\\')) return kErrorBadPathname;
-  std::vector<std::u16string_view> parts = host::SplitKeyPath(subKey);
-  if (key == HkeyLocalMachine()) RedirectToView(parts, rights);
-  RegistryKeyPtr node;
-  if (const Error error = FindBelow(start.node, parts, node); error != 0) return error;
-  const std::optional<Dword> granted = GrantedRights(rights, node->deniedRights);
-  if (!granted) return kErrorAccessDenied;
-  *result = KeyTable::Instance().Add({std::move(node), *granted, transaction});
-  return kErrorSuccess;
-}
-
-// `transaction` is null for an open outside any.
-Error Open(Call& call, Key key, const char16_t* subKey, Dword rights,
-           const host::TransactionWorkPtr& transaction, Key* result) {
-  if (result == nullptr) return kErrorInvalidParameter;
-  *result = nullptr;
-  RegistryStore& store = RegistryStore::Instance();
-  const auto lock = store.Lock();
-  if (const Error error = store.Load(); error != 0) return error;
-  if (ViewOf(subKey).empty() && host::IsPredefined(key)) {
-    *result = key;
-  } else if (const Error error = OpenLoaded(key, ViewOf(subKey), rights, transaction, result);
-             error != 0) {
-    return error;
-  }
-  call.Argument("*result", *result);
-  return kErrorSuccess;
-}
-
-// As on Windows a failed open clears the result, so that nobody uses what stood there.
-Error FailOpen(Error error, Key* result) {
-  if (result != nullptr) *result = nullptr;
-  return error;
-}
-
-// --- Keys that are open ---
-
 // Loads the store and finds the key.
 Error Resolve(Key key, Dword rights, OpenKey& open) {
   if (const Error error = RegistryStore::Instance().Load(); error != 0) return error;
   return KeyTable::Instance().Resolve(key, rights, open);
-}
-
-// Copies `bytes` to `data`, which has room for `size`. A string without a terminator gets one
-// behind it where there is room, and nothing tells the caller.
-void CopyValue(const std::vector<std::uint8_t>& bytes, Dword type, std::uint8_t* data, Dword size) {
-  if (bytes.empty()) return;
-  std::memcpy(data, bytes.data(), bytes.size());
-  const std::size_t count = bytes.size();
-  const bool terminated = count >= 2 && bytes[count - 1] == 0 && bytes[count - 2] == 0;
-  if (IsStringType(type) && !terminated && size - count >= 2) std::memset(data + count, 0, 2);
-}
-
-// `reported` is the size that the caller is told.
-Error GiveValue(Dword valueType, const std::vector<std::uint8_t>& bytes, Dword reported,
-                Dword* type, std::uint8_t* data, Dword* size) {
-  if (type != nullptr) *type = valueType;
-  const Dword room = size == nullptr ? 0 : *size;
-  if (size != nullptr) *size = reported;
-  if (data == nullptr) return kErrorSuccess;
-  if (bytes.size() > room) return kErrorMoreData;
-  CopyValue(bytes, valueType, data, room);
-  return kErrorSuccess;
 }
 
 Error GiveScripted(const host::QueryAnswer& answer, Dword* type, std::uint8_t* data, Dword* size) {
@@ -174,17 +63,6 @@ Error Query(Key key, const char16_t* name, Dword* type, std::uint8_t* data, Dwor
   if (value == nullptr) return kErrorFileNotFound;
   return GiveValue(value->type, value->data, static_cast<Dword>(value->data.size()), type, data,
                    size);
-}
-
-// The bytes to store: a string whose terminator stands just behind the range gets it. Of an odd
-// number of bytes no character ends the range, and nothing is looked at.
-std::vector<std::uint8_t> CompletedData(Dword type, const std::uint8_t* data, Dword size) {
-  if (size == 0) return {};
-  std::vector<std::uint8_t> bytes(data, data + size);
-  if (!IsStringType(type) || size % 2 != 0) return bytes;
-  const bool terminated = data[size - 1] == 0 && data[size - 2] == 0;
-  if (!terminated && data[size] == 0 && data[size + 1] == 0) bytes.insert(bytes.end(), 2, 0);
-  return bytes;
 }
 
 Error Set(Key key, const char16_t* name, Dword type, const std::uint8_t* data, Dword size) {
@@ -224,20 +102,8 @@ Error RegOpenKeyExW(Key key, const char16_t* subKey, Dword options, Dword rights
   Call call("RegOpenKeyExW");
   call.Argument("key", key).Argument("subKey", subKey).Argument("options", options);
   call.Mask("rights", rights);
-  if (const auto fault = call.Fault()) return FailOpen(*fault, result);
-  return Open(call, key, subKey, rights, nullptr, result);
-}
-
-Error host::RegOpenKeyTransactedW(Key key, const char16_t* subKey, Dword options, Dword rights,
-                                  Key* result, Handle transaction, void* reserved) noexcept {
-  Call call("RegOpenKeyTransactedW");
-  call.Argument("key", key).Argument("subKey", subKey).Argument("options", options);
-  call.Mask("rights", rights).Argument("transaction", transaction).Argument("reserved", reserved);
-  if (const auto fault = call.Fault()) return FailOpen(*fault, result);
-  if (reserved != nullptr) return FailOpen(kErrorInvalidParameter, result);
-  TransactionWorkPtr work;
-  if (const Error error = FindTransaction(transaction, work)) return FailOpen(error, result);
-  return Open(call, key, subKey, rights, work, result);
+  if (const auto fault = call.Fault()) return host::FailOpen(*fault, result);
+  return host::OpenInStore(call, key, subKey, rights, nullptr, result);
 }
 
 Error RegEnumKeyW(Key key, Dword index, char16_t* name, Dword size) noexcept {

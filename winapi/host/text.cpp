@@ -142,6 +142,10 @@ std::string ToUtf8(std::u16string_view text) {
 }
 
 char16_t Upcase(char16_t unit) noexcept {
+  // Nearly all that is asked for; a registry's names are compared by this.
+  if (unit < 0x80) {
+    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - (u'a' - u'A')) : unit;
+  }
   for (const ShiftedRange& range : kShifted) {
     if (unit >= range.first && unit <= range.last) {
       return static_cast<char16_t>(unit - range.distance);

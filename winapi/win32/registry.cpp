@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "winapi/registry_world.h"
 #include "winapi/win32/wide.h"
 
 namespace winapi {
@@ -32,19 +33,16 @@ static_assert(kHkeyPerformanceDataNumber == HKEY_PERFORMANCE_DATA);
 
 Error RegOpenKeyExW(Key key, const char16_t* subKey, Dword options, Dword rights,
                     Key* result) noexcept {
-  return static_cast<Error>(::RegOpenKeyExW(win32::Wide(key), win32::Wide(subKey), options, rights,
-                                            reinterpret_cast<HKEY*>(result)));
+  return world::RegOpenKeyExW(key, subKey, options, rights, result);
 }
 
 Error RegEnumKeyW(Key key, Dword index, char16_t* name, Dword size) noexcept {
-  return static_cast<Error>(::RegEnumKeyW(win32::Wide(key), index, win32::Wide(name), size));
+  return world::RegEnumKeyW(key, index, name, size);
 }
 
 Error RegQueryValueExW(Key key, const char16_t* name, Dword* reserved, Dword* type,
                        std::uint8_t* data, Dword* size) noexcept {
-  return static_cast<Error>(::RegQueryValueExW(win32::Wide(key), win32::Wide(name),
-                                               win32::Wide(reserved), win32::Wide(type), data,
-                                               win32::Wide(size)));
+  return world::RegQueryValueExW(key, name, reserved, type, data, size);
 }
 
 Error RegSetValueExW(Key key, const char16_t* name, Dword reserved, Dword type,
@@ -57,6 +55,6 @@ Error RegDeleteValueW(Key key, const char16_t* name) noexcept {
   return static_cast<Error>(::RegDeleteValueW(win32::Wide(key), win32::Wide(name)));
 }
 
-Error RegCloseKey(Key key) noexcept { return static_cast<Error>(::RegCloseKey(win32::Wide(key))); }
+Error RegCloseKey(Key key) noexcept { return world::RegCloseKey(key); }
 
 }  // namespace winapi

@@ -21,12 +21,6 @@ namespace windows_helpers {
 [[nodiscard]] winapi::Error OpenKey(RegKey& newKey, winapi::Key hive, const char16_t* path,
                                     winapi::Dword access) noexcept;
 
-// The same inside a kernel transaction, without the checks. 126 or 127 on systems that can't do
-// that.
-[[nodiscard]] winapi::Error OpenKeyTransacted(RegKey& newKey, const KernelHandle& transaction,
-                                              winapi::Key hive, const char16_t* path,
-                                              winapi::Dword access) noexcept;
-
 // Reads a REG_SZ; one terminating zero, if there is one, isn't part of the text. On failure `value`
 // is empty: 2 for a missing value, 1629 for another type, 8 when memory runs out.
 [[nodiscard]] winapi::Error ReadStringValue(const RegKey& key, const char16_t* name,

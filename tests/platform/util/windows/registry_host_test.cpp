@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "platform/util/windows/registry.h"
+#include "platform/util/windows/registry_transacted.h"
 #include "platform/util/windows/transactions.h"
 #include "tests/platform/util/windows/registry_fixture.h"
 #include "tests/support/allocation_faults.h"

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/util/windows/registry.h"
+#include "platform/util/windows/registry_transacted.h"
 #include "tests/platform/util/windows/registry_fixture.h"
 #include "tests/support/checks.h"
 #include "winapi/modules.h"

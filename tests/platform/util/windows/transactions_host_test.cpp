@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/util/windows/registry.h"
+#include "platform/util/windows/registry_transacted.h"
 #include "tests/support/allocation_faults.h"
 #include "winapi/errors.h"
 #include "winapi/handles.h"

@@ -1,0 +1,67 @@
+#include "zum_rehearse/options.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "zum_rehearse/inputs.h"
+
+namespace {
+
+using zum_rehearse::ParsedOptions;
+using zum_rehearse::ParseOptions;
+
+// With an input where one is needed.
+ParsedOptions Parse(std::vector<std::string> arguments) {
+  if (zum_rehearse::TakesFiles()) arguments.insert(arguments.begin(), "machine");
+  return ParseOptions(arguments);
+}
+
+TEST(ParseOptions, StartsWithNone) {
+  const ParsedOptions parsed = Parse({});
+  ASSERT_TRUE(parsed.options);
+  EXPECT_FALSE(parsed.options->all);
+  EXPECT_FALSE(parsed.options->json);
+  EXPECT_EQ(parsed.options->traceFolder, "");
+}
+
+TEST(ParseOptions, TakesFormsAndFolders) {
+  const ParsedOptions parsed = Parse({"--all", "--json", "--trace-output=C:\\a b \u20AC"});
+  ASSERT_TRUE(parsed.options);
+  EXPECT_TRUE(parsed.options->all);
+  EXPECT_TRUE(parsed.options->json);
+  EXPECT_EQ(parsed.options->traceFolder, "C:\\a b \u20AC");
+}
+
+TEST(ParseOptions, MapsWhatIsWrongTo2) {
+  for (const char* argument : {"--nonsense", "--json=maybe", "--trace-output", "-x"}) {
+    const ParsedOptions parsed = Parse({argument});
+    EXPECT_FALSE(parsed.options) << argument;
+    EXPECT_EQ(parsed.status, 2) << argument;
+    EXPECT_NE(parsed.text, "") << argument;
+  }
+}
+
+TEST(ParseOptions, AnswersQuestionsWith0) {
+  const ParsedOptions help = ParseOptions({"--help"});
+  EXPECT_FALSE(help.options);
+  EXPECT_EQ(help.status, 0);
+  EXPECT_NE(help.text.find("--json"), std::string::npos);
+  EXPECT_NE(help.text.find("Exit status"), std::string::npos);
+}
+
+TEST(ParseOptions, InputsAreForTheHostOnly) {
+  const ParsedOptions parsed = ParseOptions({"some.reg", "folder"});
+  if (zum_rehearse::TakesFiles()) {
+    ASSERT_TRUE(parsed.options);
+    EXPECT_EQ(parsed.options->inputs, (std::vector<std::string>{"some.reg", "folder"}));
+    EXPECT_EQ(ParseOptions({}).status, 2);
+  } else {
+    EXPECT_FALSE(parsed.options);
+    EXPECT_EQ(parsed.status, 2);
+    EXPECT_TRUE(ParseOptions({}).options);
+  }
+}
+
+}  // namespace

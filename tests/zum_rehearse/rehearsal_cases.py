@@ -1,0 +1,105 @@
+"""The base of the program's black-box cases: a machine to rehearse, and what several of them ask.
+
+The machines, the products and the rule of the rewrite are the end-to-end suite's own.
+"""
+
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+
+PROJECT = pathlib.Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(PROJECT / "tests/e2e"))
+
+import jsonschema  # noqa: E402
+import reg_file  # noqa: E402
+import registry_rule  # noqa: E402
+from cases import MachineCase, is_listed, only_on  # noqa: E402,F401
+from registry_rule import CLASSES, USER_DATA  # noqa: E402
+
+PROGRAM = pathlib.Path(os.environ["ZUM_REHEARSE"]) if "ZUM_REHEARSE" in os.environ else None
+SCHEMA = json.loads((PROJECT / "docs/rehearsal.schema.json").read_text(encoding="utf-8"))
+NATIVE = os.environ.get("ZUM_WORLD") == "native"
+COMPLETED = {"code": "0x00000000", "line": "Completed"}
+FAILED = {"code": "0xa1780003", "line": "Failed: 0xa1780003 (Problem in disable protective upgrade registry)"}
+
+
+def value_json(value):
+    """Type and bytes of a value of a branch, as they stand in JSON."""
+    return None if value is None else (value[0], value[1].hex())
+
+
+def slot_of(branch, path, name):
+    values = branch.get(registry_rule.same_name(branch, path), {})
+    found = registry_rule.same_name(values, name)
+    return None if found is None else values[found]
+
+
+class RehearsalCase(MachineCase):
+    """Runs the program on a branch: natively on an export of it, under Wine on the registry."""
+
+    def export(self, branch, name="machine.reg"):
+        """An export of the branch, with the installer's two keys in any case."""
+        path = self.machine.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        reg_file.write(path, {USER_DATA: {}, CLASSES: {}} | branch)
+        return path
+
+    def call(self, *arguments, cwd=None, environment=None):
+        """The native program; arguments are text or bytes."""
+        return subprocess.run([PROGRAM, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              cwd=cwd or self.machine.folder, timeout=240, check=False,
+                              env={name: value for name, value in os.environ.items() if name != "COLUMNS"}
+                              | {"ZUM_HOST_ROOT": "/nonexistent/host"} | (environment or {}))
+
+    def rehearse(self, branch, *arguments):
+        """Status and standard output of a run on the branch; the machine must be the same afterwards."""
+        if NATIVE:
+            file = self.export(branch)
+            before = file.read_bytes()
+            file.chmod(0o444)
+            done = self.call(file, *arguments)
+            self.assertEqual(done.stderr, b"")
+            self.assertEqual(file.read_bytes(), before)
+            return done.returncode, done.stdout
+        self.machine.clear()
+        before = self.load(branch)
+        outcome = self.machine.run(" ".join(["zum_rehearse.exe", *arguments]), program=PROGRAM)
+        self.check_branch(self.machine.dump(), before)
+        return outcome.status, outcome.output
+
+    def parse(self, output):
+        """The objects of an output, each held against the schema."""
+        found = [json.loads(line) for line in output.decode("utf-8").splitlines()]
+        for each in found:
+            jsonschema.validate(each, SCHEMA)
+        return found
+
+    def report(self, branch, *arguments):
+        """The one object of a run, whose status must be the run's."""
+        status, output = self.rehearse(branch, "--json", *arguments)
+        found = self.parse(output)
+        self.assertEqual(len(found), 1)
+        self.assertEqual(found[0]["status"], status)
+        return found[0]
+
+    def products_of(self, report):
+        return {product["key"]: product for product in report["products"]}
+
+    def check_values(self, product, before, after):
+        """The four values of a product, before and after, against two branches."""
+        key = product["key"]
+        for path, names in ((f"{USER_DATA}\\{key}\\InstallProperties", ("LocalPackage", "LocalPackageNotExist")),
+                            (f"{CLASSES}\\{key}\\SourceList", ("PackageName", "PackageNameNotExist"))):
+            for name in names:
+                for when, branch in (("before", before), ("after", after)):
+                    found = product["values"][name][when]
+                    self.assertEqual(None if found is None else (found["type"], found["bytes"]),
+                                     value_json(slot_of(branch, path, name)), (key, name, when))
+
+
+def unescaped_controls(text):
+    """The control characters of a text that a terminal would act on, but line ends."""
+    return re.findall("[\x00-\x09\x0b-\x1f\x7f-\x9f\u200b-\u200f\u2028-\u202e\u2060-\u206f\ufeff]", text)

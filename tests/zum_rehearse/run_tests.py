@@ -1,0 +1,54 @@
+#!/usr/bin/env python3
+"""Runs cases of this suite in the world that the environment names.
+
+    run_tests.py --list         the names of all cases of this world, a line each
+    run_tests.py NAME ...       runs those
+
+ZUM_WORLD is "windows" or "native", ZUM_REHEARSE the program under test; the end-to-end suite's variables are needed too.
+"""
+
+import sys
+import unittest
+
+sys.dont_write_bytecode = True
+
+import rehearsal_cases  # noqa: E402
+import test_browser  # noqa: E402
+import test_csv  # noqa: E402
+import test_demo  # noqa: E402
+import test_files  # noqa: E402
+import test_hives  # noqa: E402
+import test_html  # noqa: E402
+import test_inputs  # noqa: E402
+import test_scale  # noqa: E402
+import test_table  # noqa: E402
+import test_verdicts  # noqa: E402
+
+MODULES = [test_browser, test_csv, test_demo, test_files, test_hives, test_html, test_inputs, test_scale, test_table,
+           test_verdicts]
+
+
+def all_cases():
+    for module in MODULES:
+        for case in vars(module).values():
+            if isinstance(case, type) and issubclass(case, unittest.TestCase) and case.__module__ == module.__name__:
+                for name in unittest.TestLoader().getTestCaseNames(case):
+                    if rehearsal_cases.is_listed(case, getattr(case, name)):
+                        yield f"{case.__name__}.{name}", case(name)
+
+
+def main():
+    known = dict(all_cases())
+    if sys.argv[1:] == ["--list"]:
+        print("\n".join(known))
+        return 0
+    if not sys.argv[1:]:
+        print(__doc__, file=sys.stderr)
+        return 2
+    suite = unittest.TestSuite(known[name] for name in sys.argv[1:])
+    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=2).run(suite)
+    return 0 if result.wasSuccessful() and result.testsRun == len(sys.argv) - 1 else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,81 @@
+"""Registry hives, made by another tool."""
+
+import hive_file
+import products
+import registry_rule
+from products import MARKED, MARKED_NAME, key_name, product
+from rehearsal_cases import RehearsalCase, only_on
+from registry_rule import CLASSES, SZ, USER_DATA, sz
+
+
+@only_on("native")
+class Hives(RehearsalCase):
+    def hive(self, branch, name="SOFTWARE"):
+        path = self.machine.folder / name
+        path.parent.mkdir(exist_ok=True)
+        hive_file.write(path, {USER_DATA: {}, CLASSES: {}} | branch)
+        return path
+
+    def test_a_hive_is_rehearsed_as_its_export_is(self):
+        branch = {path: values for path, values in products.everything().items()
+                  if "Wow6432Node" not in path and "" not in values and path.isascii()}
+        hive = self.hive(branch)
+        before = hive.read_bytes()
+        hive.chmod(0o444)
+        done = self.call("--json", "--all", hive)
+        report, = self.parse(done.stdout)
+        self.assertEqual((done.returncode, done.stderr), (1, b""))
+        self.assertTrue(hive.read_bytes() == before, "the hive was written to")
+        after, _ = registry_rule.rewrite(branch)
+        found = self.products_of(report)
+        self.assertGreater(len(found), 60)
+        for each in found.values():
+            self.check_values(each, branch, after)
+        export, = self.parse(self.call("--json", "--all", self.export(branch)).stdout)
+        self.assertEqual(found, self.products_of(export))
+
+    def test_names_of_other_characters_are_read(self):
+        name = "Produkt-\u00e4\u20ac\u0416"
+        report, = self.parse(self.call("--json", self.hive(product(name, MARKED, {}))).stdout)
+        self.assertEqual([each["key"] for each in report["products"]], [name])
+
+    def test_a_folder_may_hold_a_hive(self):
+        self.hive(product(key_name(1), MARKED, MARKED_NAME), "pc/SOFTWARE")
+        (self.machine.folder / "pc/SYSTEM.txt").write_text("no hive")
+        report, = self.parse(self.call("--json", "pc").stdout)
+        self.assertEqual((report["machine"], report["sources"], report["status"]), ("pc", ["pc/SOFTWARE"], 1))
+
+    def test_a_hive_that_was_in_use_is_told(self):
+        hive = self.hive({})
+        data = bytearray(hive.read_bytes())
+        data[4] ^= 1  # one of the two numbers
+        data[0x1FC] ^= 1  # and the checksum over it
+        hive.write_bytes(data)
+        report, = self.parse(self.call("--json", hive).stdout)
+        self.assertEqual(report["notes"], [f"{hive} was in use when it was copied: what stands in its logs only isn't seen"])
+
+    def test_a_damaged_hive_is_told(self):
+        hive = self.hive(product(key_name(1), MARKED, {}))
+        data = hive.read_bytes()
+        hive.write_bytes(data[:0x1000])
+        done = self.call("--json", hive)
+        report, = self.parse(done.stdout)
+        self.assertEqual(done.returncode, 2)
+        self.assertTrue(report["error"].startswith(f"{hive}: the hive can't be read: "), report["error"])
+
+    def test_no_torn_hive_ends_the_program(self):
+        data = self.hive(product(key_name(1), MARKED, MARKED_NAME)).read_bytes()
+        torn = self.machine.folder / "torn"
+        for at in range(0x1020, 0x1400, 41):
+            torn.write_bytes(data[:at] + b"\xff" * 4 + data[at + 4:])
+            done = self.call("--json", torn)
+            report, = self.parse(done.stdout)
+            self.assertEqual(report["status"], done.returncode)
+            self.assertNotIn("ended before it was done", report["error"] or "")
+
+    def test_a_hive_of_something_else_holds_no_branch(self):
+        hive = self.machine.folder / "SYSTEM"
+        hive.write_bytes(hive_file.empty_hive())
+        done = self.call("--json", hive)
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("the export holds no HKLM\\SOFTWARE\\Microsoft", self.parse(done.stdout)[0]["error"])

@@ -1,0 +1,80 @@
+#include "zum_rehearse/files.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <system_error>
+
+namespace zum_rehearse {
+namespace {
+
+// The last error of the C library in words.
+std::string Reason() { return errno == 0 ? "it can't be opened" : std::strerror(errno); }
+
+}  // namespace
+
+std::filesystem::path PathOf(std::string_view utf8) {
+#ifdef _WIN32
+  return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+#else
+  return std::filesystem::path(utf8);
+#endif
+}
+
+std::string Utf8Of(const std::filesystem::path& path) {
+#ifdef _WIN32
+  const std::u8string text = path.u8string();
+  return std::string(text.begin(), text.end());
+#else
+  return path.native();
+#endif
+}
+
+std::u16string SystemPath(const std::filesystem::path& path) {
+  const std::u16string full = std::filesystem::absolute(path).u16string();
+#ifdef _WIN32
+  return full;
+#else
+  return u"Z:" + full;
+#endif
+}
+
+bool ReadWholeFile(const std::filesystem::path& path, std::string& bytes, std::string& reason) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) {
+    reason = "it is a folder";
+    return false;
+  }
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    reason = Reason();
+    return false;
+  }
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  if (!error) {
+    bytes.resize(static_cast<std::size_t>(size));
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+  } else {  // no plain file, such as a pipe
+    bytes.assign(std::istreambuf_iterator<char>(file), {});
+  }
+  if (file.bad()) {
+    reason = Reason();
+    return false;
+  }
+  return true;
+}
+
+bool WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
+                    std::string& reason) {
+  errno = 0;
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  file.close();
+  if (file) return true;
+  reason = Reason();
+  return false;
+}
+
+}  // namespace zum_rehearse

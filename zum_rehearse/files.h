@@ -1,0 +1,27 @@
+// Files by paths of the standard library, in both worlds.
+#ifndef ZUM_REHEARSE_FILES_H_
+#define ZUM_REHEARSE_FILES_H_
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace zum_rehearse {
+
+// The path of a UTF-8 text, and back; natively the bytes as they are.
+[[nodiscard]] std::filesystem::path PathOf(std::string_view utf8);
+[[nodiscard]] std::string Utf8Of(const std::filesystem::path& path);
+
+// The full path as the seam takes it. Throws std::exception where it has no UTF-16 form.
+[[nodiscard]] std::u16string SystemPath(const std::filesystem::path& path);
+
+// Reads a whole file. On failure false, with the reason in `reason`.
+[[nodiscard]] bool ReadWholeFile(const std::filesystem::path& path, std::string& bytes,
+                                 std::string& reason);
+// Writes a new file or over the one that is there. On failure false, with the reason.
+[[nodiscard]] bool WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
+                                  std::string& reason);
+
+}  // namespace zum_rehearse
+
+#endif  // ZUM_REHEARSE_FILES_H_

@@ -1,0 +1,98 @@
+#include "zum_rehearse/options.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "zum_rehearse/files.h"
+#include "zum_rehearse/inputs.h"
+
+namespace zum_rehearse {
+namespace {
+
+constexpr int kWrongUsage = 2;
+
+constexpr char kDescription[] =
+    "Shows what \"zum_setup_util /unblock\" would do to a machine, and whether it would help. "
+    "Nothing "
+    "of the machine is changed.";
+
+constexpr char kFooter[] =
+    "Exit status: 0 nothing would change, 1 something would, 2 wrong usage or unreadable input,\n"
+    "3 the correction would fail, 4 something would change and a package is missing all the same,\n"
+    "5 something is to be changed and this run's rights don't suffice. For several machines the\n"
+    "first of 2, 3, 5, 4, 1, 0 that is among them.";
+
+// One folder or file a line; blank lines are passed over.
+bool ReadList(const std::string& file, std::vector<std::string>& inputs, std::string& reason) {
+  std::string bytes;
+  if (!ReadWholeFile(PathOf(file), bytes, reason)) return false;
+  std::istringstream lines(bytes);
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!line.empty()) inputs.push_back(line);
+  }
+  return true;
+}
+
+void Describe(CLI::App& app, Options& options, std::string& list) {
+  app.footer(kFooter);
+  app.set_version_flag("--version", std::string(ZUM_REHEARSE_VERSION));
+  app.add_flag("--all", options.all, "Show the ordinary products too");
+  CLI::Option* const json =
+      app.add_flag("--json", options.json, "Write one JSON object a machine, one line each");
+  app.add_flag("--csv", options.csv, "Write comma-separated values, a line a product")
+      ->excludes(json);
+  app.add_option("--html", options.htmlFile, "Write a page with all machines, too")
+      ->type_name("FILE");
+  app.add_option("--changes", options.changesPath,
+                 "Write what would change as a file for import; a folder for several machines")
+      ->type_name("FILE.reg|DIR");
+  app.add_option("--undo", options.undoPath,
+                 "Write a file that undoes it after /unblock; a folder for several machines")
+      ->type_name("FILE.reg|DIR");
+  app.add_option("--trace-output", options.traceFolder,
+                 "Write the tool's own trace of the rehearsal into this folder")
+      ->type_name("DIR");
+  if (!TakesFiles()) return;
+  app.add_option("inputs", options.inputs,
+                 "Exports (*.reg), which together are one machine, and folders of exports, each of "
+                 "which is one")
+      ->type_name("FILE|DIR");
+  app.add_option("--folders-from", list, "Take more files and folders from this list, one a line")
+      ->type_name("FILE");
+}
+
+ParsedOptions Failure(const std::string& reason) {
+  return {std::nullopt, kWrongUsage, "zum_rehearse: " + reason + "\n"};
+}
+
+}  // namespace
+
+ParsedOptions ParseOptions(const std::vector<std::string>& arguments) {
+  Options options;
+  std::string list;
+  CLI::App app(kDescription, "zum_rehearse");
+  Describe(app, options, list);
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::ParseError& error) {
+    std::ostringstream out;
+    std::ostringstream wrong;
+    const bool isQuestion = app.exit(error, out, wrong) == 0;
+    return {std::nullopt, isQuestion ? 0 : kWrongUsage, isQuestion ? out.str() : wrong.str()};
+  }
+  std::string reason;
+  if (!list.empty() && !ReadList(list, options.inputs, reason)) {
+    return Failure(list + ": " + reason);
+  }
+  if (TakesFiles() && options.inputs.empty()) {
+    return Failure("no export and no folder is given; see --help");
+  }
+  return {std::move(options), 0, {}};
+}
+
+}  // namespace zum_rehearse

@@ -1,0 +1,52 @@
+// What is said of a product.
+#ifndef ZUM_REHEARSE_VERDICTS_H_
+#define ZUM_REHEARSE_VERDICTS_H_
+
+#include <string_view>
+#include <vector>
+
+namespace zum_rehearse {
+
+// The weightiest first.
+enum class Verdict {
+  kFailsHere,
+  kNotReached,
+  kNotListed,
+  kUnreadable,
+  kPassedOver,
+  kPackageMissing,
+  kWouldBeRepaired,
+  kNoInstallProperties,
+  kSourceListOnly,
+  kNotAString,
+  kHalfMarked,
+  kOverwritesOrdinaryValue,
+  kPackageNameLost,
+  kEmptyPath,
+  kSecondValueUnknown,
+  kPackageNotKnownHere,
+  kOrdinary,
+};
+
+inline constexpr Verdict kAllVerdicts[] = {
+    Verdict::kFailsHere,          Verdict::kNotReached,
+    Verdict::kNotListed,          Verdict::kUnreadable,
+    Verdict::kPassedOver,         Verdict::kPackageMissing,
+    Verdict::kWouldBeRepaired,    Verdict::kNoInstallProperties,
+    Verdict::kSourceListOnly,     Verdict::kNotAString,
+    Verdict::kHalfMarked,         Verdict::kOverwritesOrdinaryValue,
+    Verdict::kPackageNameLost,    Verdict::kEmptyPath,
+    Verdict::kSecondValueUnknown, Verdict::kPackageNotKnownHere,
+    Verdict::kOrdinary,
+};
+
+// The name in JSON, CSV and HTML, such as "would-be-repaired".
+[[nodiscard]] std::string_view VerdictId(Verdict verdict);
+// For readers, one line without a full stop.
+[[nodiscard]] std::string_view VerdictText(Verdict verdict);
+// What the reader can do about it; empty where there is nothing to do.
+[[nodiscard]] std::string_view VerdictAdvice(Verdict verdict);
+
+}  // namespace zum_rehearse
+
+#endif  // ZUM_REHEARSE_VERDICTS_H_

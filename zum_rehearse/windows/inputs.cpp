@@ -1,0 +1,30 @@
+#include "zum_rehearse/inputs.h"
+
+#include "winapi/files.h"
+#include "zum_rehearse/printable.h"
+
+namespace zum_rehearse {
+
+bool TakesFiles() noexcept { return false; }
+
+std::vector<Source> SortInputs(const std::vector<std::string>& /*inputs*/) {
+  const std::string name = Utf8(winapi::rehearsal::NameOfThisMachine());
+  return {{{}, {}, name, name}};
+}
+
+LoadedMachine Load(const Source& source) {
+  LoadedMachine loaded;
+  loaded.name = source.machine;
+  loaded.machine = winapi::rehearsal::Machine::ThisOne();
+  return loaded;
+}
+
+PackageLookup TheLookup() {
+  return [](const std::u16string& path) {
+    const winapi::Dword attributes = winapi::GetFileAttributesW(path.c_str());
+    return attributes != winapi::kInvalidFileAttributes &&
+           (attributes & winapi::kFileAttributeDirectory) == 0;
+  };
+}
+
+}  // namespace zum_rehearse
