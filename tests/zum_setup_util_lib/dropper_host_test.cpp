@@ -14,6 +14,7 @@
 #include "tests/support/current_directory.h"
 #include "tests/support/directory_tree.h"
 #include "tests/support/expected_failure.h"
+#include "tests/support/standing_clock.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "winapi/host/control.h"
@@ -34,27 +35,20 @@ using tests::ToLocal;
 constexpr char kOwnPrefix[] =
     "setup\t[correct_setup::ScopedRemoveDirectory::~ScopedRemoveDirectory] ";
 
-// On a clock that stands still, so that no delay is waited for.
 class ResistingDirectory : public testing::Test {
  protected:
   ResistingDirectory() {
-    host::SetClock(133'000'000'000'000'000);
     m_tree.MakeDirectory(u"drop/a");
     m_tree.Write(u"drop/a/held");
     m_tree.Write(u"drop/free");
     EXPECT_TRUE(host::LockFile(m_tree.Windows(u"drop/a/held")));
-    m_sleepsBefore = host::Sleeps().size();
   }
-  ~ResistingDirectory() override { host::SetClock(std::nullopt); }
 
   void Remove() const { const ScopedRemoveDirectory directory(m_tree.Windows(u"drop")); }
-  [[nodiscard]] std::vector<winapi::Dword> Sleeps() const {
-    return {host::Sleeps().begin() + static_cast<std::ptrdiff_t>(m_sleepsBefore),
-            host::Sleeps().end()};
-  }
+  [[nodiscard]] std::vector<winapi::Dword> Sleeps() const { return m_clock.Sleeps(); }
 
   DirectoryTree m_tree;
-  std::size_t m_sleepsBefore = 0;
+  tests::StandingClock m_clock;
 };
 
 TEST_F(ResistingDirectory, StaysAfterElevenTriesWithOneLine) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/standing_clock.h"
 #include "tests/support/test_registry.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "winapi/host/control.h"
@@ -33,9 +34,7 @@ class PendingOnHost : public ::testing::Test {
   using Record = std::pair<std::uint32_t, std::string>;
 
   PendingOnHost() {
-    winapi::host::SetClock(133'000'000'000'000'000);
     EXPECT_TRUE(winapi::host::CreateRegistryKey(kPendingKey));
-    m_sleepsBefore = winapi::host::Sleeps().size();
     winapi::host::ClearCallLog();
     winapi::host::StartCallLog();
   }
@@ -45,7 +44,6 @@ class PendingOnHost : public ::testing::Test {
     EXPECT_EQ(winapi::host::Live().handles, 0u);
     EXPECT_EQ(winapi::host::Live().keys, 0u);
     (void)winapi::host::DeleteRegistryTree(u"HKEY_LOCAL_MACHINE\\SYSTEM\\ControlSet001");
-    winapi::host::SetClock(std::nullopt);
   }
 
   static void SetList(const std::vector<std::u16string>& list) { SetRaw(7, ListBytes(list)); }
@@ -60,10 +58,7 @@ class PendingOnHost : public ::testing::Test {
     return values->front().data;
   }
 
-  [[nodiscard]] std::vector<winapi::Dword> Sleeps() const {
-    return {winapi::host::Sleeps().begin() + static_cast<std::ptrdiff_t>(m_sleepsBefore),
-            winapi::host::Sleeps().end()};
-  }
+  [[nodiscard]] std::vector<winapi::Dword> Sleeps() const { return m_clock.Sleeps(); }
 
   // What was traced between the scopes of the stage and of its one attempt.
   [[nodiscard]] TraceRecords TracedByOneAttempt() const {
@@ -110,8 +105,8 @@ class PendingOnHost : public ::testing::Test {
   }
 
  private:
+  StandingClock m_clock;
   InstalledTracer m_tracer;
-  std::size_t m_sleepsBefore = 0;
 };
 
 }  // namespace tests

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/standing_clock.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "winapi/host/control.h"
 #include "zum_setup_util_lib/repeat_execution.h"
@@ -20,9 +21,6 @@ using Sleeps = std::vector<winapi::Dword>;
 
 class RepeatDelays : public ::testing::Test {
  protected:
-  RepeatDelays() : m_before(host::Sleeps().size()) { host::SetClock(133'000'000'000'000'000); }
-  ~RepeatDelays() override { host::SetClock(std::nullopt); }
-
   // Runs an action that fails that often, with that many repeats allowed, and gives the sleeps of
   // it.
   Sleeps Run(int failures, std::uint16_t repeatCount, std::int64_t delay) {
@@ -35,11 +33,10 @@ class RepeatDelays : public ::testing::Test {
     } catch (const std::runtime_error&) {
       // The last run failed too.
     }
-    return {host::Sleeps().begin() + static_cast<std::ptrdiff_t>(m_before), host::Sleeps().end()};
+    return m_clock.Sleeps();
   }
 
- private:
-  std::size_t m_before;
+  tests::StandingClock m_clock;
 };
 
 TEST_F(RepeatDelays, SuccessAtOnceDoesNotSleep) { EXPECT_EQ(Run(0, 10, 100), Sleeps()); }
@@ -67,7 +64,6 @@ TEST_F(RepeatDelays, LongestDelayOfOneCallIsOnePart) {
 // The delay is the caller's own, who may change it between two runs.
 TEST_F(RepeatDelays, DelayIsReadBeforeEachRepeat) {
   Milliseconds delay(100);
-  const std::size_t before = host::Sleeps().size();
   int runs = 0;
   const auto action = [&] {
     ++runs;
@@ -75,18 +71,15 @@ TEST_F(RepeatDelays, DelayIsReadBeforeEachRepeat) {
     throw std::runtime_error("not yet");
   };
   EXPECT_THROW(TryExecuteWithRepeat(action, 3, delay), std::runtime_error);
-  EXPECT_EQ(
-      Sleeps(host::Sleeps().begin() + static_cast<std::ptrdiff_t>(before), host::Sleeps().end()),
-      (Sleeps{100, 200, 300}));
+  EXPECT_EQ(m_clock.Sleeps(), (Sleeps{100, 200, 300}));
 }
 
 // A repeat is told behind its delay.
 TEST_F(RepeatDelays, RepeatIsToldBehindTheSleep) {
   tests::InstalledTracer tracer;
   std::vector<std::size_t> sleeps;
-  const std::size_t before = host::Sleeps().size();
   const auto note = [&](char**) {
-    sleeps.push_back(host::Sleeps().size() - before);
+    sleeps.push_back(m_clock.Sleeps().size());
     return oru::sOk;
   };
   tracer->Script(tests::RecordingTracer::Call::kCommit, note, 4);

@@ -13,6 +13,7 @@
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
 #include "tests/support/expected_failure.h"
+#include "tests/support/standing_clock.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/product_data.h"
 #include "winapi/host/control.h"
@@ -34,22 +35,17 @@ constexpr char kReport[] = "!\"Can't create a temporary file\"";
 
 class SelfDefense : public testing::Test {
  protected:
-  SelfDefense() : m_sleepsBefore(host::Sleeps().size()) {
-    host::SetClock(133'000'000'000'000'000);
+  SelfDefense() {
     m_data.Make();
     host::StartCallLog();
     host::ClearCallLog();
   }
   ~SelfDefense() override {
     host::ClearFaults();
-    host::SetClock(std::nullopt);
     host::SetGuidSource(nullptr);
   }
 
-  [[nodiscard]] std::vector<winapi::Dword> Sleeps() const {
-    return {host::Sleeps().begin() + static_cast<std::ptrdiff_t>(m_sleepsBefore),
-            host::Sleeps().end()};
-  }
+  [[nodiscard]] std::vector<winapi::Dword> Sleeps() const { return m_clock.Sleeps(); }
   static void ExpectRefusal() {
     tests::ExpectFailureOf("zum_setup_util_lib/correct_setup", 0xA1780001, CheckSelfDefense);
   }
@@ -64,7 +60,7 @@ class SelfDefense : public testing::Test {
   }
 
   ProductData m_data;
-  std::size_t m_sleepsBefore;
+  tests::StandingClock m_clock;
 };
 using SelfDefenseOwnProcess = SelfDefense;
 

@@ -43,6 +43,16 @@ class RegistryOnHost : public tests::RegistryTest {
     return calls.empty() ? host::CallRecord() : calls[0];
   }
 
+  static void Begin(KernelHandle& transaction) {
+    char16_t description[] = u"test";
+    transaction.Attach(windows_helpers::CreateTransaction(description));
+  }
+  // The test's key, for reading.
+  [[nodiscard]] winapi::Error OpenTransacted(RegKey& key, const KernelHandle& transaction) const {
+    return OpenKeyTransacted(key, transaction, winapi::HkeyLocalMachine(), Path().c_str(),
+                             tests::kReadAccess);
+  }
+
   static void StartLog() {
     host::StartCallLog();
     host::ClearCallLog();
@@ -64,8 +74,7 @@ TEST_F(RegistryOnHost, OpenKeyPassesPathMaskAndNoOptions) {
 // Any key serves as the hive.
 TEST_F(RegistryOnHost, BothOpensStartAtTheHiveThatTheyAreGiven) {
   KernelHandle transaction;
-  char16_t description[] = u"test";
-  transaction.Attach(windows_helpers::CreateTransaction(description));
+  Begin(transaction);
   tests::CreateKey(Path() + u"\\below");
   RegKey hive;
   Open(hive);
@@ -104,8 +113,7 @@ TEST_F(RegistryOnHost, OpenKeyGivesTheErrorAndLeavesTheTargetEmpty) {
 
 TEST_F(RegistryOnHost, TransactedOpenPassesTheTransaction) {
   KernelHandle transaction;
-  char16_t description[] = u"test";
-  transaction.Attach(windows_helpers::CreateTransaction(description));
+  Begin(transaction);
   StartLog();
   RegKey key;
   ASSERT_EQ(
@@ -124,13 +132,11 @@ TEST_F(RegistryOnHost, TransactedOpenPassesTheTransaction) {
 // A full target is reported by the assignment alone: the open has no checks of its own here.
 TEST_F(RegistryOnHostOwnProcess, TransactedOpenIntoAFullTargetReportsTheAssignmentOnly) {
   KernelHandle transaction;
-  char16_t description[] = u"test";
-  transaction.Attach(windows_helpers::CreateTransaction(description));
+  Begin(transaction);
   RegKey key;
   Open(key);
   const winapi::Key first = key.GetValue();
-  ASSERT_EQ(
-      OpenKeyTransacted(key, transaction, winapi::HkeyLocalMachine(), Path().c_str(), 0x20119), 0u);
+  ASSERT_EQ(OpenTransacted(key, transaction), 0u);
   EXPECT_EQ(ReportedChecks(), Reports{"!IsValid()"});
   EXPECT_EQ(winapi::RegCloseKey(first), 0u);
 }
@@ -141,8 +147,7 @@ TEST_F(RegistryOnHost, TransactedOpenThatFailsLeavesAFullTargetUnreported) {
   Open(key);
   const winapi::Key first = key.GetValue();
   host::FailCall("RegOpenKeyTransactedW", 1, 6701);
-  EXPECT_EQ(OpenKeyTransacted(key, none, winapi::HkeyLocalMachine(), Path().c_str(), 0x20119),
-            6701u);
+  EXPECT_EQ(OpenTransacted(key, none), 6701u);
   EXPECT_EQ(key.GetValue(), first);
   EXPECT_EQ(ReportedChecks(), Reports());
 }
@@ -150,31 +155,23 @@ TEST_F(RegistryOnHost, TransactedOpenThatFailsLeavesAFullTargetUnreported) {
 TEST_F(RegistryOnHost, MissingFunctionIs127) {
   host::HideProcedure("RegOpenKeyTransactedW");
   RegKey key;
-  EXPECT_EQ(
-      OpenKeyTransacted(key, KernelHandle(), winapi::HkeyLocalMachine(), Path().c_str(), 0x20119),
-      127u);
+  EXPECT_EQ(OpenTransacted(key, KernelHandle()), 127u);
   EXPECT_FALSE(key.IsValid());
 }
 
 TEST_F(RegistryOnHost, MissingModuleIs126) {
   host::HideModule("advapi32.dll");
   RegKey key;
-  EXPECT_EQ(
-      OpenKeyTransacted(key, KernelHandle(), winapi::HkeyLocalMachine(), Path().c_str(), 0x20119),
-      126u);
+  EXPECT_EQ(OpenTransacted(key, KernelHandle()), 126u);
   EXPECT_FALSE(key.IsValid());
 }
 
 TEST_F(RegistryOnHost, LookUpThatFailsWithoutAnErrorIsAFailureAllTheSame) {
   RegKey key;
   host::FailCall("GetModuleHandleW", 1, 0);
-  EXPECT_EQ(
-      OpenKeyTransacted(key, KernelHandle(), winapi::HkeyLocalMachine(), Path().c_str(), 0x20119),
-      126u);
+  EXPECT_EQ(OpenTransacted(key, KernelHandle()), 126u);
   host::FailCall("GetProcAddress", 1, 0);
-  EXPECT_EQ(
-      OpenKeyTransacted(key, KernelHandle(), winapi::HkeyLocalMachine(), Path().c_str(), 0x20119),
-      127u);
+  EXPECT_EQ(OpenTransacted(key, KernelHandle()), 127u);
   EXPECT_FALSE(key.IsValid());
 }
 
