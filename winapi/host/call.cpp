@@ -12,6 +12,7 @@
 namespace winapi::host {
 namespace {
 
+// Of a call while the log is off; above any index, so that looking it up finds nothing.
 constexpr std::size_t kNotLogged = static_cast<std::size_t>(-1);
 
 struct PlannedFault {
@@ -37,11 +38,14 @@ struct State {
   std::size_t injectedFaults = 0;
 };
 
+// On the heap and never freed, as all state of the host: static objects of the product still call
+// the seam while theirs are destroyed, in an order that nobody settles.
 State& TheState() {
   static State& state = *new State;
   return state;
 }
 
+// How many operations and functions of the test face run on this thread, one inside the other.
 constinit thread_local unsigned seamDepth = 0;
 
 constinit std::atomic<bool> logIsOn{true};
@@ -61,6 +65,7 @@ constinit std::atomic<bool> failsForever{false};
 constinit std::atomic<std::size_t> loggedCalls{0};
 constinit std::atomic<std::size_t> callsBeforeFault{kNotLogged};
 
+// By hand: a stream would allocate and look at the locale, for each argument of each call.
 std::string Hexadecimal(std::uint64_t number) {
   constexpr char kDigits[] = "0123456789abcdef";
   std::string digits;
@@ -83,6 +88,8 @@ std::string HexadecimalPairs(const void* data, std::size_t bytes) {
   return pairs;
 }
 
+// The record is made before the arguments are known, so that calls stand in the order in which they
+// began; arguments come to it by its index, since the log may grow meanwhile.
 std::size_t StartRecord(std::string_view operation) {
   if (!logIsOn) return kNotLogged;
   State& state = TheState();
@@ -92,6 +99,7 @@ std::size_t StartRecord(std::string_view operation) {
   return state.log.size() - 1;
 }
 
+// The number is set last: it arms the plan.
 void ResetAllocationPlan(std::size_t nth, Repeat repeat) {
   allocations = 0;
   callsBeforeFault = kNotLogged;
@@ -143,6 +151,7 @@ Call& Call::Data(std::string_view name, const void* data, std::size_t bytes) {
   return Add(name, data == nullptr ? std::string("(null)") : HexadecimalPairs(data, bytes));
 }
 
+// Each plan counts the call, the one behind a hit too: plans don't see each other.
 std::optional<Error> Call::Fault() {
   State& state = TheState();
   const std::lock_guard lock(state.mutex);
@@ -237,6 +246,8 @@ std::size_t InjectedFaultCount() {
 
 void FailAllocation(std::size_t nth, Repeat repeat) { ResetAllocationPlan(nth, repeat); }
 
+// Called from inside operator new and malloc: no lock, no allocation, nothing that could call
+// either.
 bool ShouldFailAllocation() noexcept {
   if (seamDepth != 0) return false;
   const std::size_t number = ++allocations;

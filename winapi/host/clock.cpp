@@ -11,6 +11,8 @@
 namespace winapi {
 namespace {
 
+// Sleeps are kept though the clock may run: a test wants to know that the product waits, and how
+// long.
 struct State {
   std::optional<std::uint64_t> stoppedAt;
   std::vector<Dword> sleeps;
@@ -26,6 +28,7 @@ State& TheState() {
 std::uint64_t host::ClockTicks() noexcept {
   if (const auto& ticks = TheState().stoppedAt) return *ticks;
   using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, kTicksPerSecond>>;
+  // Windows' clock has no finer steps, so the rest of the tick is dropped.
   const auto since1970 =
       std::chrono::floor<Ticks>(std::chrono::system_clock::now().time_since_epoch());
   return kTicksFrom1601To1970 + static_cast<std::uint64_t>(since1970.count());

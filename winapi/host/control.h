@@ -161,7 +161,7 @@ void SetGuidSource(GuidSource source);
 
 // Files and directories are named by Windows paths here and must exist; false where they don't.
 //
-// A locked one is held open by somebody else who shares it with nobody: it can't be copied, copied
+// A locked one is held open by somebody else who shares it with nobody: it can't be read, copied
 // onto, deleted or removed (32). Its attributes can be asked for.
 bool LockFile(std::u16string_view path);
 bool UnlockFile(std::u16string_view path);

@@ -21,6 +21,8 @@ using host::ModuleEntry;
 
 Module HandleOf(ModuleEntry* entry) { return reinterpret_cast<Module>(entry); }
 
+// The kernel's word, not the command line's: that may name anything. Always by Z:, though the
+// program may lie in drive_c.
 std::u16string OwnPath() {
   char path[PATH_MAX];
   const ssize_t length = ::readlink("/proc/self/exe", path, sizeof path);
@@ -30,6 +32,7 @@ std::u16string OwnPath() {
   return u"Z:" + text;
 }
 
+// Settled at the first question; a test may set another.
 std::u16string& ProgramPath() {
   static std::u16string& path = *new std::u16string(OwnPath());
   return path;

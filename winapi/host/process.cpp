@@ -28,6 +28,7 @@ State& TheState() {
   return state;
 }
 
+// The shell has taken the caller's quotes away; these stand where most likely some stood.
 bool NeedsQuotes(std::string_view argument) {
   return argument.empty() || argument.find_first_of(" \t\"") != std::string_view::npos;
 }
@@ -46,6 +47,7 @@ std::string JoinArguments(std::string_view arguments) {
   return line;
 }
 
+// Not by argv: the product's entry doesn't pass it on, and this one is there before it.
 std::u16string OwnCommandLine() {
   std::ifstream stream("/proc/self/cmdline", std::ios::binary);
   const std::string arguments(std::istreambuf_iterator<char>(stream), {});
@@ -67,6 +69,8 @@ Dword GetCurrentProcessId() noexcept {
   return set != 0 ? set : static_cast<Dword>(::getpid());
 }
 
+// The number of the kernel's task, which is the process's for the first thread, as a debugger shows
+// it.
 Dword GetCurrentThreadId() noexcept {
   const host::Call call("GetCurrentThreadId");
   const Dword set = TheState().threadId;

@@ -9,7 +9,8 @@
 namespace winapi::host {
 namespace {
 
-// The store under its lock; without a tree when the file is damaged.
+// A function of the test face is an operation of its own: it loads the registry when the product
+// hasn't. The store under its lock; without a tree when the file is damaged.
 class LockedStore {
  public:
   LockedStore() : m_lock(m_store.Lock()), m_loaded(m_store.Load() == 0) {}

@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::intptr_t kCurrentProcess = -1;
 
+// Only the rights asked for are kept: whose token it is, the test says for all of them.
 struct Token final : host::KernelObject {
   explicit Token(Dword grantedAccess) : access(grantedAccess) {}
   Dword access;
