@@ -84,7 +84,11 @@ class RunOrder : public testing::Test {
     host::StartCallLog();
     host::ClearCallLog();
   }
-  ~RunOrder() override { host::ClearFaults(); }
+  ~RunOrder() override {
+    host::ClearFaults();
+    // A run leaves its tracer installed, and the next case's calls would be traced by it.
+    standalone::trace::TracerHolder::Instance().Install(standalone::trace::CreateEmptyTracer());
+  }
 
   // The first `count` calls of the log, without those that only move memory and the last error
   // about.

@@ -386,24 +386,6 @@ TEST(GetTimeZoneBiasTest, UnknownZoneThrowsWithTheLastError) {
   }
 }
 
-TEST(TimeSystemErrorTest, ConversionThatFailsWithoutAnErrorIsNoSuccess) {
-  struct Case {
-    const char* call;
-    std::uint32_t line;
-  };
-  for (const Case& row : {Case{"FileTimeToSystemTime", 74}, Case{"SystemTimeToFileTime", 67}}) {
-    host::FailCall(row.call, 1, 0);
-    try {
-      (void)FromSystemTime(ToSystemTime(Instant(2026, 7, 15)));
-      ADD_FAILURE() << row.call << ": nothing thrown";
-    } catch (const TimeSystemError& error) {
-      EXPECT_EQ(error.Code(), MakeResultCode(0x8000004B)) << row.call;
-      EXPECT_EQ(error.Line(), row.line) << row.call;
-    }
-    host::ClearFaults();
-  }
-}
-
 // An answer that names no kind of time is passed on, and refused where the kind is needed.
 TEST(GetTimeZoneBiasTest, AnswerThatIsNoKindOfTimeThrows) {
   UseZone(kBerlin);

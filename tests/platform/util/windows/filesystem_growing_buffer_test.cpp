@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "winapi/errors.h"
+
 namespace {
 
 using product_platform::filesystem::CallWithGrowingBuffer;
