@@ -192,7 +192,7 @@ TEST(DropFiles, NameInAnotherCaseMatches) {
   const std::u16string copy = command->GetFullPathToPackage();
   EXPECT_TRUE(copy.ends_with(u"\\zum_win.MSI"));
   EXPECT_EQ(tests::NamesIn(ToLocal(ParentOf(copy))), Names{u"Zum_Win.msi"});
-  EXPECT_EQ(tests::ReadAll(ToLocal(copy)), "package");
+  EXPECT_EQ(tests::ReadAll(ToLocal(ParentOf(copy)) / u"Zum_Win.msi"), "package");
 }
 
 TEST(DropFiles, NameOfAnotherAlphabetIsCopied) {
@@ -203,7 +203,8 @@ TEST(DropFiles, NameOfAnotherAlphabetIsCopied) {
   const std::u16string copy = command->GetFullPathToPackage();
   EXPECT_TRUE(copy.ends_with(u"\\\u041F\u0430\u043A\u0435\u0442.MSI"));
   EXPECT_EQ(tests::NamesIn(ToLocal(ParentOf(copy))), Names{u"\u041F\u0430\u043A\u0435\u0442.msi"});
-  EXPECT_EQ(tests::ReadAll(ToLocal(copy)), "package");
+  EXPECT_EQ(tests::ReadAll(ToLocal(ParentOf(copy)) / u"\u041F\u0430\u043A\u0435\u0442.msi"),
+            "package");
 }
 
 // Only the letters of ASCII are the same in both cases.

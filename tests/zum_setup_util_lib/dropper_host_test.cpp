@@ -17,6 +17,7 @@
 #include "tests/support/standing_clock.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
+#include "winapi/files.h"
 #include "winapi/host/control.h"
 #include "zum_setup_util_lib/drop_files_stage.h"
 #include "zum_setup_util_lib/dropper.h"
@@ -138,6 +139,8 @@ TEST_P(DropFilesFailures, EndInTheOneCodeWithoutADirectory) {
   const std::u16string package = tree.Windows(u"a.msi");
   const auto command = tests::MakeCommand({u"/installmsi", package, u"/q"}).command;
   const std::u16string temporary = correct_setup::helpers::GetTempDirectory();
+  // The machine's C: is there from its first use on.
+  ASSERT_NE(winapi::GetFileAttributesW(temporary.c_str()), winapi::kInvalidFileAttributes);
   const InstalledTracer tracer;
   host::ClearFaults();
   host::FailCall(GetParam().operation, 1, GetParam().error);

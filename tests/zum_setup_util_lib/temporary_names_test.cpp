@@ -9,6 +9,7 @@
 #include "tests/support/directory_tree.h"
 #include "tests/support/result_code.h"
 #include "tests/support/text.h"
+#include "winapi/files.h"
 #include "zum_setup_util_lib/guid_text.h"
 #include "zum_setup_util_lib/temporary_directory.h"
 #include "zum_setup_util_lib/temporary_file.h"
@@ -58,7 +59,9 @@ TEST(GuidText, StringIsInBraces) {
 TEST(GetTempDirectory, IsADirectoryWithASeparatorBehindIt) {
   const std::u16string directory = GetTempDirectory();
   EXPECT_TRUE(directory.ends_with(u'\\'));
-  EXPECT_TRUE(std::filesystem::is_directory(tests::ToLocal(directory)));
+  const winapi::Dword attributes = winapi::GetFileAttributesW(directory.c_str());
+  ASSERT_NE(attributes, winapi::kInvalidFileAttributes);
+  EXPECT_NE(attributes & winapi::kFileAttributeDirectory, 0u);
 }
 
 TEST(MakeUniqueFileName, AppendsTheIdentifierToTheDirectory) {
