@@ -60,8 +60,8 @@ std::string ValueText(const std::optional<Value>& value) {
   if (!value) return "<em>(no such value)</em>";
   const std::string text = Printable(*value);
   if (text.size() <= kLongValue) return Isolated(text);
-  return Concat({"<details><summary>", Isolated(Cut(text, 60)), "</summary><pre>", Isolated(text),
-                 "</pre></details>"});
+  return Concat({"<details><summary>", Isolated(Cut(text, /*columns=*/60)), "</summary><pre>",
+                 Isolated(text), "</pre></details>"});
 }
 
 std::string Values(const Product& product) {

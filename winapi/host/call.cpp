@@ -227,7 +227,7 @@ void ClearFaults() {
   state.faults.clear();
   state.fallibleCalls = 0;
   state.injectedFaults = 0;
-  ResetAllocationPlan(0, Repeat::kOnce);
+  ResetAllocationPlan(/*nth=*/0, Repeat::kOnce);
 }
 
 std::size_t FallibleCallCount() {

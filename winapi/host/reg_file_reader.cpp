@@ -34,7 +34,7 @@ std::vector<std::uint8_t> StringData(std::u16string_view text) {
   std::vector<std::uint8_t> data;
   data.reserve((text.size() + 1) * 2);
   for (const char16_t unit : text) AppendUnit(data, unit);
-  AppendUnit(data, 0);
+  AppendUnit(data, /*unit=*/0);
   return data;
 }
 
@@ -225,13 +225,13 @@ void Parser::ReadData(const std::u16string& name) {
 void Parser::ReadDword(const std::u16string& name) {
   SkipBlanks();
   Store(name, kRegDword,
-        DwordData(ReadHexNumber(8, "dword: needs one to eight hexadecimal digits")));
+        DwordData(ReadHexNumber(/*maxDigits=*/8, "dword: needs one to eight hexadecimal digits")));
 }
 
 void Parser::ReadHex(const std::u16string& name) {
   Dword type = kRegBinary;
   if (Take(u"(")) {
-    type = ReadHexNumber(8, "hex( needs a type of one to eight hexadecimal digits");
+    type = ReadHexNumber(/*maxDigits=*/8, "hex( needs a type of one to eight hexadecimal digits");
     if (!Take(u")")) Fail("the bracket behind the type is missing");
   }
   if (!Take(u":")) Fail("the colon behind hex is missing");
@@ -253,7 +253,7 @@ std::vector<std::uint8_t> Parser::ReadBytes() {
 
 std::uint8_t Parser::ReadByte() {
   return static_cast<std::uint8_t>(
-      ReadHexNumber(2, "a byte of one or two hexadecimal digits is missing"));
+      ReadHexNumber(/*maxDigits=*/2, "a byte of one or two hexadecimal digits is missing"));
 }
 
 // Blanks, and a backslash at the end of the line with all that may lie before the data goes on.

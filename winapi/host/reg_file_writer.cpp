@@ -93,14 +93,15 @@ class Writer {
 
   static std::u16string DwordText(const std::vector<std::uint8_t>& data) {
     std::u16string text;
-    for (std::size_t i = data.size(); i-- > 0;) text += Hexadecimal(data[i], 2);
+    for (std::size_t i = data.size(); i-- > 0;) text += Hexadecimal(data[i], /*digits=*/2);
     return text;
   }
 
   void HexLines(std::u16string line, const RegistryValue& value) {
-    line += value.type == kRegBinary ? u"hex:" : u"hex(" + Hexadecimal(value.type, 1) + u"):";
+    line += value.type == kRegBinary ? u"hex:"
+                                     : u"hex(" + Hexadecimal(value.type, /*digits=*/1) + u"):";
     for (std::size_t i = 0; i < value.data.size(); ++i) {
-      line += Hexadecimal(value.data[i], 2);
+      line += Hexadecimal(value.data[i], /*digits=*/2);
       if (i + 1 == value.data.size()) break;
       line += u',';
       if (line.size() < kLineLimit) continue;

@@ -63,7 +63,8 @@ std::optional<Dword> GrantedRights(Dword rights, Dword denied) {
 Error OpenLoaded(Key key, std::u16string_view subKey, Dword rights,
                  const TransactionWorkPtr& transaction, Key* result) {
   OpenKey start;
-  if (const Error error = KeyTable::Instance().Resolve(key, 0, start); error != 0) return error;
+  if (const Error error = KeyTable::Instance().Resolve(key, /*rights=*/0, start); error != 0)
+    return error;
   RegistryKeyPtr node;
   Dword granted = 0;
   if (const Error error = FindKeyToOpen(key, start.node, subKey, rights, node, granted);

@@ -9,7 +9,7 @@ namespace {
 
 void ResetProcess() {
   SetCommandLine(std::nullopt);
-  SetIdentity(0, 0);
+  SetIdentity(/*processId=*/0, /*threadId=*/0);
   SetModuleFileName(std::nullopt);
   ShowAll();
   ResetToken();

@@ -23,8 +23,8 @@ struct Token final : host::KernelObject {
 };
 
 host::TokenContent ContentAtTheStart() {
-  return {.user = host::MakeSid(5, {21, 0, 0, 0, 1000}),
-          .integrityLevel = host::MakeSid(16, {12288})};
+  return {.user = host::MakeSid(/*authority=*/5, {21, 0, 0, 0, 1000}),
+          .integrityLevel = host::MakeSid(/*authority=*/16, {12288})};
 }
 
 host::TokenContent& TheContent() {
@@ -50,7 +50,8 @@ Error Give(const std::vector<std::uint8_t>& sid, Dword attributes, void* buffer,
 Error GiveInformation(int informationClass, void* buffer, Dword length, Dword* needed) {
   constexpr Dword kIntegrityEnabled = 0x60;  // SE_GROUP_INTEGRITY and ..._ENABLED
   const host::TokenContent& content = TheContent();
-  if (informationClass == kTokenUserClass) return Give(content.user, 0, buffer, length, needed);
+  if (informationClass == kTokenUserClass)
+    return Give(content.user, /*attributes=*/0, buffer, length, needed);
   if (informationClass == kTokenIntegrityLevelClass && content.integrityLevel) {
     return Give(*content.integrityLevel, kIntegrityEnabled, buffer, length, needed);
   }

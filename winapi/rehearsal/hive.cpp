@@ -51,7 +51,7 @@ class Reader {
       if (node == 0) return;
       path.append(u"\\").append(part);
     }
-    CopyKey(node, *m_tree.Create(path), 0);
+    CopyKey(node, *m_tree.Create(path), /*level=*/0);
   }
 
  private:

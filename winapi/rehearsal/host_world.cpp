@@ -70,7 +70,7 @@ Error RegOpenKeyExW(Key key, const char16_t* subKey, Dword options, Dword rights
   call.Mask("rights", rights);
   if (const auto fault = call.Fault()) return host::FailOpen(*fault, result);
   OpenNode start;
-  if (const Error error = Resolve(key, 0, start)) return host::FailOpen(error, result);
+  if (const Error error = Resolve(key, /*rights=*/0, start)) return host::FailOpen(error, result);
   if (ViewOf(subKey).empty() && host::IsPredefined(key)) {
     *result = key;
     return kErrorSuccess;

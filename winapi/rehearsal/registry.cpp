@@ -76,7 +76,7 @@ Error Open(Key key, const char16_t* subKey, Dword options, Dword rights, Key* re
   if (result == nullptr) return kErrorInvalidParameter;
   *result = nullptr;
   const OpenKey* from = nullptr;
-  if (const Error error = Resolve(key, 0, from)) return error;
+  if (const Error error = Resolve(key, /*rights=*/0, from)) return error;
   State& state = *State::Current();
   std::u16string path = rehearsal::Joined(from->path, ViewOf(subKey));
   Key opened = nullptr;
@@ -121,7 +121,7 @@ Error Query(Key key, const char16_t* name, Dword* reserved, Dword* type, std::ui
   if (reserved != nullptr || (data != nullptr && size == nullptr)) return kErrorInvalidParameter;
   const std::optional<Value>* const written = FindWritten(*open, name);
   if (written == nullptr) {
-    return world::RegQueryValueExW(open->world, name, nullptr, type, data, size);
+    return world::RegQueryValueExW(open->world, name, /*reserved=*/nullptr, type, data, size);
   }
   if (!*written) return kErrorFileNotFound;
   const Value& value = **written;
@@ -132,11 +132,13 @@ Error Query(Key key, const char16_t* name, Dword* reserved, Dword* type, std::ui
 Error ReadInWorld(Key key, const char16_t* name, std::optional<Value>& value) {
   Value read;
   Dword size = 0;
-  Error error = world::RegQueryValueExW(key, name, nullptr, &read.type, nullptr, &size);
+  Error error =
+      world::RegQueryValueExW(key, name, /*reserved=*/nullptr, &read.type, /*data=*/nullptr, &size);
   while (error == kErrorSuccess || error == kErrorMoreData) {
     read.data.resize(size);
     if (size == 0) break;
-    error = world::RegQueryValueExW(key, name, nullptr, &read.type, read.data.data(), &size);
+    error = world::RegQueryValueExW(key, name, /*reserved=*/nullptr, &read.type, read.data.data(),
+                                    &size);
     if (error == kErrorSuccess) break;
   }
   if (error == kErrorFileNotFound) return kErrorSuccess;
