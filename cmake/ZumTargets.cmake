@@ -31,6 +31,24 @@ if(NOT WIN32)
   list(APPEND ZUM_TEST_COMPILE_OPTIONS -g1)
 endif()
 
+# The folders below tests/ whose tests are built into programs; empty: all. The sources of the others are
+# only checked by the compiler, which takes half the time of compiling them.
+set(ZUM_TEST_PROGRAMS "" CACHE STRING "Folders of tests to be built as programs; empty: all")
+
+# zum_test_program(NAME SOURCE ...)
+# The program of a test, or where its folder's programs aren't built a check of the sources. Sets IS_CHECK.
+function(zum_test_program name)
+  file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR})
+  if(NOT ZUM_TEST_PROGRAMS OR folder IN_LIST ZUM_TEST_PROGRAMS)
+    add_executable(${name} ${ARGN})
+    set(IS_CHECK FALSE PARENT_SCOPE)
+  else()
+    add_library(${name} OBJECT ${ARGN})
+    set_target_properties(${name} PROPERTIES RULE_LAUNCH_COMPILE ${CMAKE_SOURCE_DIR}/scripts/lib/check_syntax.sh)
+    set(IS_CHECK TRUE PARENT_SCOPE)
+  endif()
+endfunction()
+
 # zum_test_helper(NAME SOURCES ... [LINK ...])
 # A program that tests start.
 function(zum_test_helper name)
@@ -54,11 +72,14 @@ function(zum_test name)
   if(ARG_NATIVE_ONLY AND WIN32)
     return()
   endif()
-  add_executable(${name} ${ARG_SOURCES})
+  zum_test_program(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${ZUM_TEST_COMPILE_OPTIONS})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} zum_test_support)
   if(TARGET zum_test_pch)
     target_precompile_headers(${name} REUSE_FROM zum_test_pch)
+  endif()
+  if(IS_CHECK)
+    return()
   endif()
   if(ARG_ZONES)
     foreach(zone ${ARG_ZONES})
@@ -82,8 +103,9 @@ function(zum_run_cases program entry shard lock)
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/tests/run_program.py
             --report ${CMAKE_BINARY_DIR}/results/${entry}.xml --shard ${shard}
             "--emulator=${CMAKE_CROSSCOMPILING_EMULATOR}" $<TARGET_FILE:${program}>)
-  # The runner ends what hangs, and says which case it was.
-  set_tests_properties(${entry} PROPERTIES TIMEOUT 3600)
+  # The runner ends what hangs, and says which case it was. The label is for running one folder's programs.
+  file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR})
+  set_tests_properties(${entry} PROPERTIES TIMEOUT 3600 LABELS ${folder})
   if(lock)
     set_tests_properties(${entry} PROPERTIES RESOURCE_LOCK "${lock}")
   endif()

@@ -127,6 +127,7 @@ void RedirectTo(int descriptor, const std::string& path) {
   ::setenv("ZUM_HOST_ROOT", (folder + "/root").c_str(), 1);
   RedirectTo(STDOUT_FILENO, folder + "/stdout");
   RedirectTo(STDERR_FILENO, folder + "/stderr");
+  host::SetRegistrySync(false);
   childRun = {&plan, folder + "/report", 0, false};
   try {
     plan.prepare();

@@ -27,7 +27,7 @@ using List = std::vector<std::u16string>;
 [[maybe_unused]] constexpr char16_t kValue[] = u"PendingFileRenameOperations";
 
 // A fresh machine has no control set 001, Wine no transacted open either.
-TEST(PendingOperations, MissingKeyEndsTheStageSilently) {
+TEST(PendingOperationsOwnProcess, MissingKeyEndsTheStageSilently) {
   ASSERT_FALSE(tests::KeyExists(u"SYSTEM\\ControlSet001\\Control\\Session Manager"));
   const InstalledTracer tracer;
   TryCorrectPendingOperations();

@@ -243,6 +243,9 @@ void DenyRegistryRights(std::u16string_view path, Dword rights);
 // Writes the registry file now, as at process exit, if something changed; false when it couldn't be
 // written or is damaged.
 bool FlushRegistry();
+// Whether the file's bytes are on the disk when it has been written, as at the start. Without that a
+// power cut can lose them: for tests that write it a thousand times.
+void SetRegistrySync(bool syncs);
 // Forgets what is in memory, unwritten changes too, lets another process have the registry, and
 // reads the file again at the next use. No key may be open.
 void ReloadRegistry();

@@ -105,6 +105,13 @@ bool FlushRegistry() {
   return store.Flush();
 }
 
+void SetRegistrySync(bool syncs) {
+  const SeamMark mark;
+  RegistryStore& store = RegistryStore::Instance();
+  const auto lock = store.Lock();
+  store.SetSync(syncs);
+}
+
 void ReloadRegistry() {
   const SeamMark mark;
   RegistryStore& store = RegistryStore::Instance();

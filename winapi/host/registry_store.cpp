@@ -54,11 +54,12 @@ void CopyMode(const std::string& path, int file) {
   if (::stat(path.c_str(), &status) == 0) (void)::fchmod(file, status.st_mode & 07777);
 }
 
-bool WriteNewFile(const std::string& path, const std::string& oldPath, std::string_view bytes) {
+bool WriteNewFile(const std::string& path, const std::string& oldPath, std::string_view bytes,
+                  bool syncs) {
   const FileDescriptor file = Open(path, O_WRONLY | O_CREAT | O_TRUNC);
   if (!file.IsOpen()) return false;
   CopyMode(oldPath, file.Get());
-  return WriteAll(file, bytes) && ::fsync(file.Get()) == 0;
+  return WriteAll(file, bytes) && (!syncs || ::fsync(file.Get()) == 0);
 }
 
 // So that the renaming itself survives a power cut. Some file systems can't; the content is safe
@@ -71,15 +72,16 @@ void SyncFolder(const std::string& path) {
 constexpr const char* kWithoutTheChanges =
     ": the file stays as it was, without the last changes of the registry";
 
-bool ReplaceFile(const std::string& path, std::string_view bytes) {
+bool ReplaceFile(const std::string& path, std::string_view bytes, bool syncs) {
   const std::filesystem::path target = BehindLinks(path);
   const std::string temporary = target.string() + ".new";
-  if (!WriteNewFile(temporary, target, bytes) || ::rename(temporary.c_str(), target.c_str()) != 0) {
+  if (!WriteNewFile(temporary, target, bytes, syncs) ||
+      ::rename(temporary.c_str(), target.c_str()) != 0) {
     Tell(path, std::string(std::strerror(errno)) + kWithoutTheChanges);
     (void)::unlink(temporary.c_str());
     return false;
   }
-  SyncFolder(target.parent_path());
+  if (syncs) SyncFolder(target.parent_path());
   return true;
 }
 
@@ -152,7 +154,7 @@ bool RegistryStore::MustBeWritten() const {
 
 bool RegistryStore::Flush() {
   if (!MustBeWritten()) return m_state != State::kDamaged;
-  if (!ReplaceFile(RegistryFilePath(), WriteRegFile(m_tree))) return false;
+  if (!ReplaceFile(RegistryFilePath(), WriteRegFile(m_tree), m_syncs)) return false;
   m_changed = false;
   return true;
 }

@@ -45,6 +45,8 @@ class RegistryStore {
   // Writes the file when something changed. False, with the reason told, when it couldn't be
   // written.
   bool Flush();
+  // Whether Flush waits for the disk.
+  void SetSync(bool syncs) { m_syncs = syncs; }
   // Drops what is in memory, unwritten changes too, and the lock; the next Load starts afresh.
   void Forget();
 
@@ -59,6 +61,7 @@ class RegistryStore {
   RegistryTree m_tree;
   State m_state = State::kUnread;
   bool m_changed = false;
+  bool m_syncs = true;
   FileDescriptor m_lockFile;
   pid_t m_owner = 0;  // the process that read the file
 };

@@ -48,6 +48,7 @@ void ResetMachine() {
   ResetScripts();
   ForgetFileRules();
   ForgetDescriptors();
+  SetRegistrySync(true);
   ReloadRegistry();
 }
 

@@ -1,6 +1,7 @@
 // What the registry of the host layer has beyond Windows': its test face, its log and its limits.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -52,6 +53,12 @@ TEST_F(HostRegistry, SetUpAndLookedAtByPath) {
   EXPECT_EQ(host::RegistrySubKeys(kPath), std::nullopt);
   EXPECT_FALSE(host::SetRegistryValue(kPath, {u"v", 3, {}}));
   EXPECT_FALSE(host::DeleteRegistryValue(kPath, u"v"));
+}
+
+TEST_F(HostRegistry, IsWrittenWithoutWaitingForTheDiskToo) {
+  host::SetRegistrySync(false);
+  EXPECT_TRUE(host::FlushRegistry());
+  EXPECT_TRUE(std::filesystem::exists(host::RootFolder() + "/registry.reg"));
 }
 
 TEST_F(HostRegistry, WhatTheFileCantCarryIsRefused) {
