@@ -228,8 +228,8 @@ struct RegistryValue {
 // Keys may have longer names here than Windows' 255 characters, so that an enumeration can meet
 // one; an open doesn't take them. The functions that change something give false where they did
 // nothing: for a key or value that isn't there, a path that no key can have (an unknown hive, more
-// than 512 levels, a zero or line break in a name), and all of them when the registry file is
-// damaged.
+// than 512 levels, a zero in a name, a line break where the file can't carry it), and all of them
+// when the registry file is damaged.
 bool CreateRegistryKey(std::u16string_view path);   // with the keys above it
 bool DeleteRegistryTree(std::u16string_view path);  // open handles of these keys then give 1018
 bool SetRegistryValue(std::u16string_view path, const RegistryValue& value);
