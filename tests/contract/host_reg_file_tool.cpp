@@ -157,7 +157,12 @@ int Dump(const char* file) {
   const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
   host::RegistryTree tree;
   host::RegFileError error;
-  if (!host::ParseRegFile(bytes, tree, error)) {
+  std::vector<host::RegFileError> warnings;
+  const bool isRead = host::ParseRegFile(bytes, tree, error, &warnings);
+  for (const host::RegFileError& told : warnings) {
+    std::fprintf(stderr, "%s:%zu: warning: %s\n", file, told.line, told.reason.c_str());
+  }
+  if (!isRead) {
     std::fprintf(stderr, "%s:%zu: %s\n", file, error.line, error.reason.c_str());
     return 1;
   }

@@ -228,8 +228,8 @@ struct RegistryValue {
 // Keys may have longer names here than Windows' 255 characters, so that an enumeration can meet
 // one; an open doesn't take them. The functions that change something give false where they did
 // nothing: for a key or value that isn't there, a path that no key can have (an unknown hive, more
-// than 512 levels, a zero or line break in a name), and all of them when the registry file is
-// damaged.
+// than 512 levels, a zero in a name, a line break where the file can't carry it), and all of them
+// when the registry file is damaged.
 bool CreateRegistryKey(std::u16string_view path);   // with the keys above it
 bool DeleteRegistryTree(std::u16string_view path);  // open handles of these keys then give 1018
 bool SetRegistryValue(std::u16string_view path, const RegistryValue& value);
@@ -243,8 +243,8 @@ void DenyRegistryRights(std::u16string_view path, Dword rights);
 // Writes the registry file now, as at process exit, if something changed; false when it couldn't be
 // written or is damaged.
 bool FlushRegistry();
-// Whether the file's bytes are on the disk when it has been written, as at the start. Without that a
-// power cut can lose them: for tests that write it a thousand times.
+// Whether the file's bytes are on the disk when it has been written, as at the start. Without that
+// a power cut can lose them: for tests that write it a thousand times.
 void SetRegistrySync(bool syncs);
 // Forgets what is in memory, unwritten changes too, lets another process have the registry, and
 // reads the file again at the next use. No key may be open.

@@ -40,7 +40,7 @@ bool IsPseudoHandle(Handle handle) {
 WaitOutcome WaitInVain(Dword milliseconds) {
   if (milliseconds == kInfinite) {
     // Nothing here will ever signal it: better an end with a reason than a test that hangs.
-    std::fputs("host: a wait without end on an object that is never signalled\n", stderr);
+    (void)std::fputs("host: a wait without end on an object that is never signalled\n", stderr);
     std::abort();
   }
   host::LetPass(milliseconds);

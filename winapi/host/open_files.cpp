@@ -76,7 +76,7 @@ OpenFile::OpenFile(const struct stat& file, Sharing sharing)
 }
 
 OpenFile::OpenFile(OpenFile&& other) noexcept
-    : m_number(other.m_number),
+    : m_number(std::move(other.m_number)),
       m_sharing(other.m_sharing),
       m_holds(std::exchange(other.m_holds, false)) {}
 

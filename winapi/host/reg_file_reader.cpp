@@ -1,10 +1,13 @@
 #include "winapi/host/reg_file_reader.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
+#include "winapi/host/reg_file_text.h"
 #include "winapi/host/text.h"
 #include "winapi/registry.h"
 
@@ -12,10 +15,13 @@ namespace winapi::host {
 namespace {
 
 constexpr std::u16string_view kHeader = u"Windows Registry Editor Version 5.00";
+constexpr std::u16string_view kOlderHeader = u"REGEDIT4";
 
 bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
 bool IsLineEnd(char16_t unit) { return unit == u'\r' || unit == u'\n'; }
 bool IsComment(char16_t unit) { return unit == u';' || unit == u'#'; }
+// A comment isn't one: a key's name may go on with its sign.
+bool StartsStatement(char16_t unit) { return unit == u'[' || unit == u'"' || unit == u'@'; }
 
 std::optional<unsigned> HexDigit(char16_t unit) {
   if (unit >= u'0' && unit <= u'9') return unit - u'0';
@@ -38,6 +44,14 @@ std::vector<std::uint8_t> StringData(std::u16string_view text) {
   return data;
 }
 
+// The same characters in 16 bits each.
+std::vector<std::uint8_t> WideData(const std::vector<std::uint8_t>& narrow) {
+  std::vector<std::uint8_t> data;
+  const std::string text(narrow.begin(), narrow.end());
+  for (const char16_t unit : FromCodePage1252(text)) AppendUnit(data, unit);
+  return data;
+}
+
 std::vector<std::uint8_t> DwordData(std::uint32_t number) {
   std::vector<std::uint8_t> data;
   for (unsigned shift = 0; shift < 32; shift += 8) {
@@ -53,36 +67,17 @@ struct Damage {
   const char* reason;
 };
 
-std::u16string DecodeUtf16(std::string_view bytes) {
-  if (bytes.size() % 2 != 0) throw Damage{1, "the UTF-16 text has an odd number of bytes"};
-  std::u16string text(bytes.size() / 2, u'\0');
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto low = static_cast<unsigned char>(bytes[2 * i]);
-    const auto high = static_cast<unsigned char>(bytes[2 * i + 1]);
-    text[i] = static_cast<char16_t>(low | (high << 8));
-  }
-  return text;
-}
-
-std::u16string Decode(std::string_view bytes) {
-  if (bytes.starts_with("\xFF\xFE")) return DecodeUtf16(bytes.substr(2));
-  if (bytes.starts_with("\xFE\xFF"))
-    throw Damage{1, "UTF-16 with the high byte first isn't supported"};
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  std::u16string text;
-  if (!ToUtf16Strict(bytes, text)) throw Damage{1, "the text is neither UTF-16 nor UTF-8"};
-  return text;
-}
-
 // One pass over the text, without going back: each function begins where the one before it stopped,
 // and stops behind what it took. `m_line` is counted along, so that a failure can name it.
 class Parser {
  public:
-  explicit Parser(std::u16string_view text) : m_text(text) {}
+  Parser(const RegFileText& text, std::vector<RegFileError>& warnings)
+      : m_text(text.text), m_isOlderForm(text.isOlderForm), m_warnings(warnings) {}
 
   RegistryTree Run() {
     ReadHeader();
     while (SkipToContent()) ReadStatement();
+    ExpectLastLineEnd();
     return std::move(m_tree);
   }
 
@@ -134,8 +129,11 @@ class Parser {
   }
 
   void ReadHeader();
+  void ExpectLastLineEnd() const;
   void ReadStatement();
   void ReadKey();
+  [[nodiscard]] std::u16string_view TakePath();
+  [[nodiscard]] bool IsKnownHive(std::u16string_view path);
   void ReadValue();
   void ReadData(const std::u16string& name);
   void ReadDword(const std::u16string& name);
@@ -152,21 +150,37 @@ class Parser {
   }
 
   std::u16string_view m_text;
+  bool m_isOlderForm;
+  std::vector<RegFileError>& m_warnings;
+  std::set<std::u16string> m_unknownHives;  // those that were told of
   std::size_t m_position = 0;
   std::size_t m_line = 1;
   RegistryTree m_tree;
-  RegistryKeyPtr m_key;  // null below a deletion, whose values mean nothing
+  RegistryKeyPtr m_key;  // null below a deletion or an unknown hive, whose values mean nothing
   bool m_keySeen = false;
 };
 
-// Told apart from damage where it can be: the older form and an empty file are ordinary mistakes.
+// Told apart from damage where it can be: an empty file is an ordinary mistake.
 void Parser::ReadHeader() {
   if (m_text.empty()) Fail("the file is empty");
-  if (m_text.starts_with(u"REGEDIT4"))
-    Fail("this is the older form (REGEDIT4), which isn't supported");
-  if (!Take(kHeader)) Fail("the header \"Windows Registry Editor Version 5.00\" is missing");
+  if (!Take(m_isOlderForm ? kOlderHeader : kHeader)) {
+    Fail("the header \"Windows Registry Editor Version 5.00\" is missing");
+  }
   SkipBlanks();
   if (!AtLineEnd()) Fail("there is text behind the header");
+  if (!m_isOlderForm) return;
+  const auto foreign =
+      std::find_if(m_text.begin(), m_text.end(), [](char16_t unit) { return unit > 0x7F; });
+  if (foreign == m_text.end()) return;
+  const auto line = std::count(m_text.begin(), foreign, u'\n') + 1;
+  m_warnings.push_back({static_cast<std::size_t>(line),
+                        "a file of this form doesn't name its code page; 1252 is taken"});
+}
+
+// Every exporter ends the last line. What a torn one says may well pass for whole: of
+// "dword:00000012" each beginning is a number too.
+void Parser::ExpectLastLineEnd() const {
+  if (!IsLineEnd(m_text.back())) Fail("the last line has no end: the file is torn");
 }
 
 void Parser::ReadStatement() {
@@ -176,23 +190,53 @@ void Parser::ReadStatement() {
   ReadValue();
 }
 
-// The name ends at the line's last bracket, since brackets may stand in it.
 void Parser::ReadKey() {
-  const std::size_t start = m_position + 1;
-  const std::u16string_view rest = TakeRestOfLine().substr(1);
-  const std::size_t length = rest.rfind(u']');
-  if (length == std::u16string_view::npos) Fail("the bracket that closes the key is missing");
-  m_position = start + length + 1;
+  const std::u16string_view path = TakePath();
   ExpectEndOfStatement("there is text behind the key");
-  const std::u16string_view path = rest.substr(0, length);
   m_keySeen = true;
   m_key = nullptr;
   if (path.starts_with(u'-')) {
     (void)m_tree.Delete(path.substr(1));  // a key that isn't there is as deleted as it can be
     return;
   }
+  if (!IsKnownHive(path)) return;
   m_key = m_tree.Create(path);
   if (m_key == nullptr) Fail("no key can have this path");
+}
+
+// What stands between the brackets. The name ends at the line's last bracket, since brackets may
+// stand in it; a line without one goes on in the next, for a name may have line breaks. But not in
+// one that looks like a key or a value: there the bracket got lost.
+std::u16string_view Parser::TakePath() {
+  const std::size_t start = m_position + 1;
+  const std::size_t startLine = m_line;
+  std::size_t length = std::u16string_view::npos;
+  while (length == std::u16string_view::npos) {
+    const std::size_t lineStart = m_position;
+    const std::size_t bracket = TakeRestOfLine().rfind(u']');
+    if (bracket != std::u16string_view::npos) {
+      length = lineStart + bracket - start;
+      break;
+    }
+    SkipLineEnd();
+    if (AtEnd() || StartsStatement(Next())) {
+      m_line = startLine;
+      Fail("the bracket that closes the key is missing");
+    }
+  }
+  m_position = start + length + 1;
+  return m_text.substr(start, length);
+}
+
+// Windows leaves out what it has no hive for, and so do we, saying so once for each.
+bool Parser::IsKnownHive(std::u16string_view path) {
+  const std::u16string_view hive = path.substr(0, path.find(u'\\'));
+  if (hive.empty() || m_tree.Find(hive) != nullptr) return true;
+  if (m_unknownHives.insert(Upcase(hive)).second) {
+    m_warnings.push_back(
+        {m_line, "the hive " + ToUtf8(hive) + " isn't known; its keys are left out"});
+  }
+  return false;
 }
 
 void Parser::ReadValue() {
@@ -235,10 +279,12 @@ void Parser::ReadHex(const std::u16string& name) {
     if (!Take(u")")) Fail("the bracket behind the type is missing");
   }
   if (!Take(u":")) Fail("the colon behind hex is missing");
-  Store(name, type, ReadBytes());
+  std::vector<std::uint8_t> data = ReadBytes();
+  const bool isText = m_isOlderForm && (type == kRegExpandSz || type == kRegMultiSz);
+  Store(name, type, isText ? WideData(data) : std::move(data));
 }
 
-// Bytes of one or two digits with commas between; none at all is empty data.
+// Bytes of two digits with commas between; none at all is empty data.
 std::vector<std::uint8_t> Parser::ReadBytes() {
   std::vector<std::uint8_t> data;
   SkipContinuation();
@@ -251,9 +297,13 @@ std::vector<std::uint8_t> Parser::ReadBytes() {
   }
 }
 
+// Of two digits, never one: exporters write both, and a torn file may end in one.
 std::uint8_t Parser::ReadByte() {
-  return static_cast<std::uint8_t>(
-      ReadHexNumber(/*maxDigits=*/2, "a byte of one or two hexadecimal digits is missing"));
+  constexpr const char* kReason = "a byte of two hexadecimal digits is missing";
+  const std::size_t start = m_position;
+  const std::uint32_t byte = ReadHexNumber(/*maxDigits=*/2, kReason);
+  if (m_position - start != 2) Fail(kReason);
+  return static_cast<std::uint8_t>(byte);
 }
 
 // Blanks, and a backslash at the end of the line with all that may lie before the data goes on.
@@ -317,10 +367,17 @@ char16_t Parser::ReadEscape() {
 
 }  // namespace
 
-bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& error) {
+bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& error,
+                  std::vector<RegFileError>* warnings) {
+  RegFileText text;
+  if (const char* const reason = DecodeRegFile(bytes, text)) {
+    error = {1, reason};
+    return false;
+  }
   try {
-    const std::u16string text = Decode(bytes);
-    tree = Parser(text).Run();
+    std::vector<RegFileError> told;
+    tree = Parser(text, told).Run();
+    if (warnings != nullptr) *warnings = std::move(told);
     return true;
   } catch (const Damage& damage) {
     error = {damage.line, damage.reason};

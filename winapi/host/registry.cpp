@@ -121,6 +121,7 @@ Error RegEnumKeyW(Key key, Dword index, char16_t* name, Dword size) noexcept {
   return kErrorSuccess;
 }
 
+// The signature is the system's. NOLINTNEXTLINE(readability-non-const-parameter)
 Error RegQueryValueExW(Key key, const char16_t* name, Dword* reserved, Dword* type,
                        std::uint8_t* data, Dword* size) noexcept {
   Call call("RegQueryValueExW");

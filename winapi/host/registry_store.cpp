@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "winapi/errors.h"
 #include "winapi/host/call.h"
@@ -143,9 +145,13 @@ bool RegistryStore::ReadFile() {
     return false;
   }
   RegFileError error;
-  if (ParseRegFile(bytes, m_tree, error)) return true;
-  Tell(path + ":" + std::to_string(error.line), error.reason);
-  return false;
+  std::vector<RegFileError> warnings;
+  const bool isRead = ParseRegFile(bytes, m_tree, error, &warnings);
+  if (!isRead) warnings.push_back(std::move(error));
+  for (const RegFileError& told : warnings) {
+    Tell(path + ":" + std::to_string(told.line), told.reason);
+  }
+  return isRead;
 }
 
 bool RegistryStore::MustBeWritten() const {

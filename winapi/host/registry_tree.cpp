@@ -15,9 +15,21 @@ constexpr std::u16string_view kHiveNames[] = {u"HKEY_CLASSES_ROOT", u"HKEY_CURRE
 // Windows' own limit; it also bounds the recursions over a tree.
 constexpr std::size_t kMaxLevels = 512;
 
-// A line of the file holds a key's path, bare.
-bool IsStorable(std::u16string_view name) {
-  return name.find_first_of(std::u16string_view(u"\0\r\n", 3)) == std::u16string_view::npos;
+bool IsLineEnd(char16_t unit) { return unit == u'\r' || unit == u'\n'; }
+
+// The file holds a key's path bare, between brackets. A name may have line breaks, if the reader
+// can tell where it ends (see Parser::TakePath): no bracket closes before the last of them, and no
+// line begins as a key or a value does.
+bool IsStorable(std::u16string_view path) {
+  bool hasBracket = false;
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    if (path[i] == u'\0') return false;
+    hasBracket = hasBracket || path[i] == u']';
+    if (!IsLineEnd(path[i])) continue;
+    const char16_t next = i + 1 < path.size() ? path[i + 1] : u']';
+    if (hasBracket || next == u'[' || next == u'"' || next == u'@') return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -106,7 +118,7 @@ RegistryKeyPtr RegistryTree::Find(std::u16string_view path) const {
 RegistryKeyPtr RegistryTree::Create(std::u16string_view path) {
   const std::vector<std::u16string_view> parts = SplitKeyPath(path);
   if (parts.empty() || parts.size() > kMaxLevels) return nullptr;
-  if (!std::all_of(parts.begin(), parts.end(), IsStorable)) return nullptr;
+  if (!IsStorable(path)) return nullptr;
   RegistryKeyPtr key = Hive(parts.front());
   for (std::size_t i = 1; key != nullptr && i < parts.size(); ++i) key = key->AddChild(parts[i]);
   return key;

@@ -71,7 +71,7 @@ class RegistryTree {
   // Null when it isn't there.
   [[nodiscard]] RegistryKeyPtr Find(std::u16string_view path) const;
   // With the keys above it. Null for a path that no key can have: an unknown hive, more than 512
-  // levels, or a zero, carriage return or line feed in a name, which the file couldn't carry.
+  // levels, a zero in a name, or a line break where the file couldn't carry it.
   RegistryKeyPtr Create(std::u16string_view path);
   // False when the key isn't there or is a hive, which can't be deleted.
   bool Delete(std::u16string_view path);

@@ -1,5 +1,6 @@
 #include "winapi/time.h"
 
+#include <algorithm>
 #include <chrono>
 #include <compare>
 #include <optional>
@@ -101,10 +102,10 @@ constexpr Dword kSupportedTypes = kVerMajorVersion | kVerMinorVersion | kVerServ
 // True when each asked type has the one supported condition.
 bool AsksGreaterOrEqual(Dword types, std::uint64_t mask) {
   if (types == 0 || (types & ~kSupportedTypes) != 0) return false;
-  for (const Dword type : {kVerMajorVersion, kVerMinorVersion, kVerServicePackMajor}) {
-    if ((types & type) != 0 && ConditionOf(mask, type) != kVerGreaterEqual) return false;
-  }
-  return true;
+  const auto known = {kVerMajorVersion, kVerMinorVersion, kVerServicePackMajor};
+  return std::all_of(known.begin(), known.end(), [&](Dword type) {
+    return (types & type) == 0 || ConditionOf(mask, type) == kVerGreaterEqual;
+  });
 }
 
 }  // namespace

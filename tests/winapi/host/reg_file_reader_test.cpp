@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "winapi/host/control.h"
@@ -23,6 +24,12 @@ std::string Utf16(std::u16string_view text) {
     bytes += static_cast<char>(unit & 0xFF);
     bytes += static_cast<char>(unit >> 8);
   }
+  return bytes;
+}
+
+// The same with the high byte first.
+std::string Swapped(std::string bytes) {
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
   return bytes;
 }
 
@@ -59,7 +66,6 @@ TEST(HostRegFileReader, FormsOfData) {
       {"DwordShort", "dword:1f", 4, {0x1F, 0, 0, 0}},
       {"DwordBlanks", "dword: 2 ;x", 4, {2, 0, 0, 0}},
       {"Binary", "hex:00,1f,FF", 3, {0x00, 0x1F, 0xFF}},
-      {"BinaryOneDigit", "hex:1,f", 3, {0x01, 0x0F}},
       {"BinaryEmpty", "hex:", 3, {}},
       {"BinaryEmptyAndComment", "hex: ; none", 3, {}},
       {"BinaryBlanks", "hex: 01 , 02 ", 3, {1, 2}},
@@ -125,6 +131,12 @@ TEST(HostRegFileReader, KeysByTheirLines) {
     std::u16string path;
   };
   const Case cases[] = {
+      {"LineFeed", "[HKEY_USERS\\a\nb]", u"HKEY_USERS\\a\nb"},
+      {"CarriageReturn", "[HKEY_USERS\\a\rb]", u"HKEY_USERS\\a\rb"},
+      {"LineEnds", "[HKEY_USERS\\a\r\n\r\nb]", u"HKEY_USERS\\a\r\n\r\nb"},
+      {"LineEndAtTheEnd", "[HKEY_USERS\\a\r\n] ; why", u"HKEY_USERS\\a\r\n"},
+      {"BracketInTheSecondLine", "[HKEY_USERS\\a\nb]c]", u"HKEY_USERS\\a\nb]c"},
+      {"CommentSignInTheSecondLine", "[HKEY_USERS\\a\n;b]", u"HKEY_USERS\\a\n;b"},
       {"Plain", "[HKEY_LOCAL_MACHINE\\SOFTWARE\\a]", u"HKEY_LOCAL_MACHINE\\SOFTWARE\\a"},
       {"Indented", " \t[HKEY_USERS\\a]  ", u"HKEY_USERS\\a"},
       {"Comment", "[HKEY_USERS\\a] ; why", u"HKEY_USERS\\a"},
@@ -140,18 +152,21 @@ TEST(HostRegFileReader, KeysByTheirLines) {
   for (const Case& c : cases) {
     RegistryTree tree;
     RegFileError error;
-    EXPECT_TRUE(ParseRegFile(kHeader + c.line, tree, error)) << c.name << error.reason;
+    EXPECT_TRUE(ParseRegFile(kHeader + c.line + "\n", tree, error)) << c.name << error.reason;
     EXPECT_NE(tree.Find(c.path), nullptr) << c.name;
   }
 }
 
 TEST(HostRegFileReader, Encodings) {
   const std::u16string wide =
-      u"Windows Registry Editor Version 5.00\r\n[HKEY_USERS\\k]\r\n\"\u00e4\"=hex:";
+      u"Windows Registry Editor Version 5.00\r\n[HKEY_USERS\\k]\r\n\"\u00e4\"=hex:\r\n";
   const std::string narrow =
-      "Windows Registry Editor Version 5.00\r\n[HKEY_USERS\\k]\r\n\"\xC3\xA4\"=hex:";
+      "Windows Registry Editor Version 5.00\r\n[HKEY_USERS\\k]\r\n\"\xC3\xA4\"=hex:\r\n";
   const Values expected = {{u"\u00e4", 3, {}}};
   EXPECT_EQ(Read(Utf16(wide)), expected);
+  EXPECT_EQ(Read(Utf16(wide).substr(2)), expected) << "without a mark";
+  EXPECT_EQ(Read(Swapped(Utf16(wide))), expected);
+  EXPECT_EQ(Read(Swapped(Utf16(wide)).substr(2)), expected) << "without a mark";
   EXPECT_EQ(Read(narrow), expected);
   EXPECT_EQ(Read("\xEF\xBB\xBF" + narrow), expected);
 }
@@ -171,10 +186,56 @@ TEST(HostRegFileReader, EachKindOfLineEnd) {
   }
 }
 
-TEST(HostRegFileReader, TheLastLineNeedsNoEnd) {
-  EXPECT_EQ(Read(kHeader + kKey + "\"v\"=dword:1"), (Values{{u"v", 4, {1, 0, 0, 0}}}));
-  EXPECT_EQ(Read("Windows Registry Editor Version 5.00"), Values{});
-  EXPECT_EQ(Read(kHeader + "; end"), Values{});
+TEST(HostRegFileReader, SurrogatesInKeysPass) {
+  const std::u16string pair = u"HKEY_USERS\\\U0001F600";
+  const std::u16string lone = u"HKEY_USERS\\a\xDC00\xD800";
+  const std::u16string file =
+      u"Windows Registry Editor Version 5.00\n[" + pair + u"]\n[" + lone + u"]\n";
+  RegistryTree tree;
+  RegFileError error;
+  ASSERT_TRUE(ParseRegFile(Utf16(file), tree, error)) << error.reason;
+  EXPECT_NE(tree.Find(pair), nullptr);
+  EXPECT_NE(tree.Find(lone), nullptr);
+}
+
+// What is read and told, as text.
+std::string Warnings(const std::string& bytes) {
+  RegistryTree tree;
+  RegFileError error;
+  std::vector<RegFileError> warnings;
+  EXPECT_TRUE(ParseRegFile(bytes, tree, error, &warnings)) << error.line << ": " << error.reason;
+  std::string text;
+  for (const RegFileError& told : warnings) {
+    text += std::to_string(told.line) + ": " + told.reason + "\n";
+  }
+  return text;
+}
+
+TEST(HostRegFileReader, KeysOfUnknownHivesAreLeftOut) {
+  const std::string file = kHeader + "[HKLM\\a]\n\"v\"=hex:01\n[-HKLM\\b]\n" + kKey +
+                           "\"w\"=hex:02\n[hklm\\c]\n\"x\"=hex:03\n[HKEY_DYN_DATA]\n@=\"\"\n";
+  EXPECT_EQ(Read(file), (Values{{u"w", 3, {2}}}));
+  EXPECT_EQ(Warnings(file),
+            "3: the hive HKLM isn't known; its keys are left out\n"
+            "10: the hive HKEY_DYN_DATA isn't known; its keys are left out\n");
+  EXPECT_EQ(Warnings(kHeader + kKey), "");
+}
+
+// The older form is in a code page, and so are the texts in its hex data.
+TEST(HostRegFileReader, TheOlderForm) {
+  const std::string file =
+      "REGEDIT4\r\n\r\n" + kKey +
+      "\"\xE4\"=\"\x80\x81\"\r\n\"b\"=hex:80\r\n\"d\"=dword:1\r\n\"e\"=hex(2):25,80,00\r\n"
+      "\"m\"=hex(7):61,00,9f,00,00\r\n\"s\"=hex(1):61,00\r\n";
+  const Values expected = {{u"b", 3, {0x80}},
+                           {u"d", 4, {1, 0, 0, 0}},
+                           {u"e", 2, {0x25, 0, 0xAC, 0x20, 0, 0}},
+                           {u"m", 7, {'a', 0, 0, 0, 0x78, 0x01, 0, 0, 0, 0}},
+                           {u"s", 1, {'a', 0}},
+                           {u"\u00e4", 1, {0xAC, 0x20, 0x81, 0, 0, 0}}};
+  EXPECT_EQ(Read(file), expected);
+  EXPECT_EQ(Warnings(file), "4: a file of this form doesn't name its code page; 1252 is taken\n");
+  EXPECT_EQ(Warnings("REGEDIT4\n" + kKey + "\"a\"=\"b\"\n"), "");
 }
 
 TEST(HostRegFileReader, LaterLinesWin) {
@@ -197,19 +258,24 @@ TEST(HostRegFileReader, DamageIsToldWithItsLine) {
        "the header \"Windows Registry Editor Version 5.00\" is missing"},
       {"HeaderGoesOn", "Windows Registry Editor Version 5.001\r\n", 1,
        "there is text behind the header"},
-      {"OlderForm", "REGEDIT4\r\n", 1, "this is the older form (REGEDIT4), which isn't supported"},
+      {"OlderFormInUtf16", Utf16(u"REGEDIT4\r\n"), 1,
+       "the header \"Windows Registry Editor Version 5.00\" is missing"},
+      {"OlderFormGoesOn", "REGEDIT45\r\n", 1, "there is text behind the header"},
       {"Zeros", kHeader + std::string(10, '\0'), 3,
        "this is neither a key nor a value nor a comment"},
       {"OddUtf16", std::string("\xFF\xFEW", 3), 1, "the UTF-16 text has an odd number of bytes"},
-      {"BigEndian", std::string("\xFE\xFF\0W", 4), 1,
-       "UTF-16 with the high byte first isn't supported"},
+      {"OddUtf16WithoutAMark", std::string("W\0i\0n", 5), 1,
+       "the UTF-16 text has an odd number of bytes"},
       {"Latin1", kHeader + "; \xE4\r\n", 1, "the text is neither UTF-16 nor UTF-8"},
       {"Garbage", start + "garbage", 4, "this is neither a key nor a value nor a comment"},
       {"ValueBeforeAKey", kHeader + "\"v\"=hex:01", 3, "a value stands before the first key"},
       {"KeyOpen", start + "[HKEY_USERS\\x\r\n\"v\"=-", 4,
        "the bracket that closes the key is missing"},
+      {"KeyOpenBeforeAKey", start + "[HKEY_USERS\\x\r\n\r\n[HKEY_USERS\\y]\r\n", 4,
+       "the bracket that closes the key is missing"},
+      {"KeyOpenAtTheEnd", start + "[HKEY_USERS\\x\r\nabc\r\n", 4,
+       "the bracket that closes the key is missing"},
       {"KeyAndMore", start + "[HKEY_USERS\\x] y", 4, "there is text behind the key"},
-      {"HiveAbbreviated", kHeader + "[HKLM\\x]", 3, "no key can have this path"},
       {"HiveMissing", kHeader + "[]", 3, "no key can have this path"},
       {"NameOpen", start + "\"v", 4, "the quote that closes the text is missing"},
       {"NameWithZero", start + R"("a\0"=-)", 4, "there is a zero in the value's name"},
@@ -234,19 +300,29 @@ TEST(HostRegFileReader, DamageIsToldWithItsLine) {
       {"HexTypeEmpty", start + "\"v\"=hex():01", 4,
        "hex( needs a type of one to eight hexadecimal digits"},
       {"HexTypeOpen", start + "\"v\"=hex(1:01", 4, "the bracket behind the type is missing"},
-      {"HexThreeDigits", start + "\"v\"=hex:012", 4,
-       "a byte of one or two hexadecimal digits is missing"},
+      {"HexThreeDigits", start + "\"v\"=hex:012", 4, "a byte of two hexadecimal digits is missing"},
+      {"HexOneDigit", start + "\"v\"=hex:01,2,03\r\n", 4,
+       "a byte of two hexadecimal digits is missing"},
+      {"HexOneDigitAtTheEnd", start + "\"v\"=hex:01,2\r\n", 4,
+       "a byte of two hexadecimal digits is missing"},
       {"HexCommaAtTheEnd", start + "\"v\"=hex:01,", 4,
-       "a byte of one or two hexadecimal digits is missing"},
+       "a byte of two hexadecimal digits is missing"},
       {"HexTwoCommas", start + "\"v\"=hex:01,,02", 4,
-       "a byte of one or two hexadecimal digits is missing"},
+       "a byte of two hexadecimal digits is missing"},
       {"HexOther", start + "\"v\"=hex:01,0g", 4, "there is text behind the value's data"},
       {"HexBackslashInside", start + "\"v\"=hex:01,\\ 02", 4,
        "there is text behind the backslash that continues the data"},
       {"HexCutBehindTheBackslash", start + "\"v\"=hex:01,\\\r\n", 5,
        "the file ends within the value's data"},
       {"HexRunsIntoTheNext", start + "\"v\"=hex:01,\\\r\n\"w\"=-", 5,
-       "a byte of one or two hexadecimal digits is missing"},
+       "a byte of two hexadecimal digits is missing"},
+      {"LastLineWithoutAnEnd", start + "\"v\"=dword:1", 4,
+       "the last line has no end: the file is torn"},
+      {"LastTextWithoutAnEnd", start + "\"v\"=\"a\r\nb\"", 5,
+       "the last line has no end: the file is torn"},
+      {"HeaderWithoutAnEnd", "Windows Registry Editor Version 5.00", 1,
+       "the last line has no end: the file is torn"},
+      {"CommentWithoutAnEnd", kHeader + "; end", 3, "the last line has no end: the file is torn"},
       {"CountsLinesInTexts", start + "\"v\"=\"a\r\nb\nc\"\r\n?", 7,
        "this is neither a key nor a value nor a comment"},
   };
@@ -262,25 +338,30 @@ TEST(HostRegFileReader, DamageIsToldWithItsLine) {
   }
 }
 
-// Every cut of a good file either reads or is told; none crashes or hangs.
+// A cut of a good file reads where it leaves whole lines, and is told elsewhere.
 TEST(HostRegFileReader, EveryCutIsSafe) {
   const std::string file =
       kHeader + kKey +
       "@=\"d\\\\\"\r\n\"v\"=hex(7):61,00,\\\r\n  00,00 ; c\r\n\"w\"=dword:0000000f\r\n"
       "\"x\"=-\r\n[-HKEY_USERS\\k\\y]\r\n[HKEY_USERS\\k]z]\r\n";
   const std::string wide = Utf16(std::u16string(file.begin(), file.end()));
-  std::size_t read = 0;
   for (const std::string& whole : {file, wide}) {
+    const std::size_t width = whole == wide ? 2 : 1;
     for (std::size_t length = 0; length <= whole.size(); ++length) {
+      const std::string cut = whole.substr(0, length);
       RegistryTree tree;
       RegFileError error;
-      const bool good = ParseRegFile(std::string_view(whole).substr(0, length), tree, error);
-      if (good) ++read;
+      const bool good = ParseRegFile(cut, tree, error);
+      std::string text;
+      for (std::size_t i = width == 2 ? 2 : 0; i < length; i += width) text += cut[i];
+      const bool endsLine = text.ends_with('\r') || text.ends_with('\n');
+      const bool goesOn = text.ends_with("\\\r") || text.ends_with("\\\r\n");
+      const bool isWhole = length % width == 0 && endsLine && !goesOn;
+      EXPECT_EQ(good, isWhole) << length << ": " << error.reason;
       EXPECT_EQ(good, error.reason.empty()) << length;
       EXPECT_EQ(good, error.line == 0) << length;
     }
   }
-  EXPECT_GT(read, 10U);
 }
 
 // Each shape is one that takes a hundred times as long for ten times the size with a step that
@@ -291,12 +372,14 @@ TEST(HostRegFileReader, LargeFilesTakeLinearTime) {
     std::string start, repeated, end;
   };
   const Case cases[] = {
-      {"Brackets", "[HKEY_USERS\\", "]", "]"},
-      {"OpenText", "[HKEY_USERS\\k]\n\"v\"=\"", "\\\\", "\""},
-      {"Continuations", "[HKEY_USERS\\k]\n\"v\"=hex:", "1,\\\n\n", "2"},
+      {"Brackets", "[HKEY_USERS\\", "]", "]\n"},
+      {"OpenText", "[HKEY_USERS\\k]\n\"v\"=\"", "\\\\", "\"\n"},
+      {"OpenKey", "[HKEY_USERS\\", "\n", "]\n"},
+      {"Continuations", "[HKEY_USERS\\k]\n\"v\"=hex:", "01,\\\n\n", "02\n"},
+      {"UnknownHives", "", "[X]\n", "\n"},
       {"SameKey", "", "[HKEY_USERS\\k]\n", ""},
       {"DeletedKeys", "", "[-HKEY_USERS\\k]\n", ""},
-      {"Backslashes", "[HKEY_USERS", "\\", "k]"},
+      {"Backslashes", "[HKEY_USERS", "\\", "k]\n"},
       {"Comments", "", ";[\n", ""},
   };
   for (const Case& c : cases) {

@@ -141,7 +141,7 @@ void Fill(RegistryTree& tree, std::mt19937& random) {
   for (int i = 0; i < 12; ++i) {
     const RegistryKeyPtr key =
         tree.Create(u"HKEY_USERS\\" + RandomText(random, 5) + u"\\" + RandomText(random, 3));
-    if (key == nullptr) continue;  // a line break in the name
+    if (key == nullptr) continue;  // a line break where the file can't carry it
     for (int j = 0; j < 6; ++j) {
       key->SetValue(RandomText(random, 4), static_cast<Dword>(random() % 13), RandomData(random));
     }

@@ -27,8 +27,15 @@ TEST(HostRegistryTree, PathsThatNoKeyCanHave) {
       {"UnknownHive", u"HKLM\\a", false},
       {"PerformanceData", u"HKEY_PERFORMANCE_DATA\\a", false},
       {"ZeroInAName", std::u16string(u"HKEY_USERS\\a\0b", 14), false},
-      {"LineFeedInAName", u"HKEY_USERS\\a\nb", false},
-      {"CarriageReturnInAName", u"HKEY_USERS\\a\rb", false},
+      {"LineFeedInAName", u"HKEY_USERS\\a\nb", true},
+      {"CarriageReturnInAName", u"HKEY_USERS\\a\rb", true},
+      {"LineBreakAtTheEnd", u"HKEY_USERS\\a\r\n", true},
+      {"BracketBehindABreak", u"HKEY_USERS\\a\nb]c", true},
+      {"BracketBeforeABreak", u"HKEY_USERS\\a]b\nc", false},
+      {"BracketInAnotherNameBeforeABreak", u"HKEY_USERS\\a]\\b\nc", false},
+      {"KeyBehindABreak", u"HKEY_USERS\\a\n[b", false},
+      {"ValueBehindABreak", u"HKEY_USERS\\a\n\"b", false},
+      {"DefaultValueBehindABreak", u"HKEY_USERS\\a\r@", false},
   };
   for (const Case& c : cases) {
     RegistryTree tree;
@@ -39,7 +46,7 @@ TEST(HostRegistryTree, PathsThatNoKeyCanHave) {
 
 TEST(HostRegistryTree, AFailedCreationMakesNothing) {
   RegistryTree tree;
-  EXPECT_EQ(tree.Create(u"HKEY_USERS\\a\\b\n"), nullptr);
+  EXPECT_EQ(tree.Create(u"HKEY_USERS\\a\\b]\n"), nullptr);
   EXPECT_EQ(tree.Find(u"HKEY_USERS\\a"), nullptr);
 }
 
