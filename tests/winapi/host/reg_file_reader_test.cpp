@@ -309,7 +309,7 @@ TEST(HostRegFileReader, DamageIsToldWithItsLine) {
        "a byte of two hexadecimal digits is missing"},
       {"HexTwoCommas", start + "\"v\"=hex:01,,02", 4,
        "a byte of two hexadecimal digits is missing"},
-      {"HexOther", start + "\"v\"=hex:01,0g", 4, "there is text behind the value's data"},
+      {"HexOther", start + "\"v\"=hex:01,0g", 4, "a byte of two hexadecimal digits is missing"},
       {"HexBackslashInside", start + "\"v\"=hex:01,\\ 02", 4,
        "there is text behind the backslash that continues the data"},
       {"HexCutBehindTheBackslash", start + "\"v\"=hex:01,\\\r\n", 5,
