@@ -121,6 +121,7 @@ std::string MachineRow(const Report& report) {
 
 }  // namespace
 
+// Long texts go over several lines. NOLINTBEGIN(bugprone-suspicious-missing-comma)
 std::string HtmlHead(const std::string& time) {
   return Concat(
       {"<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
@@ -142,6 +143,7 @@ std::string HtmlHead(const std::string& time) {
        "<table id=\"products\">\n<thead><tr><th>Machine</th><th>Status</th><th>Product</th>"
        "<th>Name</th><th>Version</th><th>Verdict</th><th>Values</th></tr></thead>\n<tbody>\n"});
 }
+// NOLINTEND(bugprone-suspicious-missing-comma)
 
 std::string HtmlRows(const Report& report, bool all) {
   std::string rows = MachineRow(report);

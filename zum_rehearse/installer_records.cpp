@@ -119,7 +119,7 @@ std::vector<ProductRecord> ReadProducts() {
     products.push_back(Read(std::move(key), /*listed=*/true));
   }
   for (std::u16string& key : SubKeys(kClassesProducts)) {
-    if (seen.count(key) == 0) products.push_back(Read(std::move(key), /*listed=*/false));
+    if (!seen.contains(key)) products.push_back(Read(std::move(key), /*listed=*/false));
   }
   return products;
 }
