@@ -89,6 +89,8 @@ class Scale(RehearsalCase):
         raise AssertionError("no worker waits for the pipe")
 
     def test_memory_does_not_grow_with_the_machines(self):
+        if b"__asan_init" in PROGRAM.read_bytes():
+            self.skipTest("the address sanitizer keeps freed memory, so the peak says nothing")
         self.machines(400)
         peaks = []
         for count in (20, 400):

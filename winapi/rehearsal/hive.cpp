@@ -13,6 +13,14 @@
 namespace winapi::rehearsal {
 namespace {
 
+// The library stores a type of any number, which the enumeration hasn't a value for.
+Dword NumberOf(const hive_type& type) {
+  static_assert(sizeof(hive_type) == sizeof(Dword));
+  Dword number = 0;
+  std::memcpy(&number, &type, sizeof(number));
+  return number;
+}
+
 constexpr std::size_t kMostLevels = 64;  // the installer's branches have a handful
 
 struct CloseHive {
@@ -81,7 +89,7 @@ class Reader {
         continue;
       }
       const auto* const bytes = reinterpret_cast<const std::uint8_t*>(data.get());
-      key.SetValue(host::ToUtf16(name.get()), static_cast<Dword>(type),
+      key.SetValue(host::ToUtf16(name.get()), NumberOf(type),
                    data == nullptr ? std::vector<std::uint8_t>()
                                    : std::vector<std::uint8_t>(bytes, bytes + size));
     }
