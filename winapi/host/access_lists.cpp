@@ -30,9 +30,7 @@ constexpr Dword kMandatoryPolicies = 7;  // no write up, no read up, no execute 
 // Bits of a descriptor's control word. A list counts only with its "present" bit; "present" and
 // null admits everybody, which is the opposite of an empty list.
 constexpr std::uint16_t kDaclPresent = 0x0004;
-constexpr std::uint16_t kDaclDefaulted = 0x0008;
 constexpr std::uint16_t kSaclPresent = 0x0010;
-constexpr std::uint16_t kSaclDefaulted = 0x0020;
 constexpr std::uint16_t kSelfRelative = 0x8000;
 
 // ACCESS_ALLOWED_ACE and SYSTEM_MANDATORY_LABEL_ACE without the identifier that follows.
@@ -97,8 +95,14 @@ Error CheckDescriptor(const SecurityDescriptor& descriptor) {
   return (descriptor.Control & kSelfRelative) != 0 ? kErrorInvalidDescriptor : kErrorSuccess;
 }
 
-void SetBits(std::uint16_t& control, std::uint16_t bits, bool set) {
-  control = static_cast<std::uint16_t>(set ? control | bits : control & ~bits);
+// Without "present" the address in the descriptor stays, as on Windows: the bit alone decides.
+Error PutList(SecurityDescriptor& descriptor, std::uint16_t bit, Acl*& place, bool present,
+              Acl* list) {
+  if (const Error error = CheckDescriptor(descriptor); error != 0) return error;
+  const int others = descriptor.Control & ~bit;
+  descriptor.Control = static_cast<std::uint16_t>(present ? others | bit : others);
+  if (present) place = list;
+  return kErrorSuccess;
 }
 
 // What isn't used of the list is kept too: the product's bytes are compared as it wrote them.
@@ -220,21 +224,13 @@ Bool InitializeSecurityDescriptor(SecurityDescriptor* descriptor, Dword revision
   return 1;
 }
 
-// Without "present" the address in the descriptor stays, as on Windows: the bit alone decides.
 Bool SetSecurityDescriptorDacl(SecurityDescriptor* descriptor, Bool present, Acl* dacl,
                                Bool defaulted) noexcept {
   host::Call call("SetSecurityDescriptorDacl");
   call.Argument("descriptor", descriptor).Argument("present", static_cast<Dword>(present));
   call.Argument("dacl", dacl).Argument("defaulted", static_cast<Dword>(defaulted));
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Bool{0});
-  if (const Error error = CheckDescriptor(*descriptor); error != 0) {
-    return host::FailWith(error, Bool{0});
-  }
-  SetBits(descriptor->Control, kDaclPresent, present != 0);
-  if (present == 0) return 1;
-  descriptor->Dacl = dacl;
-  SetBits(descriptor->Control, kDaclDefaulted, defaulted != 0);
-  return 1;
+  return Answer(PutList(*descriptor, kDaclPresent, descriptor->Dacl, present != 0, dacl));
 }
 
 Bool SetSecurityDescriptorSacl(SecurityDescriptor* descriptor, Bool present, Acl* sacl,
@@ -243,14 +239,7 @@ Bool SetSecurityDescriptorSacl(SecurityDescriptor* descriptor, Bool present, Acl
   call.Argument("descriptor", descriptor).Argument("present", static_cast<Dword>(present));
   call.Argument("sacl", sacl).Argument("defaulted", static_cast<Dword>(defaulted));
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Bool{0});
-  if (const Error error = CheckDescriptor(*descriptor); error != 0) {
-    return host::FailWith(error, Bool{0});
-  }
-  SetBits(descriptor->Control, kSaclPresent, present != 0);
-  if (present == 0) return 1;
-  descriptor->Sacl = sacl;
-  SetBits(descriptor->Control, kSaclDefaulted, defaulted != 0);
-  return 1;
+  return Answer(PutList(*descriptor, kSaclPresent, descriptor->Sacl, present != 0, sacl));
 }
 
 std::vector<std::uint8_t> host::MakeSid(std::uint8_t authority,

@@ -96,7 +96,7 @@ void FlushAtExit(int status, void* /*unused*/) {
   const auto lock = store.Lock();
   if (!store.MustBeWritten() || store.Flush()) return;
   (void)std::fflush(nullptr);
-  ::_exit(status == 0 ? EXIT_FAILURE : status);
+  ::_exit((status & 0xFF) == 0 ? EXIT_FAILURE : status);
 }
 
 // Registered before the static objects of the program come into being, so it runs behind their

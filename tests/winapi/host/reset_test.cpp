@@ -90,7 +90,7 @@ class Answers {
   }
   void AddRegistry() {
     Key key = nullptr;
-    Add("rights", RegOpenKeyExW(HkeyLocalMachine(), u"SYSTEM\\ZumDenied", 0, kKeyRead, &key));
+    Add("rights", RegOpenKeyExW(HkeyLocalMachine(), u"SYSTEM\\ZumDenied", 0, kKeyQueryValue, &key));
     if (key == nullptr) {
       (void)RegOpenKeyExW(HkeyLocalMachine(), u"SYSTEM\\ZumDenied", 0, kKeySetValue, &key);
     }
