@@ -23,6 +23,7 @@ void ResetTime() {
   ForgetSleeps();
   SetTimeZone({});
   SetTimeZoneId(std::nullopt);
+  SetLocalClockLag(std::nullopt);
   ResetSystemVersion();
 }
 

@@ -77,6 +77,10 @@ class Answers {
     TimeZoneInformation zone{};
     Add("zone's number", GetTimeZoneInformation(&zone));
     Add("zone", zone.Bias);
+    const FileTime utc{0, 0x01D00000};
+    FileTime local{};
+    EXPECT_NE(FileTimeToLocalFileTime(&utc, &local), 0);
+    Add("local clock", local.dwLowDateTime);
     OsVersionInfo version{};
     version.dwMajorVersion = 6;
     version.dwMinorVersion = 2;
@@ -134,6 +138,7 @@ void SetEverything() {
   Sleep(1);
   host::SetTimeZone("Asia/Kathmandu");
   host::SetTimeZoneId(77);
+  host::SetLocalClockLag(1);
   host::SetSystemVersion(10, 0, 0);
   host::SetQueryScript([](std::u16string_view, Dword) { return host::QueryAnswer{}; });
   host::SetPathScript("GetTempPathW", [](Dword) { return host::PathAnswer{u"D:\\", {}}; });
@@ -157,26 +162,12 @@ TEST(HostReset, TakesBackAllThatATestCanSet) {
   const Answers before;
   SetEverything();
   const Answers set;
-  const std::vector<std::string> changed = {"command line",
-                                            "process",
-                                            "thread",
-                                            "program",
-                                            "temporary directory",
-                                            "module",
-                                            "function",
-                                            "sleeps",
-                                            "clock runs",
-                                            "zone's number",
-                                            "zone",
-                                            "version",
-                                            "locked file",
-                                            "read-only directory",
-                                            "rights",
-                                            "value",
-                                            "token",
-                                            "trust",
-                                            "log",
-                                            "guid"};
+  const std::vector<std::string> changed = {
+      "command line", "process",     "thread",  "program",     "temporary directory",
+      "module",       "function",    "sleeps",  "clock runs",  "zone's number",
+      "zone",         "local clock", "version", "locked file", "read-only directory",
+      "rights",       "value",       "token",   "trust",       "log",
+      "guid"};
   EXPECT_EQ(set.Differences(before), changed);
   host::ResetMachine();
   ASSERT_TRUE(host::CreateRegistryKey(kDenied))
