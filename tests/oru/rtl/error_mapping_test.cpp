@@ -248,6 +248,9 @@ TEST(SystemErrorToResult, OnlyItsOwnTableKnowsTheStatuses) {
 // A row too many shows here, in whichever table.
 TEST(SystemErrorToResult, BothTablesHoldNoOtherRows) {
   for (const std::uint32_t number : NumbersOfAllKinds()) {
+    const bool isRight =
+        FromWin32(number) == RuleOfWin32(number) && FromStatus(number) == RuleOfStatus(number);
+    if (isRight) continue;  // an assertion costs more than the rest
     ASSERT_EQ(FromWin32(number), RuleOfWin32(number)) << Hexadecimal(number);
     ASSERT_EQ(FromStatus(number), RuleOfStatus(number)) << Hexadecimal(number);
   }

@@ -312,7 +312,7 @@ TEST(MatchPathMask, IsTheSameAsASecondImplementation) {
                      u"."});
   std::map<DirectoryRule, int> matches;
   std::map<DirectoryRule, int> others;
-  for (int i = 0; i < 200000; ++i) {
+  for (int i = 0; i < 50000; ++i) {
     const std::u16string path = random(7);
     const std::u16string mask = MaskFor(path, random);
     const bool expected = tests::ReferenceMatch(path, mask);
@@ -322,11 +322,11 @@ TEST(MatchPathMask, IsTheSameAsASecondImplementation) {
   // The texts aren't beside the point of any of the rules.
   for (const DirectoryRule rule : {DirectoryRule::kNone, DirectoryRule::kRelative,
                                    DirectoryRule::kWhole, DirectoryRule::kBeginning}) {
-    EXPECT_GT(matches[rule], 2000) << static_cast<int>(rule);
-    EXPECT_GT(others[rule], 2000) << static_cast<int>(rule);
+    EXPECT_GT(matches[rule], 500) << static_cast<int>(rule);
+    EXPECT_GT(others[rule], 500) << static_cast<int>(rule);
   }
-  EXPECT_GT(matches[DirectoryRule::kAnyAbsolute], 100);
-  EXPECT_GT(others[DirectoryRule::kAnyAbsolute], 100);
+  EXPECT_GT(matches[DirectoryRule::kAnyAbsolute], 25);
+  EXPECT_GT(others[DirectoryRule::kAnyAbsolute], 25);
 }
 
 }  // namespace
