@@ -24,7 +24,6 @@ constexpr std::uint32_t kInvalidArgument = 0x80000046;
 constexpr std::uint32_t kFileNotFound = 0x80010102;
 constexpr std::uint32_t kPathNotFound = 0x80010103;
 constexpr std::uint32_t kAlreadyExists = 0x80010105;
-constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
 
 TEST(CopyFileT, Copies) {
   const InstalledTracer tracer;
