@@ -60,8 +60,10 @@ run_ctest() {
 build_and_test() {
     local preset=$1
     expected+=("$results/$preset.xml")
-    step "Build and run: $preset"
-    configure_and_build "$preset" && run_ctest "$@"
+    step "Build: $preset"
+    configure_and_build "$preset" || return
+    step "Run: $preset"
+    run_ctest "$@"
 }
 
 # Only what has threads: a build for one test program, and that program.
@@ -82,17 +84,18 @@ native_half() {
     expected+=("$file")
     step "Threads under ThreadSanitizer"
     check "$file" threads-under-sanitizer threads_under_sanitizer
-    step "Format, lint, layers"
+    step "Format, layers, scripts"
     check "$file" source-rules python3 scripts/check_sources.py
     check "$file" source-rules-find-planted-offences python3 scripts/check_sources.py --self-test
     check "$file" test-files-are-found python3 scripts/test_file.py --check
     check "$file" test-files-find-planted-offences python3 scripts/test_file.py --self-test
     check "$file" format scripts/check-format.sh
     check "$file" format-finds-planted-offence scripts/check-format.sh --self-test
-    check "$file" lint scripts/check-lint.sh
-    check "$file" lint-finds-planted-offence scripts/check-lint.sh --self-test
     check "$file" shell-scripts scripts/check-scripts.sh
     check "$file" shell-scripts-find-planted-offence scripts/check-scripts.sh --self-test
+    step "Lint"
+    check "$file" lint scripts/check-lint.sh
+    check "$file" lint-finds-planted-offence scripts/check-lint.sh --self-test
 }
 
 windows_half() {
@@ -145,4 +148,5 @@ case "$what" in
 esac
 
 step "Summary ($(((SECONDS - start) / 60)) min $(((SECONDS - start) % 60)) s)"
+printf '   what each step took, and how much of a processor:\n%s\n' "$step_times"
 exec python3 scripts/lib/summarize.py "${expected[@]}"

@@ -11,7 +11,26 @@ else
     bold='' green='' red='' plain=''
 fi
 
-step() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
+# step NAME: says what begins, and keeps what the step before it took.
+step() {
+    end_step
+    step_name=$*
+    printf '\n%s== %s%s\n' "$bold" "$*" "$plain"
+}
+
+# end_step: one line more in $step_times, "seconds, processor seconds of all its processes, name".
+step_name='' step_began=0 step_ticks=0 step_times=''
+end_step() {
+    local fields ticks
+    read -ra fields </proc/$$/stat
+    ticks=$((fields[15] + fields[16])) # of all children that have ended, user and system
+    if [ -n "$step_name" ]; then
+        printf -v step_times '%s   %5d s %5d s  %s\n' "$step_times" $((SECONDS - step_began)) \
+            $(((ticks - step_ticks) / $(getconf CLK_TCK))) "$step_name"
+    fi
+    step_name='' step_began=$SECONDS step_ticks=$ticks
+}
+
 note() { printf '   %s\n' "$*"; }
 good() { printf '   %s%s%s\n' "$green" "$*" "$plain"; }
 bad() { printf '   %s%s%s\n' "$red" "$*" "$plain" >&2; }
@@ -69,7 +88,7 @@ configure_and_build() {
     NINJA_STATUS="   [$preset %f/%t] " cmake --build "build/$preset" --parallel "$(nproc)" "${targets[@]}" 2>&1 |
         tee -a "$log" | show_progress
     if [ "${PIPESTATUS[0]}" -ne 0 ]; then
-        grep -E -A 12 'error|FAILED|undefined' "$log" | head -n 60 >&2
+        grep -E -A 12 'error:|^FAILED|undefined reference' "$log" | head -n 60 >&2
         bad "building the preset $preset failed (whole log: build/$preset.log)"
         return 1
     fi

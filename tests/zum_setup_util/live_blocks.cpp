@@ -18,6 +18,7 @@ Block blocks{&blocks, &blocks, 0};
 }  // namespace
 
 bool tests::LiveBlockBeginsWith(std::u16string_view text) {
+  if (text.empty()) return false;
   const std::size_t bytes = text.size() * sizeof(char16_t);
   for (const Block* block = blocks.next; block != &blocks; block = block->next) {
     if (block->size >= bytes && std::memcmp(block + 1, text.data(), bytes) == 0) return true;

@@ -7,7 +7,8 @@
 
 namespace tests {
 
-// True when a live block begins with this text. The text itself mustn't stand in one.
+// True when a live block begins with this text; none begins with an empty one. The text itself
+// mustn't stand in one.
 [[nodiscard]] bool LiveBlockBeginsWith(std::u16string_view text);
 
 }  // namespace tests

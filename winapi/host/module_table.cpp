@@ -38,7 +38,7 @@ Bool WINAPI_STDCALL SetDefaultDllDirectories(Dword flags) noexcept {
 // can tell them apart.
 template <int kNumber>
 void NeverCalled() {
-  std::fprintf(stderr, "host: call of placeholder function %d\n", kNumber);
+  (void)std::fprintf(stderr, "host: call of placeholder function %d\n", kNumber);
   std::abort();
 }
 

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "winapi/host/reg_file_reader.h"
@@ -18,10 +19,9 @@ void Merge(host::RegistryKey& to, const host::RegistryKey& from) {
 }
 
 bool IsEmpty(const host::RegistryTree& tree) {
-  for (const host::RegistryKeyPtr& hive : tree.Hives()) {
-    if (!hive->Values().empty() || !hive->SubKeys().empty()) return false;
-  }
-  return true;
+  return std::ranges::all_of(tree.Hives(), [](const host::RegistryKeyPtr& hive) {
+    return hive->Values().empty() && hive->SubKeys().empty();
+  });
 }
 
 }  // namespace

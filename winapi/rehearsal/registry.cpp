@@ -114,7 +114,7 @@ const std::optional<Value>* FindWritten(const OpenKey& open, const char16_t* nam
   return found == values->end() ? nullptr : &found->second;
 }
 
-Error Query(Key key, const char16_t* name, Dword* reserved, Dword* type, std::uint8_t* data,
+Error Query(Key key, const char16_t* name, const Dword* reserved, Dword* type, std::uint8_t* data,
             Dword* size) {
   const OpenKey* open = nullptr;
   if (const Error error = Resolve(key, kKeyQueryValue, open)) return error;
