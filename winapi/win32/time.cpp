@@ -6,6 +6,7 @@
 
 namespace winapi {
 
+// Both sides are spelled alike but for the capitals. NOLINTNEXTLINE(misc-redundant-expression)
 static_assert(sizeof(FileTime) == sizeof(FILETIME) && alignof(FileTime) == alignof(FILETIME));
 static_assert(offsetof(FileTime, dwLowDateTime) == offsetof(FILETIME, dwLowDateTime));
 static_assert(offsetof(FileTime, dwHighDateTime) == offsetof(FILETIME, dwHighDateTime));

@@ -15,7 +15,7 @@ namespace helpers {
 
 // Ends the program with a line on the standard error stream and status 99.
 [[noreturn]] inline void Die(const char* what, unsigned long error) {
-  std::fprintf(stderr, "%s: error %lu\n", what, error);
+  (void)std::fprintf(stderr, "%s: error %lu\n", what, error);
   std::exit(99);
 }
 

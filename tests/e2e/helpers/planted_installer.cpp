@@ -9,6 +9,6 @@ int main() {
   GetModuleFileNameA(nullptr, path, MAX_PATH);
   std::FILE* file = report == nullptr ? nullptr : std::fopen(report, "a");
   if (file == nullptr) return 1;
-  std::fprintf(file, "%s\n", path);
-  std::fclose(file);
+  const bool written = std::fprintf(file, "%s\n", path) > 0;
+  return std::fclose(file) == 0 && written ? 0 : 1;
 }
