@@ -12,8 +12,8 @@
 
 namespace winapi::rehearsal {
 
-// Why a file can't be read.
-struct FileDamage {
+// Why a file can't be read, or what is to be known of one that can.
+struct FileRemark {
   std::size_t line = 0;  // from 1; where the bad thing starts
   std::string reason;    // English, one line, without a full stop
 };
@@ -29,9 +29,16 @@ class MachineFromFiles {
  public:
   MachineFromFiles();
 
-  // Adds what the bytes of an export say ("Windows Registry Editor Version 5.00"). Values of a
-  // later file win. False for a damaged file, which adds nothing.
-  [[nodiscard]] bool AddExport(std::string_view bytes, FileDamage& damage);
+  // Adds what the bytes of an export ("Windows Registry Editor Version 5.00", or the older form)
+  // say of the keys at and below `branches`, which begin with the full name of a hive. Values of a
+  // later file win. `remarks` gets what was read otherwise than it may have been meant. False for a
+  // damaged file, wherever in it the damage is: it adds nothing.
+  [[nodiscard]] bool AddExport(std::string_view bytes, const std::vector<std::u16string>& branches,
+                               std::vector<FileRemark>& remarks, FileRemark& damage);
+
+  // Adds what stands below the key `from` to the key `to`, where values that are there stay, and
+  // takes it away from `from`. False when there is no such key.
+  bool Move(std::u16string_view from, std::u16string_view to);
 
   // Adds branches of a hive in the file of `path`, which is opened for reading only: `branches` are
   // paths below the hive's root, which comes to stand at `mount`, such as

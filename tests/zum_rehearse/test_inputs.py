@@ -128,6 +128,28 @@ class Inputs(RehearsalCase):
                          (1, ["would-be-repaired", "second-value-unknown", "package-not-known-here"]))
         self.assertIn(b"can't be judged", self.call(file).stdout)
 
+    def test_the_merged_view_of_the_classes_is_taken(self):
+        file = self.export(BOTH, "x.reg")
+        text = file.read_bytes().decode("utf-16")
+        file.write_text(text.replace("[HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes\\", "[HKEY_CLASSES_ROOT\\"),
+                        encoding="utf-16", newline="")
+        done = self.call("--json", "x.reg")
+        report, = self.parse(done.stdout)
+        self.assertEqual(report["notes"], [
+            "x.reg: HKEY_CLASSES_ROOT\\Installer is taken for HKLM\\SOFTWARE\\Classes\\Installer, though entries of "
+            "the user who exported it may stand in it"])
+        self.assertEqual(report["products"][0]["values"]["PackageName"]["after"]["text"], "zum_win.msi")
+
+    def test_what_was_left_out_of_an_export_is_told(self):
+        file = self.export(BOTH, "x.reg")
+        text = file.read_bytes().decode("utf-16")
+        file.write_text(text + "[HKLM\\SOFTWARE\\a]\r\n\"b\"=\"c\"\r\n", encoding="utf-16", newline="")
+        done = self.call("--json", "x.reg")
+        report, = self.parse(done.stdout)
+        line = text.count("\n") + 1
+        self.assertEqual(report["notes"], [f"x.reg:{line}: the hive HKLM isn't known; its keys are left out"])
+        self.assertEqual(done.returncode, 1)
+
     def test_without_the_first_branch_nothing_can_be_judged(self):
         file = self.machine.folder / "x.reg"
         reg_file.write(file, {CLASSES: {}} | half(BOTH, CLASSES))

@@ -71,8 +71,11 @@ struct Damage {
 // and stops behind what it took. `m_line` is counted along, so that a failure can name it.
 class Parser {
  public:
-  Parser(const RegFileText& text, std::vector<RegFileError>& warnings)
-      : m_text(text.text), m_isOlderForm(text.isOlderForm), m_warnings(warnings) {}
+  Parser(const RegFileText& text, std::vector<RegFileError>& warnings,
+         const std::vector<std::u16string>& branches)
+      : m_text(text.text), m_isOlderForm(text.isOlderForm), m_warnings(warnings) {
+    for (const std::u16string& branch : branches) m_branches.push_back(Upcase(branch));
+  }
 
   RegistryTree Run() {
     ReadHeader();
@@ -134,6 +137,7 @@ class Parser {
   void ReadKey();
   [[nodiscard]] std::u16string_view TakePath();
   [[nodiscard]] bool IsKnownHive(std::u16string_view path);
+  [[nodiscard]] bool IsWanted(std::u16string_view path) const;
   void ReadValue();
   void ReadData(const std::u16string& name);
   void ReadDword(const std::u16string& name);
@@ -152,11 +156,13 @@ class Parser {
   std::u16string_view m_text;
   bool m_isOlderForm;
   std::vector<RegFileError>& m_warnings;
+  std::vector<std::u16string> m_branches;   // in upper case; none: all are wanted
   std::set<std::u16string> m_unknownHives;  // those that were told of
   std::size_t m_position = 0;
   std::size_t m_line = 1;
   RegistryTree m_tree;
-  RegistryKeyPtr m_key;  // null below a deletion or an unknown hive, whose values mean nothing
+  // Null where values mean nothing: below a deletion, an unknown hive, a key that isn't wanted.
+  RegistryKeyPtr m_key;
   bool m_keySeen = false;
 };
 
@@ -199,7 +205,7 @@ void Parser::ReadKey() {
     (void)m_tree.Delete(path.substr(1));  // a key that isn't there is as deleted as it can be
     return;
   }
-  if (!IsKnownHive(path)) return;
+  if (!IsKnownHive(path) || !IsWanted(path)) return;
   m_key = m_tree.Create(path);
   if (m_key == nullptr) Fail("no key can have this path");
 }
@@ -237,6 +243,15 @@ bool Parser::IsKnownHive(std::u16string_view path) {
         {m_line, "the hive " + ToUtf8(hive) + " isn't known; its keys are left out"});
   }
   return false;
+}
+
+bool Parser::IsWanted(std::u16string_view path) const {
+  if (m_branches.empty()) return true;
+  return std::ranges::any_of(m_branches, [path](const std::u16string& branch) {
+    const std::size_t size = branch.size();
+    if (path.size() < size || (path.size() > size && path[size] != u'\\')) return false;
+    return Upcase(path.substr(0, size)) == branch;
+  });
 }
 
 void Parser::ReadValue() {
@@ -368,7 +383,8 @@ char16_t Parser::ReadEscape() {
 }  // namespace
 
 bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& error,
-                  std::vector<RegFileError>* warnings) {
+                  std::vector<RegFileError>* warnings,
+                  const std::vector<std::u16string>& branches) {
   RegFileText text;
   if (const char* const reason = DecodeRegFile(bytes, text)) {
     error = {1, reason};
@@ -376,7 +392,7 @@ bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& erro
   }
   try {
     std::vector<RegFileError> told;
-    tree = Parser(text, told).Run();
+    tree = Parser(text, told, branches).Run();
     if (warnings != nullptr) *warnings = std::move(told);
     return true;
   } catch (const Damage& damage) {

@@ -35,8 +35,12 @@ struct RegFileError {
 //
 // `warnings` gets what was read otherwise than it may have been meant: one for each unknown hive,
 // and one for a file of the older form that isn't ASCII. Null where nobody wants them.
+//
+// Where `branches` names keys, only these and what stands below them is kept. The rest is read with
+// the same care and costs no memory.
 [[nodiscard]] bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& error,
-                                std::vector<RegFileError>* warnings = nullptr);
+                                std::vector<RegFileError>* warnings = nullptr,
+                                const std::vector<std::u16string>& branches = {});
 
 }  // namespace winapi::host
 

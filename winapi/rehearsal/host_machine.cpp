@@ -12,10 +12,17 @@
 namespace winapi::rehearsal {
 namespace {
 
-// Moves what stands below `from` to `to`; its values win.
-void Merge(host::RegistryKey& to, const host::RegistryKey& from) {
-  for (const auto& [folded, value] : from.Values()) to.SetValue(value.name, value.type, value.data);
-  for (const auto& [folded, child] : from.SubKeys()) Merge(*to.AddChild(child->Name()), *child);
+enum class Wins { kNew, kOld };
+
+// Copies what stands below `from` to `to`.
+void Merge(host::RegistryKey& to, const host::RegistryKey& from, Wins wins) {
+  for (const auto& [folded, value] : from.Values()) {
+    if (wins == Wins::kOld && to.Value(value.name) != nullptr) continue;
+    to.SetValue(value.name, value.type, value.data);
+  }
+  for (const auto& [folded, child] : from.SubKeys()) {
+    Merge(*to.AddChild(child->Name()), *child, wins);
+  }
 }
 
 bool IsEmpty(const host::RegistryTree& tree) {
@@ -39,20 +46,34 @@ std::u16string NameOfThisMachine() {
 
 MachineFromFiles::MachineFromFiles() : m_content(std::make_shared<MachineContent>()) {}
 
-bool MachineFromFiles::AddExport(std::string_view bytes, FileDamage& damage) {
+bool MachineFromFiles::AddExport(std::string_view bytes,
+                                 const std::vector<std::u16string>& branches,
+                                 std::vector<FileRemark>& remarks, FileRemark& damage) {
   host::RegistryTree tree;
   host::RegFileError error;
-  if (!host::ParseRegFile(bytes, tree, error)) {
+  std::vector<host::RegFileError> warnings;
+  if (!host::ParseRegFile(bytes, tree, error, &warnings, branches)) {
     damage = {error.line, error.reason};
     return false;
+  }
+  for (host::RegFileError& warning : warnings) {
+    remarks.push_back({warning.line, std::move(warning.reason)});
   }
   if (IsEmpty(m_content->tree)) {
     m_content->tree = std::move(tree);
     return true;
   }
   const auto& hives = m_content->tree.Hives();
-  for (std::size_t i = 0; i < hives.size(); ++i) Merge(*hives[i], *tree.Hives()[i]);
+  for (std::size_t i = 0; i < hives.size(); ++i) Merge(*hives[i], *tree.Hives()[i], Wins::kNew);
   return true;
+}
+
+bool MachineFromFiles::Move(std::u16string_view from, std::u16string_view to) {
+  const host::RegistryKeyPtr source = m_content->tree.Find(from);
+  const host::RegistryKeyPtr target = source == nullptr ? nullptr : m_content->tree.Create(to);
+  if (target == nullptr) return false;
+  Merge(*target, *source, Wins::kOld);
+  return m_content->tree.Delete(from);
 }
 
 bool MachineFromFiles::Holds(std::u16string_view path) const {

@@ -13,7 +13,7 @@
 namespace zum_rehearse {
 namespace {
 
-using winapi::rehearsal::FileDamage;
+using winapi::rehearsal::FileRemark;
 using winapi::rehearsal::HiveState;
 using winapi::rehearsal::MachineFromFiles;
 namespace fs = std::filesystem;
@@ -83,16 +83,36 @@ bool AddHive(MachineFromFiles& machine, const std::string& file, LoadedMachine& 
   return true;
 }
 
-bool AddExport(MachineFromFiles& machine, const std::string& file, std::string& reason) {
+// Where an export made of the merged view has the machine's classes.
+constexpr std::u16string_view kMergedClasses = u"HKEY_CLASSES_ROOT\\Installer";
+
+std::string Place(const std::string& file, const FileRemark& remark) {
+  return file + ":" + std::to_string(remark.line) + ": " + remark.reason;
+}
+
+bool AddExport(MachineFromFiles& machine, const std::string& file, LoadedMachine& loaded) {
   std::string bytes;
+  std::string reason;
   if (!ReadWholeFile(PathOf(file), bytes, reason)) {
-    reason = file + ": " + reason;
+    loaded.error = file + ": " + reason;
     return false;
   }
-  FileDamage damage;
-  if (machine.AddExport(bytes, damage)) return true;
-  reason = file + ":" + std::to_string(damage.line) + ": " + damage.reason;
-  return false;
+  const std::vector<std::u16string> branches = {FullKey(kUserDataBranch), FullKey(kClassesBranch),
+                                                std::u16string(kMergedClasses)};
+  std::vector<FileRemark> remarks;
+  FileRemark damage;
+  if (!machine.AddExport(bytes, branches, remarks, damage)) {
+    loaded.error = Place(file, damage);
+    return false;
+  }
+  for (const FileRemark& remark : remarks) loaded.notes.push_back(Place(file, remark));
+  if (machine.Move(kMergedClasses, FullKey(kClassesBranch))) {
+    loaded.notes.push_back(file +
+                           ": HKEY_CLASSES_ROOT\\Installer is taken for "
+                           "HKLM\\SOFTWARE\\Classes\\Installer, though "
+                           "entries of the user who exported it may stand in it");
+  }
+  return true;
 }
 
 // An export of the first branch shows it even where it holds no products.
@@ -154,8 +174,8 @@ LoadedMachine Load(const Source& source) {
   loaded.sources = files;
   MachineFromFiles machine;
   for (const std::string& file : files) {
-    const bool added = IsHive(PathOf(file)) ? AddHive(machine, file, loaded)
-                                            : AddExport(machine, file, loaded.error);
+    const bool added =
+        IsHive(PathOf(file)) ? AddHive(machine, file, loaded) : AddExport(machine, file, loaded);
     if (!added) return loaded;
   }
   LookForBranches(machine, loaded);

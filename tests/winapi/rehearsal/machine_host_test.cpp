@@ -15,7 +15,7 @@
 
 namespace {
 
-using winapi::rehearsal::FileDamage;
+using winapi::rehearsal::FileRemark;
 using winapi::rehearsal::Machine;
 using winapi::rehearsal::MachineFromFiles;
 using winapi::rehearsal::Rehearsal;
@@ -117,11 +117,20 @@ constexpr std::string_view kHeader = "Windows Registry Editor Version 5.00\r\n\r
 
 std::string Export(std::string_view text) { return std::string(kHeader).append(text); }
 
+// All of an export; it has nothing to remark.
+testing::AssertionResult Add(MachineFromFiles& files, std::string_view text) {
+  std::vector<FileRemark> remarks;
+  FileRemark damage;
+  const bool isAdded = files.AddExport(Export(text), {}, remarks, damage);
+  if (isAdded && remarks.empty()) return testing::AssertionSuccess();
+  if (!isAdded) remarks = {damage};
+  return testing::AssertionFailure() << remarks[0].line << ": " << remarks[0].reason;
+}
+
 Machine MachineOf(const std::vector<std::string_view>& exports) {
   MachineFromFiles files;
   for (const std::string_view text : exports) {
-    FileDamage damage;
-    EXPECT_TRUE(files.AddExport(Export(text), damage)) << damage.line << ": " << damage.reason;
+    EXPECT_TRUE(Add(files, text));
   }
   return files.Take();
 }
@@ -150,8 +159,10 @@ TEST(RehearsalFiles, SeveralExportsAreOneMachine) {
 
 TEST(RehearsalFiles, ADamagedExportIsTurnedAwayWithItsLine) {
   MachineFromFiles files;
-  FileDamage damage;
-  EXPECT_FALSE(files.AddExport(Export("[HKEY_LOCAL_MACHINE\\SOFTWARE\\a\r\n"), damage));
+  std::vector<FileRemark> remarks;
+  FileRemark damage;
+  EXPECT_FALSE(
+      files.AddExport(Export("[HKEY_LOCAL_MACHINE\\SOFTWARE\\a\r\n"), {}, remarks, damage));
   EXPECT_EQ(damage.line, 3U);
   EXPECT_EQ(damage.reason, "the bracket that closes the key is missing");
   EXPECT_FALSE(files.Holds(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\a"));
@@ -159,11 +170,48 @@ TEST(RehearsalFiles, ADamagedExportIsTurnedAwayWithItsLine) {
 
 TEST(RehearsalFiles, HoldsTheKeysThatWereExported) {
   MachineFromFiles files;
-  FileDamage damage;
-  ASSERT_TRUE(files.AddExport(Export("[HKEY_LOCAL_MACHINE\\SOFTWARE\\a\\b]\r\n"), damage));
+  ASSERT_TRUE(Add(files, "[HKEY_LOCAL_MACHINE\\SOFTWARE\\a\\b]\r\n"));
   EXPECT_TRUE(files.Holds(u"HKEY_LOCAL_MACHINE\\software\\A"));
   EXPECT_TRUE(files.Holds(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\a\\b"));
   EXPECT_FALSE(files.Holds(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\a\\c"));
+}
+
+TEST(RehearsalFiles, OtherBranchesAreReadAndNotKept) {
+  const std::vector<std::u16string> branches = {u"HKEY_LOCAL_MACHINE\\software\\A",
+                                                u"HKEY_USERS\\b"};
+  const std::string others =
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n\"n\"=dword:9\r\n"
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE\\a]\r\n\"n\"=dword:1\r\n"
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE\\a\\c]\r\n\"n\"=dword:2\r\n"
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE\\ab]\r\n\"n\"=dword:3\r\n"
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE\\x]\r\n\"n\"=dword:4\r\n";
+  MachineFromFiles files;
+  std::vector<FileRemark> remarks;
+  FileRemark damage;
+  ASSERT_TRUE(files.AddExport(Export(others), branches, remarks, damage)) << damage.reason;
+  EXPECT_FALSE(files.Holds(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\ab"));
+  EXPECT_FALSE(files.Holds(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\x"));
+  EXPECT_FALSE(files.AddExport(Export(others + "\"n\"=dword:\r\n"), branches, remarks, damage));
+  EXPECT_EQ(damage.line, 13U);
+  const Machine machine = files.Take();
+  EXPECT_EQ(NumberIn(machine, u"SOFTWARE\\a"), 1);
+  EXPECT_EQ(NumberIn(machine, u"SOFTWARE\\a\\c"), 2);
+  EXPECT_EQ(NumberIn(machine, u"SOFTWARE"), -1);
+}
+
+TEST(RehearsalFiles, AMovedKeyGivesWayToWhatIsThere) {
+  MachineFromFiles files;
+  ASSERT_TRUE(Add(files,
+                  "[HKEY_LOCAL_MACHINE\\SOFTWARE\\a]\r\n\"n\"=dword:1\r\n"
+                  "[HKEY_CLASSES_ROOT\\x]\r\n\"n\"=dword:2\r\n"
+                  "[HKEY_CLASSES_ROOT\\x\\y]\r\n\"n\"=dword:3\r\n"));
+  EXPECT_TRUE(files.Move(u"HKEY_CLASSES_ROOT\\x", u"HKEY_LOCAL_MACHINE\\SOFTWARE\\a"));
+  EXPECT_FALSE(files.Holds(u"HKEY_CLASSES_ROOT\\x"));
+  EXPECT_FALSE(files.Move(u"HKEY_CLASSES_ROOT\\x", u"HKEY_LOCAL_MACHINE\\SOFTWARE\\b"));
+  EXPECT_FALSE(files.Holds(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\b"));
+  const Machine machine = files.Take();
+  EXPECT_EQ(NumberIn(machine, u"SOFTWARE\\a"), 1);
+  EXPECT_EQ(NumberIn(machine, u"SOFTWARE\\a\\y"), 3);
 }
 
 TEST(RehearsalFiles, EachThreadHasAMachineOfItsOwn) {
