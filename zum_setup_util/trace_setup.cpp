@@ -22,7 +22,8 @@ void InstallTracer(const std::u16string& directory, const ArgumentList& args) {
   const oru::String8 commandLine = GetMaskedCommandLine();
   const oru::String16 path =
       standalone::trace::MakeTraceFilePath(oru::String16(std::u16string_view(directory)), suffix);
-  // Before the holder's first use, which needs memory too: one that can't be made mustn't cost the file.
+  // Before the holder's first use, which needs memory too: one that can't be made mustn't cost the
+  // file.
   auto tracer = standalone::trace::CreateFileTracer(path, commandLine.c_str(), settings);
   // Stays installed to the process's end, when the file gets its footer.
   standalone::trace::TracerHolder::Instance().Install(std::move(tracer));

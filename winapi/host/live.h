@@ -7,8 +7,8 @@
 
 namespace winapi::host {
 
-// Raised where an object comes into being and lowered where it goes, from any thread; read by tests,
-// when nothing else runs.
+// Raised where an object comes into being and lowered where it goes, from any thread; read by
+// tests, when nothing else runs.
 struct LiveCounters {
   std::atomic<std::size_t> keys{0};
   std::atomic<std::size_t> handles{0};
