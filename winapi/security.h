@@ -105,8 +105,7 @@ inline constexpr Dword kMandatoryLabelNoReadUp = 0x2;    // SYSTEM_MANDATORY_LAB
                                                 Dword revision) noexcept;
 // Puts an access list into a descriptor by its address, so the list must live as long. `present` 0
 // takes the list's bit away and looks at nothing else; a null list that is present admits
-// everybody. 1305 for a descriptor of another revision. The list itself isn't looked at. The host
-// doesn't keep `defaulted`.
+// everybody. 1305 for a descriptor of another revision. The list itself isn't looked at.
 [[nodiscard]] Bool SetSecurityDescriptorDacl(SecurityDescriptor* descriptor, Bool present,
                                              Acl* dacl, Bool defaulted) noexcept;
 // The same for the system's list, in which the integrity label stands.

@@ -74,7 +74,7 @@ TEST_F(RegistryOpen, BadParentsGiveSixAndNull) {
   ASSERT_EQ(winapi::RegOpenKeyExW(winapi::HkeyLocalMachine(), path.c_str(), 0, kRead64, &closed),
             0U);
   ASSERT_EQ(winapi::RegCloseKey(closed), 0U);
-  const winapi::Key madeUp = reinterpret_cast<winapi::Key>(std::uintptr_t{0x12345678});
+  auto* const madeUp = reinterpret_cast<winapi::Key>(std::uintptr_t{0x12345678});
   for (const winapi::Key parent : {winapi::Key{nullptr}, closed, madeUp}) {
     winapi::Key key = Unlikely();
     EXPECT_EQ(winapi::RegOpenKeyExW(parent, u"x", 0, kRead64, &key), 6U) << parent;

@@ -55,7 +55,7 @@ class RecordingTracer final : public ObjectStub<oru::ITracer> {
   RecordingTracer& operator=(const RecordingTracer&) = delete;
 
   // The next `times` calls of that kind answer so.
-  void Script(Call call, Answer answer, int times = 1) {
+  void Script(Call call, const Answer& answer, int times = 1) {
     for (; times > 0; --times) m_scripts[call].push_back(answer);
   }
   void Fail(Call call, oru::ResultCode rc, int times = 1) {

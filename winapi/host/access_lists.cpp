@@ -96,12 +96,16 @@ Error CheckDescriptor(const SecurityDescriptor& descriptor) {
 }
 
 // Without "present" the address in the descriptor stays, as on Windows: the bit alone decides.
-Error PutList(SecurityDescriptor& descriptor, std::uint16_t bit, Acl*& place, bool present,
-              Acl* list) {
+// The bit that says where the list came from is the next one above.
+Error PutList(SecurityDescriptor& descriptor, unsigned bit, Acl*& place, Acl* list, bool present,
+              bool defaulted) {
   if (const Error error = CheckDescriptor(descriptor); error != 0) return error;
-  const int others = descriptor.Control & ~bit;
-  descriptor.Control = static_cast<std::uint16_t>(present ? others | bit : others);
-  if (present) place = list;
+  unsigned control = descriptor.Control & ~bit;
+  if (present) {
+    control = (control & ~(bit << 1U)) | bit | (defaulted ? bit << 1U : 0U);
+    place = list;
+  }
+  descriptor.Control = static_cast<std::uint16_t>(control);
   return kErrorSuccess;
 }
 
@@ -230,7 +234,8 @@ Bool SetSecurityDescriptorDacl(SecurityDescriptor* descriptor, Bool present, Acl
   call.Argument("descriptor", descriptor).Argument("present", static_cast<Dword>(present));
   call.Argument("dacl", dacl).Argument("defaulted", static_cast<Dword>(defaulted));
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Bool{0});
-  return Answer(PutList(*descriptor, kDaclPresent, descriptor->Dacl, present != 0, dacl));
+  return Answer(
+      PutList(*descriptor, kDaclPresent, descriptor->Dacl, dacl, present != 0, defaulted != 0));
 }
 
 Bool SetSecurityDescriptorSacl(SecurityDescriptor* descriptor, Bool present, Acl* sacl,
@@ -239,7 +244,8 @@ Bool SetSecurityDescriptorSacl(SecurityDescriptor* descriptor, Bool present, Acl
   call.Argument("descriptor", descriptor).Argument("present", static_cast<Dword>(present));
   call.Argument("sacl", sacl).Argument("defaulted", static_cast<Dword>(defaulted));
   if (const auto fault = call.Fault()) return host::FailWith(*fault, Bool{0});
-  return Answer(PutList(*descriptor, kSaclPresent, descriptor->Sacl, present != 0, sacl));
+  return Answer(
+      PutList(*descriptor, kSaclPresent, descriptor->Sacl, sacl, present != 0, defaulted != 0));
 }
 
 std::vector<std::uint8_t> host::MakeSid(std::uint8_t authority,

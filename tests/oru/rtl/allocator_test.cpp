@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -258,7 +259,7 @@ TEST(AllocStd, ReallocKeepsTheContent) {
   const ObjectPtr<oru::IAllocator> allocator = oru::GetProcessAllocator();
   auto* const block = static_cast<char*>(allocator->Alloc(4));
   ASSERT_NE(block, nullptr);
-  std::memcpy(block, "abcd", 4);
+  std::copy_n("abcd", 4, block);
   auto* const grown = static_cast<char*>(allocator->Realloc(block, 100000));
   ASSERT_NE(grown, nullptr);
   EXPECT_EQ(std::memcmp(grown, "abcd", 4), 0);

@@ -216,9 +216,11 @@ TEST(TypeErasedMemoryResourceOwnProcess, GoesToTheProcessHeap) {
 
 class OtherResource final : public oru::memory::polymorphic_memory_resource {
  public:
-  void* allocate(std::size_t, std::size_t) const noexcept override { return nullptr; }
+  [[nodiscard]] void* allocate(std::size_t, std::size_t) const noexcept override { return nullptr; }
   void deallocate(void*, std::size_t, std::size_t) const noexcept override {}
-  bool is_equal(const polymorphic_memory_resource&) const noexcept override { return false; }
+  [[nodiscard]] bool is_equal(const polymorphic_memory_resource&) const noexcept override {
+    return false;
+  }
 };
 
 TEST(TypeErasedMemoryResource, IsEqualToAll) {

@@ -137,7 +137,7 @@ TEST(ObjectPtrOwnProcess, AttachWhileHoldingIsReportedAndGoesOn) {
   EXPECT_EQ(two.references, 0u);
 }
 
-// The whole life of a pointer in `storage`.
+// The whole life of a pointer in `storage`. NOLINTNEXTLINE(readability-non-const-parameter)
 void LiveAndEnd(unsigned char* storage, Object* object) {
   using Pointer = ObjectPtr<Object>;
   auto* const pointer = ::new (storage) Pointer(Pointer::Share(object));
