@@ -51,7 +51,7 @@ List RewriteByPlainSearch(const List& list) {
 
 void Product(benchmark::State& state) {
   const List list = MakeList(static_cast<std::size_t>(state.range(0)));
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(correct_setup::detail::RewritePendingList(list));
   }
 }

@@ -1,14 +1,30 @@
 #!/usr/bin/env bash
-# Runs clang-tidy over the product's sources (not the tests'), with the native build's compile commands.
-# --self-test plants an offence and sees it found.
+# Runs clang-tidy, with the rules of .clang-tidy:
+#
+#   scripts/check-lint.sh             the product's sources and the benchmarks, as the native build compiles them
+#   scripts/check-lint.sh windows     what is compiled for Windows only, tests' helpers included
+#   scripts/check-lint.sh tests       the tests, by tests/.clang-tidy; this takes a quarter of an hour
+#   scripts/check-lint.sh --self-test plants an offence and sees it found
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 
-build="$project/build/native-clang"
-[ -e "$build/compile_commands.json" ] || cmake --preset native-clang >/dev/null || die "configuring failed"
+# needs PRESET [OPTION ...]: a configured build, whose compile commands are used.
+needs() {
+    local preset=$1
+    shift
+    [ -e "build/$preset/compile_commands.json" ] || cmake --preset "$preset" "$@" >/dev/null || die "configuring failed"
+}
 
-if [ "${1:-}" = --self-test ]; then
-    folder=$(mktemp -d) && trap 'rm -rf "$folder"' EXIT
+# lint BUILD LIST [ARGUMENT ...]: LIST has a file a line. Nothing to look at is a mistake of this script.
+lint() {
+    local build=$1 list=$2
+    shift 2
+    [ -s "$list" ] || die "there is nothing to look at"
+    xargs -n 4 -P "$(nproc)" clang-tidy-14 --quiet -p "build/$build" "$@" <"$list" 2>/dev/null
+}
+
+self_test() {
+    local folder=$work
     cp .clang-tidy "$folder"
     printf '#include <string>\nint Planted(std::string text);\nint Planted(std::string text) { std::string moved = std::move(text); return static_cast<int>(text.size() + moved.size()); }\n' >"$folder/planted.cpp"
     if clang-tidy-14 --quiet "$folder/planted.cpp" -- -std=c++20 >"$folder/out" 2>&1; then
@@ -16,8 +32,30 @@ if [ "${1:-}" = --self-test ]; then
         die "the planted offence was not found"
     fi
     grep -q bugprone-use-after-move "$folder/out" || die "the planted offence was not found"
-    exit 0
-fi
+}
 
-find winapi/host winapi/rehearsal platform/util oru standalone_tracer_lib zum_setup_util_lib zum_setup_util zum_rehearse -name '*.cpp' -print0 |
-    xargs -0 -n 4 -P "$(nproc)" clang-tidy-14 --quiet -p "$build" 2>/dev/null
+work=$(mktemp -d) && trap 'rm -rf "$work"' EXIT
+list=$work/list
+case "${1:-product}" in
+    product)
+        needs native-clang
+        find winapi oru platform standalone_tracer_lib zum_setup_util_lib zum_setup_util zum_rehearse -name '*.cpp' \
+            -not -path '*/win32/*' -not -path 'zum_rehearse/windows/*' >"$list"
+        lint native-clang "$list" && needs bench && find bench -name '*.cpp' >"$list" && lint bench "$list"
+        ;;
+    windows)
+        needs windows
+        find winapi/win32 zum_rehearse/windows tests/support/win32 tests/e2e/helpers -name '*.cpp' >"$list"
+        # Clang takes the target from these, since it doesn't know the compiler's name.
+        library=$(dirname "$(i686-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
+        lint windows "$list" --extra-arg-before=--target=i686-w64-mingw32 \
+            --extra-arg=-isystem "--extra-arg=$library" --extra-arg=-isystem "--extra-arg=$library/i686-w64-mingw32"
+        ;;
+    tests)
+        needs native-clang
+        find tests -name '*.cpp' -not -path '*/win32/*' -not -path 'tests/e2e/helpers/*' >"$list"
+        lint native-clang "$list"
+        ;;
+    --self-test) self_test ;;
+    *) die "usage: scripts/check-lint.sh [product|windows|tests|--self-test]" ;;
+esac

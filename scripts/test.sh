@@ -5,6 +5,7 @@
 #   scripts/test.sh native         the native half: plain and sanitizer builds, clang, format, lint, layers, scripts
 #   scripts/test.sh windows        the Windows half: the 32-bit program and its tests under Wine
 #   scripts/test.sh coverage       on request: line and branch coverage of the product's code (native)
+#   scripts/test.sh lint           on request: the linter over all sources, the tests' too
 #   scripts/test.sh reproducible   on request: equal bytes from two build folders
 #
 # The last line is "N passed, N failed, N skipped" over all that was asked for; the exit status is 0 only
@@ -15,8 +16,8 @@ set -u
 
 what=${1:-all}
 case "$what" in
-    all | native | windows | coverage | reproducible) ;;
-    *) printf 'usage: scripts/test.sh [native|windows|coverage|reproducible]\n' >&2; exit 2 ;;
+    all | native | windows | coverage | lint | reproducible) ;;
+    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|reproducible]\n' >&2; exit 2 ;;
 esac
 jobs=$(nproc)
 results="$project/build/results"
@@ -74,7 +75,7 @@ threads_under_sanitizer() {
 native_half() {
     step "Packages of the native half"
     # shellcheck disable=SC2086 # the lists are words
-    install_packages $packages_native $packages_native_tests
+    install_packages $packages_native $packages_native_tests $packages_bench
     build_and_test native
     build_and_test native-asan
     # Clang compiles all of it and links what the preset names.
@@ -112,6 +113,8 @@ windows_half() {
     configure_and_build native host_reg_file_tool
     check "$file" registry-files-exchanged-with-wine python3 tests/contract/reg_exchange.py \
         --tool build/native/bin/host_reg_file_tool --wine scripts/wine-run.sh
+    step "Lint of what only Windows has"
+    check "$file" lint-windows scripts/check-lint.sh windows
     wine_end
     trap - EXIT
 }
@@ -126,6 +129,18 @@ coverage_report() {
     step "Coverage of the product's code"
     check "$file" coverage-report scripts/coverage-report.sh
     cat "$results/coverage-report.log"
+}
+
+lint_all() {
+    step "Packages of the linter"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_native_tests $packages_bench $packages_windows
+    local file="$results/lint.checks" part
+    expected+=("$file")
+    for part in product windows tests; do
+        step "Lint: $part"
+        check "$file" "lint-$part" scripts/check-lint.sh "$part"
+    done
 }
 
 reproducible_build() {
@@ -144,6 +159,7 @@ case "$what" in
     native) native_half ;;
     windows) windows_half ;;
     coverage) coverage_report ;;
+    lint) lint_all ;;
     reproducible) reproducible_build ;;
 esac
 
