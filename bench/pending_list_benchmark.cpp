@@ -62,7 +62,7 @@ void PlainSearch(benchmark::State& state) {
     state.SkipWithError("the two don't agree");
     return;
   }
-  for (auto _ : state) benchmark::DoNotOptimize(RewriteByPlainSearch(list));
+  while (state.KeepRunning()) benchmark::DoNotOptimize(RewriteByPlainSearch(list));
 }
 
 BENCHMARK(Product)->RangeMultiplier(4)->Range(16, 16384)->Unit(benchmark::kMicrosecond);
