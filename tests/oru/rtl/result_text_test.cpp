@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <ostream>
@@ -137,10 +138,7 @@ INSTANTIATE_TEST_SUITE_P(Table, SystemResultText, ::testing::ValuesIn(kSystemRow
 
 template <std::size_t Count>
 bool Holds(const Row (&rows)[Count], std::uint32_t code) {
-  for (const Row& row : rows) {
-    if (row.code == code) return true;
-  }
-  return false;
+  return std::ranges::any_of(rows, [code](const Row& row) { return row.code == code; });
 }
 
 // Each code of a facility, as a success and as a failure, that its table doesn't hold.

@@ -28,9 +28,9 @@ std::string DrawUtf8(std::uint32_t codePoint) {
   if (codePoint > 0x7F) pattern = "110xxxxx10xxxxxx";
   if (codePoint > 0x7FF) pattern = "1110xxxx10xxxxxx10xxxxxx";
   if (codePoint > 0xFFFF) pattern = "11110xxx10xxxxxx10xxxxxx10xxxxxx";
-  for (auto place = pattern.rbegin(); place != pattern.rend(); ++place) {
-    if (*place != 'x') continue;
-    *place = codePoint % 2 == 1 ? '1' : '0';
+  for (std::size_t i = pattern.size(); i-- > 0;) {
+    if (pattern[i] != 'x') continue;
+    pattern[i] = codePoint % 2 == 1 ? '1' : '0';
     codePoint /= 2;
   }
   std::string bytes;
@@ -99,7 +99,7 @@ TEST(Utf16ToUtf8, PairThatTheRangeCutsIsLone) {
 
 TEST(Utf16ToUtf8, EveryUnitMatchesTheStandardsDrawing) {
   for (std::uint32_t unit = 0; unit <= 0xFFFF; ++unit) {
-    const char16_t text = static_cast<char16_t>(unit);
+    const auto text = static_cast<char16_t>(unit);
     ASSERT_EQ(ToUtf8({&text, 1}), DrawUtf8(unit)) << unit;
   }
 }
