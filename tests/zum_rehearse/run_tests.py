@@ -16,6 +16,7 @@ import rehearsal_cases  # noqa: E402
 import test_browser  # noqa: E402
 import test_csv  # noqa: E402
 import test_demo  # noqa: E402
+import test_documents  # noqa: E402
 import test_files  # noqa: E402
 import test_hives  # noqa: E402
 import test_html  # noqa: E402
@@ -24,8 +25,8 @@ import test_scale  # noqa: E402
 import test_table  # noqa: E402
 import test_verdicts  # noqa: E402
 
-MODULES = [test_browser, test_csv, test_demo, test_files, test_hives, test_html, test_inputs, test_scale, test_table,
-           test_verdicts]
+MODULES = [test_browser, test_csv, test_demo, test_documents, test_files, test_hives, test_html, test_inputs, test_scale,
+           test_table, test_verdicts]
 
 
 def all_cases():
