@@ -62,6 +62,28 @@ class Documents(RehearsalCase):
         known = [str(status) for status in SCHEMA["properties"]["status"]["enum"]]
         self.assertEqual(first_column(REHEARSAL, "Exit status"), known)
 
+    def test_powershell_scripts_speak_of_the_programs(self):
+        # There is nothing here to run them; so their text is held to what can be seen.
+        options = set(re.findall(r"--[a-z-]+", self.call("--help").stdout.decode("utf-8"))) | {"--trace-output"}
+        scripts = sorted((PROJECT / "deploy").glob("**/*.ps1"))
+        self.assertEqual(len(scripts), 3)
+        for file in scripts:
+            text = file.read_bytes().decode("ascii")  # Windows PowerShell reads others in the code page
+            code = re.sub(r"^#.*", "", text, flags=re.M)
+            self.assertLessEqual(set(re.findall(r"(?<!\w)--[a-z-]+", code)), options, file)
+            self.assertLessEqual(set(re.findall(r"\w+\.exe", code)),
+                                 {"zum_rehearse.exe", "zum_setup_util.exe", "reg.exe"}, file)
+            # Single quotes keep what is in them; the apostrophes in double quotes are no quotes.
+            bare = re.sub(r"\"[^\"\n]*\"|'[^'\n]*'", "", code)
+            self.assertNotRegex(bare, "[\"']", file)
+            for left, right in ("()", "{}", "[]"):
+                self.assertEqual(bare.count(left), bare.count(right), file)
+            # The rehearsal's status is taken before anything else can set the variable.
+            for call in re.findall(r"^& \$rehearse --json.*\n(.*)", code, re.M):
+                self.assertIn("= $LASTEXITCODE", call, file)
+            for found in re.findall(r"-(?:not)?in ([\d, ]+)", code):
+                self.assertIn(found.strip(), ("1, 4", "1, 3, 4"), file)
+
     def test_links_lead_somewhere(self):
         for file in [PROJECT / "README.md", PROJECT / "CONTRIBUTING.md", *sorted((PROJECT / "docs").glob("*.md")),
                      *sorted((PROJECT / "deploy").glob("**/*.md"))]:
