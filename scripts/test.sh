@@ -72,10 +72,21 @@ threads_under_sanitizer() {
     configure_and_build native-tsan exception_threads_test && build/native-tsan/bin/exception_threads_test
 }
 
+# rollout_play COUNT: the play of deploy/ansible on as many stand-ins, by the programs of the native build.
+rollout_play() { python3 tests/deploy/rollout_test.py "$1" build/native/bin; }
+
+rollout_checks() {
+    local file=$1
+    check "$file" rollout-lint scripts/check-rollout.sh
+    check "$file" rollout-lint-finds-planted-offences scripts/check-rollout.sh --self-test
+    check "$file" rollout-role-for-windows python3 tests/deploy/windows_role_test.py build/native/bin
+    check "$file" rollout-play rollout_play 10
+}
+
 native_half() {
     step "Packages of the native half"
     # shellcheck disable=SC2086 # the lists are words
-    install_packages $packages_native $packages_native_tests $packages_bench
+    install_packages $packages_native $packages_native_tests $packages_bench $packages_deploy
     build_and_test native
     build_and_test native-asan
     # Clang compiles all of it and links what the preset names.
@@ -90,10 +101,13 @@ native_half() {
     check "$file" source-rules-find-planted-offences python3 scripts/check_sources.py --self-test
     check "$file" test-files-are-found python3 scripts/test_file.py --check
     check "$file" test-files-find-planted-offences python3 scripts/test_file.py --self-test
+    check "$file" summary-tells-planted-results python3 scripts/lib/summarize.py --self-test
     check "$file" format scripts/check-format.sh
     check "$file" format-finds-planted-offence scripts/check-format.sh --self-test
     check "$file" shell-scripts scripts/check-scripts.sh
     check "$file" shell-scripts-find-planted-offence scripts/check-scripts.sh --self-test
+    step "Rollout"
+    rollout_checks "$file"
     step "Lint"
     check "$file" lint scripts/check-lint.sh
     check "$file" lint-finds-planted-offence scripts/check-lint.sh --self-test

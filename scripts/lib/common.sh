@@ -43,6 +43,7 @@ packages_native_tests="python3-jsonschema libwin-hivex-perl chromium chromium-dr
 packages_windows="g++-mingw-w64-i686-posix libcli11-dev nlohmann-json3-dev cmake ninja-build googletest python3 wine wine32:i386 wine64 msitools wixl"
 packages_windows_tests="osslsigncode openssl clang-tidy-14"
 packages_coverage="gcovr"
+packages_deploy="ansible ansible-lint openssh-client"
 packages_bench="libbenchmark-dev"
 
 # install_packages NAME ...: installs what is missing, after saying so; without root it prints the command

@@ -7,11 +7,14 @@
 ZUM_WORLD is "windows" or "native", ZUM_PROGRAM the program under test, ZUM_HELPERS the folder of the Windows helpers.
 """
 
+import pathlib
 import sys
 import unittest
 
 sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
 
+import case_runner  # noqa: E402
 import cases  # noqa: E402
 import test_command_lines  # noqa: E402
 import test_correct_setup  # noqa: E402
@@ -44,9 +47,7 @@ def main():
     if not sys.argv[1:]:
         print(__doc__, file=sys.stderr)
         return 2
-    suite = unittest.TestSuite(known[name] for name in sys.argv[1:])
-    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=2).run(suite)
-    return 0 if result.wasSuccessful() and result.testsRun == len(sys.argv) - 1 else 1
+    return case_runner.run(known[name] for name in sys.argv[1:])
 
 
 if __name__ == "__main__":

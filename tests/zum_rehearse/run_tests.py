@@ -7,25 +7,30 @@
 ZUM_WORLD is "windows" or "native", ZUM_REHEARSE the program under test; the end-to-end suite's variables are needed too.
 """
 
+import pathlib
 import sys
 import unittest
 
 sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
 
+import case_runner  # noqa: E402
 import rehearsal_cases  # noqa: E402
 import test_browser  # noqa: E402
 import test_csv  # noqa: E402
 import test_demo  # noqa: E402
+import test_documents  # noqa: E402
 import test_files  # noqa: E402
 import test_hives  # noqa: E402
 import test_html  # noqa: E402
 import test_inputs  # noqa: E402
+import test_repair_script  # noqa: E402
 import test_scale  # noqa: E402
 import test_table  # noqa: E402
 import test_verdicts  # noqa: E402
 
-MODULES = [test_browser, test_csv, test_demo, test_files, test_hives, test_html, test_inputs, test_scale, test_table,
-           test_verdicts]
+MODULES = [test_browser, test_csv, test_demo, test_documents, test_files, test_hives, test_html, test_inputs,
+           test_repair_script, test_scale, test_table, test_verdicts]
 
 
 def all_cases():
@@ -45,9 +50,7 @@ def main():
     if not sys.argv[1:]:
         print(__doc__, file=sys.stderr)
         return 2
-    suite = unittest.TestSuite(known[name] for name in sys.argv[1:])
-    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=2).run(suite)
-    return 0 if result.wasSuccessful() and result.testsRun == len(sys.argv) - 1 else 1
+    return case_runner.run(known[name] for name in sys.argv[1:])
 
 
 if __name__ == "__main__":
