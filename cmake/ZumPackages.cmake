@@ -34,6 +34,7 @@ install(FILES ${documents}/copyright ${documents}/changelog.gz ${documents}/rehe
   ${documents}/rehearsal.schema.json DESTINATION share/doc/${package})
 install(FILES packaging/debian/zum_rehearse.bash DESTINATION share/bash-completion/completions RENAME zum_rehearse)
 install(FILES packaging/debian/zum_rehearse.zsh DESTINATION share/zsh/vendor-completions RENAME _zum_rehearse)
+install(FILES packaging/debian/doc-base DESTINATION share/doc-base RENAME ${package}.rehearsal)
 install(FILES packaging/debian/lintian-overrides DESTINATION share/lintian/overrides RENAME ${package})
 
 set(CPACK_GENERATOR DEB)
@@ -46,12 +47,12 @@ string(JSON CPACK_DEBIAN_PACKAGE_MAINTAINER GET "${identity}" maintainer)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "rehearse the repair of Windows Installer's records")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"rehearse the repair of Windows Installer's records
- Tells from exported registry files or hives of Windows machines what the
- correction of zum_setup_util.exe would change on each of them, whether it
- would succeed, and whether it would help. Nothing is changed.
- .
- Output is a table, JSON, CSV, a page, or files for import and for undoing
- the correction.")
+"Tells from exported registry files or hives of Windows machines what the
+correction of zum_setup_util.exe would change on each of them, whether it
+would succeed, and whether it would help. Nothing is changed.
+
+Output is a table, JSON, CSV, a page, or files for import and for undoing
+the correction.")
 include(CPack)

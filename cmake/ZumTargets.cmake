@@ -21,6 +21,10 @@ function(zum_library name)
   endif()
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
+  if(NOT WIN32)
+    # The native program is given out, too. The check of buffers' sizes needs an optimised build.
+    target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
+  endif()
   target_link_libraries(${name} PUBLIC ${ARG_LINK})
 endfunction()
 

@@ -8,6 +8,7 @@ FOLDER is made anew. SOURCE_DATE_EPOCH must be set. The guides are made by pando
 
 import gzip
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -19,6 +20,7 @@ from pieces import COMPONENTS, HERE, IDENTITY, PROJECT, changes_of, debian_copyr
 # The guides of the packages; links between them are kept.
 GUIDES = {"operator": "zum_setup_util: from the symptom to the remedy", "rehearsal": "zum_rehearse: the rehearsal"}
 SCHEMA = "rehearsal.schema.json"
+HEADERS_OF_BOTH_WORLDS = {"CLI11": "libcli11-dev", "nlohmann-json": "nlohmann-json3-dev"}
 
 
 def pandoc(source, *options, given=None):
@@ -70,22 +72,24 @@ def write_compressed(file, text):
 def debian_changelog(version):
     _, changes = changes_of(version)
     text = pandoc(None, "--to", "plain", "--columns", "76", given=changes)
-    lines = "\n".join(f"  {line}".rstrip() for line in text.strip().splitlines())
-    lines = lines.replace("\n  -   ", "\n  * ").replace("  -   ", "  * ", 1)
+    lines = "\n".join(f"  {re.sub('^-   ', '* ', re.sub('^    ', '  ', line))}".rstrip() for line in text.strip().splitlines())
     return (f"zum-rehearse ({version}) bookworm; urgency=medium\n\n{lines}\n\n"
             f" -- {IDENTITY['maintainer']}  {moment():%a, %d %b %Y %H:%M:%S} +0000\n")
 
 
+def field(text):
+    """The lines of a field behind its first one."""
+    return "\n".join(f" {line}" if line.strip() else " ." for line in text.strip().splitlines())
+
+
 def debian_copyright_file():
     """The machine-readable form. Of what is linked in only headers are part of the native program."""
-    licence = "\n".join(f" {line}" if line else " ." for line in
-                        (HERE / "licence.txt").read_text(encoding="utf-8").strip().splitlines())
-    text = (f"Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\nUpstream-Name: zum_setup_util\n\n"
-            f"Files: *\nCopyright: {IDENTITY['copyright']}\nLicense: {IDENTITY['licence']}\n{licence}\n")
-    for name, package in (("CLI11", "libcli11-dev"), ("nlohmann-json", "nlohmann-json3-dev")):
-        told = "\n".join(f"  {line}" if line.strip() else " ." for line in debian_copyright(package).strip().splitlines())
-        text += f"\nComment: {name} is compiled into zum_rehearse. Its package says:\n .\n{told}\n"
-    return text
+    told = "".join(f"\n{name}, compiled into zum_rehearse, is under the licence that its package {package} tells:\n\n"
+                   f"{debian_copyright(package)}" for name, package in HEADERS_OF_BOTH_WORLDS.items())
+    licence = (HERE / "licence.txt").read_text(encoding="utf-8")
+    return ("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\nUpstream-Name: zum_setup_util\n"
+            f"Comment:\n{field(told)}\n\n"
+            f"Files: *\nCopyright: {IDENTITY['copyright']}\nLicense: {IDENTITY['licence']}\n{field(licence)}\n")
 
 
 def make_debian(version, folder):
@@ -94,7 +98,7 @@ def make_debian(version, folder):
     shutil.copyfile(PROJECT / "docs" / SCHEMA, folder / SCHEMA)
     (folder / "copyright").write_text(debian_copyright_file(), encoding="utf-8")
     write_compressed(folder / "changelog.gz", debian_changelog(version))
-    manual = pandoc(HERE / "debian/zum_rehearse.1.md", "--standalone", "--to", "man", "--metadata",
+    manual = pandoc(HERE / "debian/zum_rehearse.1.md", "--from", "markdown", "--standalone", "--to", "man", "--metadata",
                     f"footer=zum_rehearse {version}")
     write_compressed(folder / "zum_rehearse.1.gz", manual)
 
