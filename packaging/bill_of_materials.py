@@ -13,6 +13,7 @@ import pathlib
 import re
 import sys
 import uuid
+from urllib.parse import quote
 
 sys.dont_write_bytecode = True
 
@@ -61,7 +62,7 @@ def describe_debian(name, package, licence, purpose):
             "licenseConcluded": "NOASSERTION", "licenseDeclared": licence, "copyrightText": "NOASSERTION",
             "sourceInfo": f"Debian 12, package {package}",
             "externalRefs": [{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
-                              "referenceLocator": f"pkg:deb/debian/{package}@{version.replace('+', '%2B')}?distro=bookworm"}]}
+                              "referenceLocator": f"pkg:deb/debian/{quote(package)}@{quote(version)}?distro=bookworm"}]}
 
 
 def relate(element, kind, other):

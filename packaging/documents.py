@@ -28,17 +28,21 @@ def pandoc(source, *options, given=None):
                           capture_output=True, text=True, encoding="utf-8").stdout
 
 
+def linked(packaged, ending):
+    """The options for links between the guides of a package, in their form there."""
+    return ["--lua-filter", HERE / "links.lua", "--metadata", f"packaged={packaged}", "--metadata", f"ending={ending}"]
+
+
 def page(guide, packaged):
     """A page that stands alone: its style is inside, and it asks for nothing."""
     style = (HERE / "page.css").read_text(encoding="utf-8")
-    body = pandoc(PROJECT / f"docs/{guide}.md", "--to", "html5", "--lua-filter", HERE / "links.lua", "--metadata",
-                  f"packaged={packaged}")
+    body = pandoc(PROJECT / f"docs/{guide}.md", "--to", "html5", *linked(packaged, ".html"))
     return (f'<!DOCTYPE html>\n<html lang="en">\n<head>\n<meta charset="utf-8">\n<title>{GUIDES[guide]}</title>\n'
             f"<style>\n{style}</style>\n</head>\n<body>\n{body}</body>\n</html>\n")
 
 
-def plain(source, given=None):
-    return pandoc(source, "--to", "plain", "--columns", "100", "--lua-filter", HERE / "columns.lua", given=given)
+def plain(source, packaged=""):
+    return pandoc(source, "--to", "plain", "--columns", "100", *linked(packaged, ".txt"), "--lua-filter", HERE / "columns.lua")
 
 
 def third_party_licences():
@@ -57,7 +61,7 @@ def make_win32(version, folder):
     packaged = " ".join([f"{guide}.md" for guide in GUIDES] + [SCHEMA])
     for guide in GUIDES:
         (folder / f"{guide}.html").write_text(page(guide, packaged), encoding="utf-8")
-        write_dos_text(folder / f"{guide}.txt", plain(PROJECT / f"docs/{guide}.md"))
+        write_dos_text(folder / f"{guide}.txt", plain(PROJECT / f"docs/{guide}.md", packaged))
     shutil.copyfile(PROJECT / "docs" / SCHEMA, folder / SCHEMA)
     write_dos_text(folder / "CHANGELOG.txt", plain(PROJECT / "CHANGELOG.md"))
     write_dos_text(folder / "LICENCE.txt", (HERE / "licence.txt").read_text(encoding="utf-8"))

@@ -33,10 +33,13 @@ The programs as the build makes them have these SHA-256 digests:
 
 {signature}
 """
-SIGNED = """The programs of this package are signed, so that they differ from those bytes by their signature. Take it off and
-compare:
+SIGNED = """The programs of this package are signed, so that they differ from those bytes by their signature. Put it beside
+what you have built: the outcome is the signed program, byte for byte. CA.pem is the root of the signature.
 
-    osslsigncode remove-signature -in zum_setup_util.exe -out unsigned.exe"""
+    osslsigncode extract-signature -pem -in zum_setup_util.exe -out signature.pem
+    osslsigncode attach-signature -CAfile CA.pem -sigin signature.pem \\
+        -in build/windows/bin/zum_setup_util.exe -out again.exe
+    cmp again.exe zum_setup_util.exe"""
 UNSIGNED = "The programs of this package are these bytes: they are not signed, and the whole package is equal."
 
 

@@ -23,7 +23,7 @@ usage() {
 what=all certificate='' key='' timestamp='' output=dist
 while [ $# -gt 0 ]; do
     case "$#:$1" in
-        *:win32 | *:debian) what=$1; shift ;;
+        *:win32 | *:debian) [ "$what" = all ] || usage; what=$1; shift ;;
         1:* | 2:--sign) usage ;;
         *:--sign) certificate=$(realpath -e -- "$2") && key=$(realpath -e -- "$3") || usage; shift 3 ;;
         *:--timestamp) timestamp=$2; shift 2 ;;
