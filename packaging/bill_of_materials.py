@@ -57,8 +57,8 @@ def describe_product(version, name, files):
 def describe_debian(name, package, licence, purpose):
     """Something of a Debian package, whose version tells the exact bytes."""
     version = debian_version(package)
-    return {"SPDXID": reference("Component", name), "name": name, "versionInfo": version, "supplier": "Organization: Debian",
-            "downloadLocation": "NOASSERTION", "filesAnalyzed": False, "primaryPackagePurpose": purpose,
+    return {"SPDXID": reference("Component", name), "name": name, "versionInfo": version,
+            "supplier": "Organization: Debian", "downloadLocation": "NOASSERTION", "filesAnalyzed": False, "primaryPackagePurpose": purpose,
             "licenseConcluded": "NOASSERTION", "licenseDeclared": licence, "copyrightText": "NOASSERTION",
             "sourceInfo": f"Debian 12, package {package}",
             "externalRefs": [{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
@@ -100,7 +100,8 @@ def bill(version, build, folder):
             # Another content is another document.
             "documentNamespace": f"urn:uuid:{uuid.uuid5(uuid.NAMESPACE_OID, content)}",
             "creationInfo": {"created": f"{moment():%Y-%m-%dT%H:%M:%SZ}",
-                             "creators": [f"Organization: {IDENTITY['vendor']}", "Tool: packaging/bill_of_materials.py"]},
+                             "creators": [f"Organization: {IDENTITY['vendor']}",
+                                          "Tool: packaging/bill_of_materials.py"]},
             "packages": [product, *parts, *tools], "files": files, "relationships": relations,
             "hasExtractedLicensingInfos": licence_texts()}
 

@@ -15,7 +15,8 @@ import sys
 
 sys.dont_write_bytecode = True
 
-from pieces import COMPONENTS, HERE, IDENTITY, PROJECT, changes_of, debian_copyright, moment, write_dos_text  # noqa: E402
+from pieces import (COMPONENTS, HERE, IDENTITY, PROJECT, changes_of, debian_copyright, moment,  # noqa: E402
+                    write_dos_text)
 
 # The guides of the packages; links between them are kept.
 GUIDES = {"operator": "zum_setup_util: from the symptom to the remedy", "rehearsal": "zum_rehearse: the rehearsal"}
@@ -42,14 +43,16 @@ def page(guide, packaged):
 
 
 def plain(source, packaged=""):
-    return pandoc(source, "--to", "plain", "--columns", "100", *linked(packaged, ".txt"), "--lua-filter", HERE / "columns.lua")
+    return pandoc(source, "--to", "plain", "--columns", "100", *linked(packaged, ".txt"), "--lua-filter",
+                  HERE / "columns.lua")
 
 
 def third_party_licences():
     """The licences of what is linked in, as Debian's packages hold them; packages of one source hold the same text."""
     parts, texts = [], {}
     for each in COMPONENTS["linked in"]:
-        parts.append(f"{each['name']}: {each['licence']}\n    as told by Debian's package {each['debian']}, further down\n")
+        parts.append(f"{each['name']}: {each['licence']}\n"
+                     f"    as told by Debian's package {each['debian']}, further down\n")
         texts.setdefault(debian_copyright(each["debian"]), {})[each["debian"]] = None
     for text, packages in texts.items():
         parts.append(f"\n{'=' * 100}\n{', '.join(packages)}\n{'=' * 100}\n\n{text}")
@@ -76,7 +79,8 @@ def write_compressed(file, text):
 def debian_changelog(version):
     _, changes = changes_of(version)
     text = pandoc(None, "--to", "plain", "--columns", "76", given=changes)
-    lines = "\n".join(f"  {re.sub('^-   ', '* ', re.sub('^    ', '  ', line))}".rstrip() for line in text.strip().splitlines())
+    text = re.sub("(?m)^-   ", "* ", re.sub("(?m)^    ", "  ", text.strip()))
+    lines = "\n".join(f"  {line}".rstrip() for line in text.splitlines())
     return (f"zum-rehearse ({version}) bookworm; urgency=medium\n\n{lines}\n\n"
             f" -- {IDENTITY['maintainer']}  {moment():%a, %d %b %Y %H:%M:%S} +0000\n")
 
@@ -91,8 +95,8 @@ def debian_copyright_file():
     told = "".join(f"\n{name}, compiled into zum_rehearse, is under the licence that its package {package} tells:\n\n"
                    f"{debian_copyright(package)}" for name, package in HEADERS_OF_BOTH_WORLDS.items())
     licence = (HERE / "licence.txt").read_text(encoding="utf-8")
-    return ("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\nUpstream-Name: zum_setup_util\n"
-            f"Comment:\n{field(told)}\n\n"
+    return ("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\n"
+            f"Upstream-Name: zum_setup_util\nComment:\n{field(told)}\n\n"
             f"Files: *\nCopyright: {IDENTITY['copyright']}\nLicense: {IDENTITY['licence']}\n{field(licence)}\n")
 
 
@@ -102,8 +106,8 @@ def make_debian(version, folder):
     shutil.copyfile(PROJECT / "docs" / SCHEMA, folder / SCHEMA)
     (folder / "copyright").write_text(debian_copyright_file(), encoding="utf-8")
     write_compressed(folder / "changelog.gz", debian_changelog(version))
-    manual = pandoc(HERE / "debian/zum_rehearse.1.md", "--from", "markdown", "--standalone", "--to", "man", "--metadata",
-                    f"footer=zum_rehearse {version}")
+    manual = pandoc(HERE / "debian/zum_rehearse.1.md", "--from", "markdown", "--standalone", "--to", "man",
+                    "--metadata", f"footer=zum_rehearse {version}")
     write_compressed(folder / "zum_rehearse.1.gz", manual)
 
 

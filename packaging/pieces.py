@@ -1,4 +1,4 @@
-"""What the parts of the packages share: who stands behind them, of what time they are, and what Debian's packages say."""
+"""What the parts of the packages share: who stands behind them, of what time they are, what Debian's packages say."""
 
 import datetime
 import json

@@ -33,8 +33,8 @@ The programs as the build makes them have these SHA-256 digests:
 
 {signature}
 """
-SIGNED = """The programs of this package are signed, so that they differ from those bytes by their signature. Put it beside
-what you have built: the outcome is the signed program, byte for byte. CA.pem is the root of the signature.
+SIGNED = """The programs of this package are signed, so that they differ from those bytes by their signature. Put
+it into what you have built: the outcome is the signed program, byte for byte. CA.pem is the signature's root.
 
     osslsigncode extract-signature -pem -in zum_setup_util.exe -out signature.pem
     osslsigncode attach-signature -CAfile CA.pem -sigin signature.pem \\

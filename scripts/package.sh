@@ -25,7 +25,11 @@ while [ $# -gt 0 ]; do
     case "$#:$1" in
         *:win32 | *:debian) [ "$what" = all ] || usage; what=$1; shift ;;
         1:* | 2:--sign) usage ;;
-        *:--sign) certificate=$(realpath -e -- "$2") && key=$(realpath -e -- "$3") || usage; shift 3 ;;
+        *:--sign)
+            certificate=$(realpath -e -- "$2") || usage
+            key=$(realpath -e -- "$3") || usage
+            shift 3
+            ;;
         *:--timestamp) timestamp=$2; shift 2 ;;
         *:--output) output=$2; shift 2 ;;
         *) usage ;;

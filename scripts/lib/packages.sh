@@ -47,7 +47,7 @@ make_zip() {
     local name=$1
     rm -f "$output/$name.zip"
     (
-        cd "$packages/$name"
+        cd "$packages/$name" || exit 1
         find . -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} +
         find . -type f ! -name '*.exe' -exec chmod 644 {} +
         list_files | zip -q -X -9 -@ "$output/$name.zip"

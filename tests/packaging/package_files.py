@@ -10,8 +10,8 @@ import subprocess
 PROJECT = pathlib.Path(__file__).resolve().parent.parent.parent
 DIST = pathlib.Path(os.environ["ZUM_DIST"])
 WORK = pathlib.Path(os.environ["ZUM_WORK"])
-VERSION = re.search(r"^project\(zum_setup_util VERSION (\S+) ", (PROJECT / "CMakeLists.txt").read_text(encoding="utf-8"),
-                    re.MULTILINE).group(1)
+VERSION = re.search(r"(?m)^project\(zum_setup_util VERSION (\S+) ",
+                    (PROJECT / "CMakeLists.txt").read_text(encoding="utf-8")).group(1)
 WIN32 = f"zum_setup_util-{VERSION}-win32"
 BUILT = PROJECT / "build/windows/bin"
 PROGRAMS = ["zum_rehearse.exe", "zum_setup_util.exe"]
@@ -20,9 +20,11 @@ IDENTITY = json.loads((PROJECT / "packaging/identity.json").read_text(encoding="
 
 def run(*words, **options):
     """A command's standard output; it must succeed."""
-    done = subprocess.run([str(word) for word in words], capture_output=True, check=False, stdin=subprocess.DEVNULL, **options)
+    done = subprocess.run([str(word) for word in words], capture_output=True, check=False, stdin=subprocess.DEVNULL,
+                          **options)
     if done.returncode != 0:
-        raise AssertionError(f"{words} ended with {done.returncode}:\n{(done.stdout + done.stderr).decode(errors='replace')}")
+        printed = (done.stdout + done.stderr).decode(errors="replace")
+        raise AssertionError(f"{words} ended with {done.returncode}:\n{printed}")
     return done.stdout.decode("utf-8")
 
 

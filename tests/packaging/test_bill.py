@@ -30,7 +30,7 @@ def licence_offences(document):
             if text == "NOASSERTION":
                 continue
             # An own licence that is told further on counts as one that everybody knows.
-            known = re.sub("LicenseRef-[A-Za-z0-9.-]+", lambda match: "MIT" if match.group() in own else match.group(), text)
+            known = re.sub("LicenseRef-[A-Za-z0-9.-]+", lambda found: "MIT" if found[0] in own else found[0], text)
             try:
                 LICENSING.parse(known, validate=True, strict=True)
             except (license_expression.ExpressionError, license_expression.ParseError) as error:
@@ -105,8 +105,9 @@ class Bill(unittest.TestCase):
         found = {file.name: file.read_bytes() for file in unpacked().iterdir() if file.name not in (NAME, "SHA256SUMS")}
         listed = {each["fileName"]: {one["algorithm"]: one["checksumValue"] for one in each["checksums"]}
                   for each in self.bill["files"]}
-        self.assertEqual(listed, {f"./{name}": {"SHA1": hashlib.sha1(data).hexdigest(), "SHA256": hashlib.sha256(data).hexdigest()}
-                                  for name, data in found.items()})
+        self.assertEqual(listed, {
+            f"./{name}": {"SHA1": hashlib.sha1(data).hexdigest(), "SHA256": hashlib.sha256(data).hexdigest()}
+            for name, data in found.items()})
         whole = "".join(sorted(hashlib.sha1(data).hexdigest() for data in found.values()))
         self.assertEqual(self.package("zum_setup_util")["packageVerificationCode"],
                          {"packageVerificationCodeValue": hashlib.sha1(whole.encode()).hexdigest(),
@@ -115,15 +116,18 @@ class Bill(unittest.TestCase):
     def testListsWhatIsInEachProgram(self):
         runtime = {"libstdc++", "libgcc", "winpthreads", "mingw-w64 runtime"}
         self.assertEqual({each["name"] for each in self.parts_of("zum_setup_util.exe")}, runtime)
-        self.assertEqual({each["name"] for each in self.parts_of("zum_rehearse.exe")}, runtime | {"CLI11", "nlohmann-json"})
+        self.assertEqual({each["name"] for each in self.parts_of("zum_rehearse.exe")},
+                         runtime | {"CLI11", "nlohmann-json"})
 
     def testEveryArchiveOfTheLinkerIsOfAListedPackageAtItsVersion(self):
         """The linker's own list of what it took, held against what the system says of these files."""
         for program in PROGRAMS:
             text = (BUILD / f"bin/{program}.map").read_text(encoding="utf-8", errors="replace")
-            paths = set(re.findall(r"(?m)^(/usr/\S+?\.a)\(\S+\)", text)) | set(re.findall(r"(?m)^LOAD (/usr/\S+\.o)$", text))
+            paths = set(re.findall(r"(?m)^(/usr/\S+?\.a)\(\S+\)|^LOAD (/usr/\S+\.o)$", text))
+            paths = {archive or start_up for archive, start_up in paths}
             self.assertGreater(len(paths), 8)
-            owners = {line.split(":")[0] for line in run("dpkg", "-S", *(run("realpath", "-s", *paths).split())).splitlines()}
+            owned = run("dpkg", "-S", *run("realpath", "-s", *paths).split())
+            owners = {line.split(":")[0] for line in owned.splitlines()}
             listed = {each["sourceInfo"].rpartition(" ")[2]: each for each in self.parts_of(program)}
             self.assertLessEqual(owners, set(listed), program)
             for name, each in listed.items():

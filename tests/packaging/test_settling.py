@@ -7,7 +7,11 @@ import unittest
 
 from package_files import PROJECT, WORK, run
 
-SETTLE = '. scripts/lib/common.sh; . scripts/lib/packages.sh; settle_source; echo "$version|$SOURCE_DATE_EPOCH|${ZUM_SOURCE_COMMIT:-}"'
+SETTLE = """. scripts/lib/common.sh
+. scripts/lib/packages.sh
+settle_source
+echo "$version|$SOURCE_DATE_EPOCH|${ZUM_SOURCE_COMMIT:-}"
+"""
 ENVIRONMENT = {name: value for name, value in os.environ.items() if name != "SOURCE_DATE_EPOCH"} | {
     "GIT_AUTHOR_NAME": "x", "GIT_AUTHOR_EMAIL": "x@x.invalid", "GIT_COMMITTER_NAME": "x",
     "GIT_COMMITTER_EMAIL": "x@x.invalid", "GIT_COMMITTER_DATE": "1600000000 +0000"}
@@ -22,7 +26,8 @@ class Settling(unittest.TestCase):
         self.write("3.2.1, unreleased")
 
     def write(self, heading):
-        (self.tree / "CMakeLists.txt").write_text("project(zum_setup_util VERSION 3.2.1 LANGUAGES CXX)\n", encoding="ascii")
+        (self.tree / "CMakeLists.txt").write_text("project(zum_setup_util VERSION 3.2.1 LANGUAGES CXX)\n",
+                                                  encoding="ascii")
         (self.tree / "CHANGELOG.md").write_text(f"# Changelog\n\n## {heading}\n\n- Something.\n", encoding="ascii")
 
     def settle(self, **environment):

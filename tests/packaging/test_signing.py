@@ -55,9 +55,9 @@ class TimeAuthority:
         config = folder / "tsa.cnf"
         config.write_text(TIME_AUTHORITY.format(folder=folder, lab=lab), encoding="ascii")
         run("openssl", "req", "-new", "-key", lab / "leaf.key", "-subj", "/CN=Time Lab", "-out", folder / "time.csr")
-        run("openssl", "x509", "-req", "-in", folder / "time.csr", "-CA", lab / "trusted.pem", "-CAkey", lab / "trusted.key",
-            "-CAcreateserial", "-CAserial", folder / "ca.serial", "-days", "3650", "-extfile", folder / "extension", "-out",
-            folder / "time.pem")
+        run("openssl", "x509", "-req", "-in", folder / "time.csr", "-CA", lab / "trusted.pem", "-CAkey",
+            lab / "trusted.key", "-CAcreateserial", "-CAserial", folder / "ca.serial", "-days", "3650", "-extfile",
+            folder / "extension", "-out", folder / "time.pem")
 
         class Handler(http.server.BaseHTTPRequestHandler):
             def do_POST(self):
@@ -97,8 +97,8 @@ class Signing(unittest.TestCase):
         return self.machine.helper("verifytrust", machines.text_digits(self.machine.windows_path(file)))
 
     def verify(self, file, *options):
-        done = subprocess.run(["osslsigncode", "verify", "-CAfile", signing.lab() / "trusted.pem", *options, "-in", file],
-                              capture_output=True, text=True, check=False)
+        done = subprocess.run(["osslsigncode", "verify", "-CAfile", signing.lab() / "trusted.pem", *options, "-in",
+                               file], capture_output=True, text=True, check=False)
         return done.returncode, done.stdout + done.stderr
 
     def testWithoutTheOptionTheProgramsAreUnsignedAndTheOutputSaysSo(self):
@@ -132,15 +132,16 @@ class Signing(unittest.TestCase):
         self.assertNotEqual(self.verify(signed("stranger") / PROGRAMS[0])[0], 0)
 
     def testTheBuiltProgramWithTheSignatureIsTheSignedOne(self):
-        """As the notes tell: what removes a signature leaves the bytes that it stood on aligned, so it is put on again."""
+        """As the notes tell. (What is left when a signature is removed is longer than what was built, by the zeros that
+        align the signature.)"""
         notes = (signed() / "REBUILD.txt").read_text(encoding="ascii")
         self.assertIn("osslsigncode attach-signature", notes)
         for name in PROGRAMS:
             built, signature = BUILT / name, self.machine.folder / "signature.pem"
             again = self.machine.folder / name
             run("osslsigncode", "extract-signature", "-pem", "-in", signed() / name, "-out", signature)
-            run("osslsigncode", "attach-signature", "-CAfile", signing.lab() / "trusted.pem", "-sigin", signature, "-in",
-                built, "-out", again)
+            run("osslsigncode", "attach-signature", "-CAfile", signing.lab() / "trusted.pem", "-sigin", signature,
+                "-in", built, "-out", again)
             self.assertTrue(again.read_bytes() == (signed() / name).read_bytes(), name)
             self.assertIn(f"{hashlib.sha256(built.read_bytes()).hexdigest()}  {name}", notes)
             signature.unlink()
@@ -155,7 +156,8 @@ class Signing(unittest.TestCase):
 
     def testTimeStamp(self):
         lab = signing.lab()
-        with TimeAuthority(self.machine.folder / "time") as authority, mock.patch.dict(os.environ, {"no_proxy": "127.0.0.1"}):
+        with (TimeAuthority(self.machine.folder / "time") as authority,
+              mock.patch.dict(os.environ, {"no_proxy": "127.0.0.1"})):
             output, _ = package("stamped", "--sign", lab / "right.pem", lab / "leaf.key", "--timestamp", authority.url)
         status, printed = self.verify(unpacked(WIN32, output) / PROGRAMS[0], "-TSA-CAfile", lab / "trusted.pem")
         self.assertEqual(status, 0, printed)
