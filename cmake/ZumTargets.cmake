@@ -1,7 +1,8 @@
 # The one place that defines what a library, a test and a benchmark are.
 
-# Paths in the objects are relative to the tree, so that two folders give the same bytes.
-set(ZUM_COMPILE_OPTIONS "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." -ffunction-sections -fdata-sections)
+# Paths in the objects are relative to the tree and to the build folder, so that two folders give the same bytes.
+set(ZUM_COMPILE_OPTIONS "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." "-ffile-prefix-map=${CMAKE_BINARY_DIR}=./build"
+  -ffunction-sections -fdata-sections)
 if(WIN32)
   # Structured exceptions and C++ exceptions stay apart with the DWARF unwinder; no Unicode macros are
   # needed since the W functions are named in full. 0x0601 is the oldest system that the program serves.
@@ -20,6 +21,10 @@ function(zum_library name)
   endif()
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
+  if(NOT WIN32)
+    # The native program is given out, too. The check of buffers' sizes needs an optimised build.
+    target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
+  endif()
   target_link_libraries(${name} PUBLIC ${ARG_LINK})
 endfunction()
 
@@ -150,10 +155,12 @@ function(zum_benchmark name)
   target_link_libraries(${name} PRIVATE ${ARG_LINK} benchmark::benchmark)
 endfunction()
 
-# zum_separate_symbols(NAME)
-# The symbols of a Windows program go into a file of their own beside it. Both tools put the time into what
-# they write, so the time is fixed.
-function(zum_separate_symbols name)
+# zum_shipped_program(NAME)
+# A Windows program that is given out. Its symbols go into a file of their own beside it; both tools put the time
+# into what they write, so the time is fixed. What the linker took is listed in NAME.exe.map, for the bill of
+# materials.
+function(zum_shipped_program name)
+  target_link_options(${name} PRIVATE -Wl,-Map=$<TARGET_FILE:${name}>.map)
   add_custom_command(TARGET ${name} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0
             ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${name}> $<TARGET_FILE:${name}>.debug

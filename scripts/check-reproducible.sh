@@ -1,36 +1,54 @@
 #!/usr/bin/env bash
-# Builds the Windows programs twice and compares the bytes of the programs and of their symbols:
+# Builds the packages twice and compares the bytes of the programs, of their symbols and of the packages:
 #
 #   scripts/check-reproducible.sh
 #
-# The second build is of a copy of the tree in another place, in a folder of another name, at another time.
-# Nothing is taken from a compiler cache. The comparison is shown to find a planted difference first.
+# Each time it is a clean clone of the tree's commit (with the changes that aren't committed), in another place, in a
+# folder of another name, at another time, with another umask, language and time zone. Nothing is taken from a compiler
+# cache. The comparison is shown to find a planted difference first.
 set -eu
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 work="$project/build/reproducible"
 export CCACHE_DISABLE=1
 unset CMAKE_CXX_COMPILER_LAUNCHER SOURCE_DATE_EPOCH
 
-# build SOURCE FOLDER
+# clone FOLDER: the sources alone, as somebody else gets them.
+commit=$(git -C "$project" stash create)
+commit=${commit:-$(git -C "$project" rev-parse HEAD)}
+clone() {
+    git clone --quiet --shared --no-checkout "$project" "$1"
+    git -C "$1" -c advice.detachedHead=false checkout --quiet "$commit"
+}
+
+# build FOLDER: its packages are in FOLDER/dist.
 build() {
-    echo "building $1 in $2"
-    (cd "$1" && cmake --preset windows -B "$2" -DZUM_BUILD_TESTS=OFF >"$2.log" 2>&1 &&
-        cmake --build "$2" --target zum_setup_util zum_rehearse >>"$2.log" 2>&1) || { tail -n 30 "$2.log"; exit 1; }
+    echo "packages of $commit in $1"
+    (cd "$1" && scripts/package.sh >"$1.log" 2>&1) || { tail -n 30 "$1.log"; exit 1; }
 }
 
 rm -rf "$work"
-mkdir -p "$work/a copy of the tree"
-tar -C "$project" --exclude=./build --exclude=./.git -cf - . | tar -C "$work/a copy of the tree" -xf -
-
-build "$project" "$work/one"
+mkdir -p "$work/further down"
+one="$work/one" other="$work/further down/the other folder"
+clone "$one"
+build "$one"
 sleep 2 # so that a time of seconds that got in would differ
-build "$work/a copy of the tree" "$work/the-other-folder"
+(
+    umask 077
+    clone "$other"
+    export TZ=Asia/Kathmandu LC_ALL=C
+    build "$other"
+)
+
+# same FILE FILE: whether the bytes are equal; says so.
+same() {
+    cmp "$1" "$2" && echo "equal: ${1##*/}, $(stat -c %s "$1") bytes, sha256 $(sha256sum <"$1" | cut -c 1-16)..."
+}
 
 # The comparison finds a difference of one byte.
-program="$work/one/bin/zum_setup_util.exe"
+program="$one/build/windows/bin/zum_setup_util.exe"
 cp "$program" "$work/planted.exe"
 printf 'X' | dd of="$work/planted.exe" bs=1 seek=1000 conv=notrunc status=none
-if cmp -s "$program" "$work/planted.exe"; then
+if same "$program" "$work/planted.exe" >/dev/null 2>&1; then
     echo "the planted difference was not found"
     exit 1
 fi
@@ -38,10 +56,14 @@ echo "planted difference: found"
 
 status=0
 for file in zum_setup_util.exe zum_setup_util.exe.debug zum_rehearse.exe zum_rehearse.exe.debug; do
-    if cmp "$work/one/bin/$file" "$work/the-other-folder/bin/$file"; then
-        echo "equal: $file, $(stat -c %s "$work/one/bin/$file") bytes, sha256 $(sha256sum <"$work/one/bin/$file" | cut -c 1-16)..."
-    else
-        status=1
-    fi
+    same "$one/build/windows/bin/$file" "$other/build/windows/bin/$file" || status=1
 done
+same "$one/build/native/bin/zum_rehearse" "$other/build/native/bin/zum_rehearse" || status=1
+count=0
+for file in "$one"/dist/*; do
+    same "$file" "$other/dist/${file##*/}" || status=1
+    count=$((count + 1))
+done
+[ "$count" -ge 3 ] || { echo "only $count packages were made"; exit 1; }
+diff <(ls "$one/dist") <(ls "$other/dist") || status=1
 exit $status

@@ -6,7 +6,9 @@
 #   scripts/test.sh windows        the Windows half: the 32-bit program and its tests under Wine
 #   scripts/test.sh coverage       on request: line and branch coverage of the product's code (native)
 #   scripts/test.sh lint           on request: the linter over all sources, the tests' too
-#   scripts/test.sh reproducible   on request: equal bytes from two build folders
+#   scripts/test.sh reproducible   on request: equal bytes of programs and packages from two clean clones
+#   scripts/test.sh packages       on request: the packages' tests, the Debian package in a fresh Debian, equal bytes,
+#                                  and the rollout to 200 stand-ins
 #
 # The last line is "N passed, N failed, N skipped" over all that was asked for; the exit status is 0 only
 # when nothing failed. A part that did not run counts as failed.
@@ -16,13 +18,14 @@ set -u
 
 what=${1:-all}
 case "$what" in
-    all | native | windows | coverage | lint | reproducible) ;;
-    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|reproducible]\n' >&2; exit 2 ;;
+    all | native | windows | coverage | lint | reproducible | packages) ;;
+    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|reproducible|packages]\n' >&2; exit 2 ;;
 esac
 jobs=$(nproc)
 results="$project/build/results"
 rm -rf "$results"
 mkdir -p "$results"
+packages_made="$project/build/packages/dist"
 expected=() # each part puts its result file here before it starts
 
 # check FILE NAME COMMAND ...: runs one check, notes its outcome, shows its output when it fails.
@@ -133,6 +136,49 @@ windows_half() {
     trap - EXIT
 }
 
+# The packages from the builds that are there, and their tests. The cases' own outcomes are counted.
+packages_for_users() {
+    step "Tools of the packages"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_windows $packages_packaging $packages_packaging_tests
+    step "Packages"
+    local file="$results/packages.checks" cases="$results/packages-in-use.checks" log="$results/packages-in-use.log"
+    expected+=("$file" "$cases")
+    rm -rf "$packages_made"
+    check "$file" packages-are-made scripts/package.sh --output "$packages_made"
+    configure_and_build windows zum_e2e_runexit zum_e2e_regdump zum_e2e_regload zum_e2e_trustroot zum_e2e_verifytrust
+    wine_begin || bad "the Wine prefix can't be made"
+    trap wine_end EXIT
+    if ! ZUM_DIST="$packages_made" /usr/bin/python3 tests/packaging/run_tests.py --results "$cases" >"$log" 2>&1 </dev/null; then
+        sed -n '/^=====/,$p' "$log" | head -n 120 >&2
+        bad "some tests of the packages failed (whole log: build/results/packages-in-use.log)"
+    fi
+    grep '^Ran ' "$log" | sed 's/^/   /'
+    wine_end
+    trap - EXIT
+}
+
+debian_package_in_a_fresh_root() {
+    step "Tools of the fresh Debian"
+    # shellcheck disable=SC2086 # the list is words
+    install_packages $packages_fresh_root
+    local file="$results/fresh-root.checks"
+    expected+=("$file")
+    step "The Debian package in a fresh Debian"
+    check "$file" installed-run-removed-without-a-trace scripts/check-fresh-root.sh "$packages_made"/zum-rehearse_*.deb
+}
+
+fleet_rollout() {
+    step "Tools of the rollout"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_native_tests $packages_deploy
+    local file="$results/fleet.checks"
+    expected+=("$file")
+    configure_and_build native zum_setup_util zum_rehearse
+    step "Rollout to 200 stand-ins"
+    check "$file" rollout-play-200 rollout_play 200
+}
+
 coverage_report() {
     step "Packages of the coverage report"
     # shellcheck disable=SC2086 # the lists are words
@@ -158,9 +204,9 @@ lint_all() {
 }
 
 reproducible_build() {
-    step "Packages of the Windows build"
+    step "Tools of the builds"
     # shellcheck disable=SC2086 # the lists are words
-    install_packages $packages_windows
+    install_packages $packages_native $packages_windows $packages_packaging
     local file="$results/reproducible.checks"
     expected+=("$file")
     step "Two builds, equal bytes"
@@ -169,12 +215,13 @@ reproducible_build() {
 
 start=$SECONDS
 case "$what" in
-    all) native_half; windows_half ;;
+    all) native_half; windows_half; packages_for_users ;;
     native) native_half ;;
     windows) windows_half ;;
     coverage) coverage_report ;;
     lint) lint_all ;;
     reproducible) reproducible_build ;;
+    packages) packages_for_users; debian_package_in_a_fresh_root; reproducible_build; fleet_rollout ;;
 esac
 
 step "Summary ($(((SECONDS - start) / 60)) min $(((SECONDS - start) % 60)) s)"
