@@ -11,7 +11,7 @@ constinit SystemLibrary wintrust(u"wintrust.dll");
 constinit SystemLibrary crypt32(u"crypt32.dll");
 
 // An HRESULT of facility 7, so that it is negative whatever the number.
-std::int32_t FailureOf(winapi::Error error) noexcept {
+std::int32_t NegativeFailure(winapi::Error error) noexcept {
   return static_cast<std::int32_t>(0x80070000 | (error & 0xFFFF));
 }
 
@@ -20,7 +20,8 @@ std::int32_t FailureOf(winapi::Error error) noexcept {
 std::int32_t WinVerifyTrust(winapi::Handle window, const winapi::Guid* action,
                             winapi::WintrustData* data) noexcept {
   winapi::WinVerifyTrustFunction verify = nullptr;
-  if (const winapi::Error error = wintrust.Find("WinVerifyTrust", verify)) return FailureOf(error);
+  if (const winapi::Error error = wintrust.Find("WinVerifyTrust", verify))
+    return NegativeFailure(error);
   return verify(window, action, data);
 }
 
