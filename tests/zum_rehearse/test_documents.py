@@ -106,12 +106,16 @@ class OperatorsCommands(RehearsalCase):
         super().setUp()
         self.zum = self.machine.drive_c / "windows/zum"
         self.addCleanup(shutil.rmtree, self.zum, ignore_errors=True)
+        self.package = self.machine.folder / "package"
+        self.package.mkdir()
+        for program in (PROGRAM, self.machine.program):
+            shutil.copy(program, self.package)
 
     def prompt(self, commands):
         """The lines that the commands print."""
         batch = self.machine.folder / "commands.bat"
         batch.write_bytes("\r\n".join(["@echo off", *commands, "exit /b 0", ""]).encode("ascii"))
-        output = self.machine.wine("cmd", "/c", self.machine.windows_path(batch))
+        output = self.machine.wine("cmd", "/c", self.machine.windows_path(batch), cwd=self.package)
         return output.decode("utf-8").replace("\r", "")
 
     def test_rehearse_repair_and_undo(self):
@@ -119,27 +123,23 @@ class OperatorsCommands(RehearsalCase):
         commands = [line for line in commands if not line.startswith("scripts/")]
         kinds = [line.split("\\")[-1] if line.startswith("C:") else line.split(" C:")[0] for line in commands]
         self.assertEqual(kinds, [
-            "mkdir", "mkdir", "undo.reg", "echo %ERRORLEVEL%",
+            "mkdir", "mkdir", "copy zum_*.exe", "undo.reg", "echo %ERRORLEVEL%",
             r"reg export HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Installer",
             r"reg export HKLM\SOFTWARE\Classes\Installer",
             "trace /unblock", "echo %ERRORLEVEL%", "zum_rehearse.exe", "echo %ERRORLEVEL%", "reg import"])
         branch = product(key_name(1), {"LocalPackageNotExist": (SZ, sz("C:\\windows\\zum\\zum_rehearse.exe"))},
                          {"PackageNameNotExist": (SZ, sz("zum_win.msi"))})
         before = self.load(branch)
-        self.prompt(commands[:2])
-        for program in (PROGRAM, self.machine.program):
-            shutil.copy(program, self.zum)
-
-        rehearsed = self.prompt(commands[2:6])
+        rehearsed = self.prompt(commands[:7])
         self.assertIn("would be repaired\n", rehearsed)
         self.assertRegex(rehearsed, r"would change\n1\n")
         self.check_branch(self.machine.dump(), before)
         for name in ("undo.reg", "installer-1.reg", "installer-2.reg"):
             self.assertTrue((self.zum / name).exists(), name)
 
-        self.assertRegex(self.prompt(commands[6:10]), r"^Completed0\n(.*\n)*  0 of 1 products would change\n0\n$")
+        self.assertRegex(self.prompt(commands[7:11]), r"^Completed0\n(.*\n)*  0 of 1 products would change\n0\n$")
         self.check_branch(self.machine.dump(), registry_rule.rewrite(before)[0])
         self.assertEqual(len(list((self.zum / "trace").iterdir())), 1)
 
-        self.prompt(commands[10:])
+        self.prompt(commands[11:])
         self.check_branch(self.machine.dump(), before)
