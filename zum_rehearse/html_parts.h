@@ -13,8 +13,8 @@ p { margin: .2rem 0 .8rem; }
 .controls input, .controls select { font: inherit; padding: .25rem .4rem; }
 .controls input { min-width: 18rem; }
 table { border-collapse: collapse; width: 100%; table-layout: fixed; }
-th:nth-child(1) { width: 11%; } th:nth-child(2) { width: 5rem; } th:nth-child(3) { width: 13rem; }
-th:nth-child(4) { width: 15%; } th:nth-child(5) { width: 6rem; } th:nth-child(6) { width: 24%; }
+th:nth-child(1) { width: 9%; } th:nth-child(2) { width: 4rem; } th:nth-child(3) { width: 11.5rem; }
+th:nth-child(4) { width: 13%; } th:nth-child(5) { width: 5.5rem; } th:nth-child(6) { width: 20%; }
 td { overflow-wrap: anywhere; }
 tr.machine td { background: #8881; }
 th, td { text-align: left; vertical-align: top; padding: .45rem .6rem; border-bottom: 1px solid #8885; }
@@ -81,7 +81,7 @@ inline constexpr char kScript[] = R"js(
 )js";
 
 // SHA-256 of the two texts above, in base64.
-inline constexpr char kStyleHash[] = "Yqps4Yxw70wrX9HatPKezC1xRbKwIqvCOb1OV4vXpCE=";
+inline constexpr char kStyleHash[] = "uWzxvWBeeBPTnfXL3u0BNlC6OjkbDqgoAjhiGDxjAh0=";
 inline constexpr char kScriptHash[] = "JZflcIs6UWVNqx2xGPSTk4IsQ2Je1jusragjkZJ28CU=";
 
 }  // namespace zum_rehearse
