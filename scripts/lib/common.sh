@@ -60,7 +60,7 @@ install_packages() {
         note "all packages are there: $*"
         return 0
     fi
-    local command="apt-get update; DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends -t bookworm ${missing[*]}"
+    local command="apt-get -o Acquire::Retries=3 update; DEBIAN_FRONTEND=noninteractive apt-get -o Acquire::Retries=3 install -y --no-install-recommends -t bookworm ${missing[*]}"
     case " ${missing[*]} " in *:i386*) command="dpkg --add-architecture i386; $command" ;; esac
     note "to install: ${missing[*]}"
     if [ "$(id -u)" -ne 0 ]; then
