@@ -41,7 +41,7 @@ die() { bad "$*"; exit 1; }
 packages_native="g++ cmake ninja-build tzdata libgtest-dev python3 libcli11-dev nlohmann-json3-dev libhivex-dev"
 packages_native_tests="python3-jsonschema libwin-hivex-perl chromium chromium-driver clang-14 clang-format-14 clang-tidy-14 shellcheck"
 packages_windows="g++-mingw-w64-i686-posix libcli11-dev nlohmann-json3-dev cmake ninja-build googletest python3 wine wine32:i386 wine64 msitools wixl"
-packages_windows_tests="osslsigncode openssl clang-tidy-14"
+packages_windows_tests="osslsigncode openssl clang-tidy-14 python3-jsonschema"
 packages_packaging="pandoc zip dpkg-dev"
 packages_packaging_tests="lintian man-db bash-completion unzip osslsigncode openssl python3-jsonschema python3-license-expression"
 packages_fresh_root="mmdebstrap"

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdint>
 #include <vector>
 
@@ -23,11 +22,10 @@ TEST(HostClock, StandsStillWhereItWasSet) {
   EXPECT_EQ(0x1234567890ABCDEFu, Now());
 }
 
+// A sleep that waited would not end before the limit that the tests' runner sets.
 TEST(HostClock, IsMovedOnBySleepWithoutWaiting) {
   winapi::host::SetClock(1000);
-  const auto before = std::chrono::steady_clock::now();
   winapi::Sleep(3600000);
-  EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(60));
   EXPECT_EQ(1000u + 36000000000u, Now());
 }
 

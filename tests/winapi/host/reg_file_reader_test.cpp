@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 #include <utility>
 #include <vector>
@@ -364,9 +363,9 @@ TEST(HostRegFileReader, EveryCutIsSafe) {
   }
 }
 
-// Each shape is one that takes a hundred times as long for ten times the size with a step that
-// looks at all that was read so far: the sizes rise, so that it shows before it takes hours.
-TEST(HostRegFileReader, LargeFilesTakeLinearTime) {
+// Each shape is one that takes hours with a step that looks at all that was read so far: such a
+// case doesn't end before the limit that the tests' runner sets.
+TEST(HostRegFileReader, LargeFilesComeToAnEnd) {
   struct Case {
     const char* name;
     std::string start, repeated, end;
@@ -383,16 +382,11 @@ TEST(HostRegFileReader, LargeFilesTakeLinearTime) {
       {"Comments", "", ";[\n", ""},
   };
   for (const Case& c : cases) {
-    for (const std::size_t size : {100'000u, 300'000u, 1'000'000u, 4'000'000u}) {
-      std::string file = kHeader + c.start;
-      while (file.size() < size) file += c.repeated;
-      RegistryTree tree;
-      RegFileError error;
-      const auto start = std::chrono::steady_clock::now();
-      EXPECT_TRUE(ParseRegFile(file + c.end, tree, error)) << c.name << ": " << error.reason;
-      const auto taken = std::chrono::steady_clock::now() - start;
-      ASSERT_LT(taken, std::chrono::seconds(10)) << c.name << ", " << size;
-    }
+    std::string file = kHeader + c.start;
+    while (file.size() < 4'000'000) file += c.repeated;
+    RegistryTree tree;
+    RegFileError error;
+    EXPECT_TRUE(ParseRegFile(file + c.end, tree, error)) << c.name << ": " << error.reason;
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstddef>
 #include <map>
 #include <string>
@@ -119,16 +118,11 @@ TEST(MatchWildcard, IsTheSameAsARecursiveMatcher) {
 }
 
 // Trying all ways to share a name out between the stars takes twice as long for each further one:
-// the sizes rise, so that it shows before it takes for ever.
-TEST(MatchWildcard, ManyStarsTakeNoTime) {
-  const std::pair<int, std::size_t> sizes[] = {{12, 24}, {14, 28}, {16, 32}, {100, 30000}};
-  for (const auto& [stars, length] : sizes) {
-    std::u16string mask;
-    for (int i = 0; i < stars; ++i) mask += u"a*";
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(MatchWildcard(std::u16string(length, u'a'), mask + u"b"));
-    ASSERT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << stars;
-  }
+// a hundred don't come to an end before the limit that the tests' runner sets.
+TEST(MatchWildcard, ManyStarsComeToAnEnd) {
+  std::u16string mask;
+  for (int i = 0; i < 100; ++i) mask += u"a*";
+  EXPECT_FALSE(MatchWildcard(std::u16string(30000, u'a'), mask + u"b"));
 }
 
 TEST(MatchPathMask, OfANameLooksAtTheFileNameAlone) {
