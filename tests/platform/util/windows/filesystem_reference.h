@@ -18,7 +18,7 @@ namespace tests {
   std::size_t used = 0;
   while (true) {
     const std::size_t end = text.find_first_of(u"\\/", used);
-    if (end == text.npos) return text.size();
+    if (end == std::u16string_view::npos) return text.size();
     if (--count == 0) return end;
     used = end + 1;
   }
