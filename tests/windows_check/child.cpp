@@ -62,8 +62,9 @@ ChildOutcome RunChild(const std::wstring& program, const std::wstring& arguments
 }
 
 std::string ReadWhole(const std::wstring& file) {
-  const HANDLE handle = ::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                      nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE handle =
+      ::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, 0, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return {};
   std::string bytes;
   char buffer[65536];
@@ -80,9 +81,9 @@ bool WriteWhole(const std::wstring& file, const std::string& bytes) {
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return false;
   DWORD count = 0;
-  const bool written = ::WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &count,
-                                   nullptr) != 0 &&
-                       count == bytes.size();
+  const bool written =
+      ::WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr) != 0 &&
+      count == bytes.size();
   return ::CloseHandle(handle) != 0 && written;
 }
 

@@ -9,9 +9,9 @@ namespace windows_check {
 
 struct ChildOutcome {
   bool started = false;
-  bool ended = false;         // by itself, within the limit
-  std::uint32_t status = 0;   // or the error of the start
-  std::string output;         // of both streams, line ends as in C
+  bool ended = false;        // by itself, within the limit
+  std::uint32_t status = 0;  // or the error of the start
+  std::string output;        // of both streams, line ends as in C
 };
 
 // Runs `program` (a full path) with `arguments` behind its name. Its streams are files in `folder`,

@@ -34,6 +34,8 @@ class Confinement {
     (void)::RegDeleteTreeW(m_key, nullptr);
     (void)::RegCloseKey(m_key);
     (void)::RegDeleteKeyExW(HKEY_CURRENT_USER, windows_check::kConfinedKey, KEY_WOW64_64KEY, 0);
+    // The branch itself, where nobody else uses it.
+    (void)::RegDeleteKeyExW(HKEY_CURRENT_USER, windows_check::kScratchKey, KEY_WOW64_64KEY, 0);
   }
 
  private:

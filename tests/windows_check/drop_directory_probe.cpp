@@ -93,8 +93,7 @@ class Descriptor {
 // Everybody may read what is made in it.
 void MakeParent(const std::wstring& path) {
   const std::wstring user = UserSid();
-  const std::wstring list =
-      L"D:(A;OICI;FA;;;SY)(A;OICI;FA;;;" + user + L")(A;OICI;FR;;;WD)";
+  const std::wstring list = L"D:(A;OICI;FA;;;SY)(A;OICI;FA;;;" + user + L")(A;OICI;FR;;;WD)";
   SECURITY_ATTRIBUTES attributes{sizeof(attributes), nullptr, FALSE};
   if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(
           list.c_str(), SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr)) {
@@ -111,7 +110,7 @@ std::string OwnEntries(const std::vector<Entry>& entries) {
   std::vector<std::string> names;
   for (const Entry& entry : entries) {
     if (entry.inherited) continue;
-    const std::string name = entry.sid == L"S-1-5-18"  ? "the local system"
+    const std::string name = entry.sid == L"S-1-5-18" ? "the local system"
                              : entry.sid == UserSid() ? "the user"
                                                       : ToUtf8(entry.sid);
     names.push_back(name + (entry.mask == kFullAccess ? " (full)" : " " + Hexadecimal(entry.mask)));
@@ -123,9 +122,8 @@ std::string OwnEntries(const std::vector<Entry>& entries) {
 }
 
 bool HasInherited(const std::vector<Entry>& entries, const wchar_t* sid) {
-  return std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) {
-    return entry.inherited && entry.sid == sid;
-  });
+  return std::any_of(entries.begin(), entries.end(),
+                     [&](const Entry& entry) { return entry.inherited && entry.sid == sid; });
 }
 
 std::string LabelOf(const Descriptor& descriptor) {
@@ -159,9 +157,9 @@ void CheckDropDirectory(Findings& findings, const Scratch& scratch) {
   const Descriptor descriptor(path);
   const std::vector<Entry> entries = descriptor.Allowed();
   findings.Judge("drop directory: its own entries", OwnEntries(entries),
-                 {{"the local system (full), the user (full)"}, {"the user (full)"}});
+                 OnBoth("the local system (full), the user (full)"));
   findings.Judge("drop directory: the list is protected", YesOrNo(descriptor.IsProtected()),
-                 {{"no"}, {"no"}});
+                 OnBoth("no"));
   findings.Judge("drop directory: the parent's entry for everybody is merged in",
                  YesOrNo(HasInherited(entries, L"S-1-1-0")), {{"yes"}, {"no"}});
   findings.Judge("drop directory: its label", LabelOf(descriptor),

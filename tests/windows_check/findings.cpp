@@ -28,8 +28,7 @@ void Findings::Section(const std::string& title) {
   (void)std::printf("\n== %s\n", title.c_str());
 }
 
-void Findings::Judge(const std::string& name, const std::string& answer,
-                     const Accepted& accepted) {
+void Findings::Judge(const std::string& name, const std::string& answer, const Accepted& accepted) {
   const std::vector<std::string>& right = m_underWine ? accepted.wine : accepted.windows;
   const bool found = std::find(right.begin(), right.end(), answer) != right.end();
   std::string listed = "Windows: " + Joined(accepted.windows);

@@ -30,10 +30,9 @@ void CheckPackageIn(Findings& findings, const Scratch& scratch, const std::strin
   if (!::CopyFileW(RefusedPackage().c_str(), package.c_str(), TRUE)) {
     throw std::runtime_error("the package can't be copied: error " + Decimal(::GetLastError()));
   }
-  const ChildOutcome installer =
-      RunChild(SystemFolder() + L"\\msiexec.exe",
-               L"/norestart /i \"" + package + L"\" /qn /l*v \"" + log + L"\"", scratch.Folder(),
-               kLimit);
+  const ChildOutcome installer = RunChild(
+      SystemFolder() + L"\\msiexec.exe",
+      L"/norestart /i \"" + package + L"\" /qn /l*v \"" + log + L"\"", scratch.Folder(), kLimit);
   if (!installer.started || !installer.ended) {
     findings.Fail(where, installer.started ? "the installer didn't end in 5 minutes"
                                            : "the installer wasn't started");

@@ -46,8 +46,9 @@ DWORD MakeJunction(const std::wstring& link, const std::wstring& target) {
   if (handle == INVALID_HANDLE_VALUE) return ::GetLastError();
   std::vector<unsigned char> data = JunctionTo(target);
   DWORD ignored = 0;
-  const BOOL made = ::DeviceIoControl(handle, FSCTL_SET_REPARSE_POINT, data.data(),
-                                      static_cast<DWORD>(data.size()), nullptr, 0, &ignored, nullptr);
+  const BOOL made =
+      ::DeviceIoControl(handle, FSCTL_SET_REPARSE_POINT, data.data(),
+                        static_cast<DWORD>(data.size()), nullptr, 0, &ignored, nullptr);
   const DWORD error = made ? 0 : ::GetLastError();
   ::CloseHandle(handle);
   return error;
@@ -68,7 +69,8 @@ bool IsThere(const std::wstring& path) {
 // Attributes and tag, as a search through the seam shows them.
 std::string Shown(const std::wstring& path) {
   winapi::FindData data{};
-  const winapi::Handle search = winapi::FindFirstFileExW(ToSeam(path).c_str(), 0, &data, 0, nullptr, 0);
+  const winapi::Handle search =
+      winapi::FindFirstFileExW(ToSeam(path).c_str(), 0, &data, 0, nullptr, 0);
   if (search == winapi::InvalidHandleValue()) return "error " + Decimal(::GetLastError());
   (void)winapi::FindClose(search);
   return "attributes " + Hexadecimal(data.dwFileAttributes) + ", tag " +
@@ -81,7 +83,8 @@ void CheckRemoval(Findings& findings, const std::string& kind, const std::wstrin
   const oru::ResultCode rc = product_platform::filesystem::RemoveDirectoryRecursive(ToSeam(tree));
   findings.Judge("removal of a tree with " + kind + " in it",
                  Hexadecimal(static_cast<std::uint32_t>(rc)), OnBoth("0x00000000"));
-  findings.Judge("what " + kind + " leads to is still there", YesOrNo(IsThere(kept)), OnBoth("yes"));
+  findings.Judge("what " + kind + " leads to is still there", YesOrNo(IsThere(kept)),
+                 OnBoth("yes"));
 }
 
 void CheckJunction(Findings& findings, const Scratch& scratch, const std::wstring& target) {
@@ -94,13 +97,13 @@ void CheckJunction(Findings& findings, const Scratch& scratch, const std::wstrin
   findings.Judge("a junction is made", "yes", {{"yes"}, {"error 50"}});
   // The directory's attributes may hold more, such as "not indexed".
   const std::string shown = Shown(tree + L"\\link");
-  findings.Judge("a junction in a search", shown,
-                 {{"attributes 0x00000410, tag 0xA0000003", "attributes 0x00002410, tag 0xA0000003"},
-                  {}});
+  findings.Judge(
+      "a junction in a search", shown,
+      {{"attributes 0x00000410, tag 0xA0000003", "attributes 0x00002410, tag 0xA0000003"}, {}});
   CheckRemoval(findings, "a junction", tree, target + L"\\kept.txt");
   const std::wstring top = scratch.Folder() + L"\\junction itself";
-  if (MakeJunction(top, target) == 0) CheckRemoval(findings, "a junction as its top", top,
-                                                   target + L"\\kept.txt");
+  if (MakeJunction(top, target) == 0)
+    CheckRemoval(findings, "a junction as its top", top, target + L"\\kept.txt");
 }
 
 void CheckSymbolicLink(Findings& findings, const Scratch& scratch, const std::wstring& target) {
@@ -115,9 +118,9 @@ void CheckSymbolicLink(Findings& findings, const Scratch& scratch, const std::ws
     return;
   }
   const std::string shown = Shown(tree + L"\\link.txt");
-  findings.Judge("a symbolic link to a file in a search", shown,
-                 {{"attributes 0x00000420, tag 0xA000000C", "attributes 0x00002420, tag 0xA000000C"},
-                  {}});
+  findings.Judge(
+      "a symbolic link to a file in a search", shown,
+      {{"attributes 0x00000420, tag 0xA000000C", "attributes 0x00002420, tag 0xA000000C"}, {}});
   CheckRemoval(findings, "a symbolic link", tree, target + L"\\kept.txt");
 }
 

@@ -42,7 +42,8 @@ class Verification {
     DWORD flags = 0;
     const bool open = ::GetHandleInformation(m_file.hFile, &flags) != 0;
     if (!open) return "the number of a closed handle";
-    return ::GetFileType(m_file.hFile) == FILE_TYPE_DISK ? "an open file" : "an open handle of another kind";
+    return ::GetFileType(m_file.hFile) == FILE_TYPE_DISK ? "an open file"
+                                                         : "an open handle of another kind";
   }
   std::uint32_t Close() { return Call(winapi::kWtdStateActionClose); }
 
@@ -94,7 +95,8 @@ std::wstring Copy(const std::wstring& folder, const wchar_t* name, const std::st
 // One letter of the package's own tables.
 std::string Altered(std::string bytes) {
   const std::size_t at = bytes.find("for reading only");
-  if (at == std::string::npos) throw std::runtime_error("the package isn't the one that belongs here");
+  if (at == std::string::npos)
+    throw std::runtime_error("the package isn't the one that belongs here");
   bytes[at] = 'F';
   return bytes;
 }

@@ -59,7 +59,8 @@ std::string SystemName() {
   ::IsWow64Process(::GetCurrentProcess(), &wow64);
   const std::string windows = WindowsVersion() + (wow64 ? ", 64-bit" : ", 32-bit");
   const auto wineVersion = Find<const char*(CDECL*)()>("wine_get_version");
-  return wineVersion == nullptr ? windows : std::string("Wine ") + wineVersion() + ", as " + windows;
+  return wineVersion == nullptr ? windows
+                                : std::string("Wine ") + wineVersion() + ", as " + windows;
 }
 
 bool IsAdministrator() {

@@ -73,7 +73,8 @@ class Transacted {
     return windows_helpers::WriteMultiStringValue(*m_key, kName, list);
   }
   [[nodiscard]] winapi::Error Commit() const {
-    return windows_helpers::CommitTransaction(m_transaction->GetValue()) != 0 ? 0 : ::GetLastError();
+    return windows_helpers::CommitTransaction(m_transaction->GetValue()) != 0 ? 0
+                                                                              : ::GetLastError();
   }
   [[nodiscard]] const RegKey& Key() const { return *m_key; }
 
@@ -88,7 +89,8 @@ void SetOutside(const Place& place, const List& list) {
   RegKey key;
   winapi::Error error = windows_helpers::OpenKey(key, place.hive, place.path.c_str(), kAccess);
   if (error == 0) error = windows_helpers::WriteMultiStringValue(key, kName, list);
-  if (error != 0) throw std::runtime_error("the first list can't be written: error " + Decimal(error));
+  if (error != 0)
+    throw std::runtime_error("the first list can't be written: error " + Decimal(error));
 }
 
 void CheckCommit(Findings& findings, const std::string& group, const Place& place) {
@@ -106,8 +108,9 @@ void CheckCommit(Findings& findings, const std::string& group, const Place& plac
   findings.Judge(group + ": seen outside before the commit", SeenOutside(place), OnBoth("old"));
   const Transacted second(place);
   findings.Note(group + ": a second transaction on the key",
-                second.error != 0 ? "error " + Decimal(second.error) + " at the opening"
-                                  : "error " + Decimal(second.Write({u"second"})) + " at the writing");
+                second.error != 0
+                    ? "error " + Decimal(second.error) + " at the opening"
+                    : "error " + Decimal(second.Write({u"second"})) + " at the writing");
   findings.Judge(group + ": committed", "error " + Decimal(transacted.Commit()), OnBoth("error 0"));
   findings.Judge(group + ": seen outside after the commit", SeenOutside(place), OnBoth("new"));
 }
@@ -128,11 +131,12 @@ class MachineKey {
   MachineKey() {
     HKEY key = nullptr;
     DWORD disposition = 0;
-    const LONG error = ::RegCreateKeyExW(HKEY_LOCAL_MACHINE, kMachineKey, 0, nullptr, 0,
-                                         KEY_ALL_ACCESS | KEY_WOW64_64KEY, nullptr, &key,
-                                         &disposition);
+    const LONG error =
+        ::RegCreateKeyExW(HKEY_LOCAL_MACHINE, kMachineKey, 0, nullptr, 0,
+                          KEY_ALL_ACCESS | KEY_WOW64_64KEY, nullptr, &key, &disposition);
     if (error != ERROR_SUCCESS) {
-      throw std::runtime_error("the key can't be made: error " + Decimal(static_cast<DWORD>(error)));
+      throw std::runtime_error("the key can't be made: error " +
+                               Decimal(static_cast<DWORD>(error)));
     }
     ::RegCloseKey(key);
   }

@@ -1,10 +1,10 @@
 // Checks on a real machine what Wine can't show; docs/windows-check.md says what it does and how
 // its result is read.
 //
-//   windows_check.exe
+//   windows_check.exe [--own-checks-only]      the option leaves the test programs out
 //
-// Exit status: 0 where each answer is one that is listed for this system, 1 where one isn't, 2 where
-// the checks can't be made.
+// Exit status: 0 where each answer is one that is listed for this system, 1 where one isn't, 2
+// where the checks can't be made.
 #include <windows.h>
 
 #include <cstdio>
@@ -38,15 +38,17 @@ void Run(Findings& findings, const std::string& title, Group group) {
   }
 }
 
-void RunWithoutAsking(Findings& findings, const Scratch& scratch) {
+void RunWithoutAsking(Findings& findings, const Scratch& scratch, bool ownChecksOnly) {
   Run(findings, "Texts", [&] { CheckTexts(findings, scratch); });
   Run(findings, "Links", [&] { CheckLinks(findings, scratch); });
   Run(findings, "The drop directory", [&] { CheckDropDirectory(findings, scratch); });
   Run(findings, "Signatures", [&] { CheckSignatures(findings, scratch); });
-  Run(findings, "Transactions below HKEY_CURRENT_USER", [&] {
-    CheckTransactions(findings, "user", HKEY_CURRENT_USER, Scratch::KeyPath());
+  Run(findings, "Transactions below HKEY_CURRENT_USER",
+      [&] { CheckTransactions(findings, "user", HKEY_CURRENT_USER, Scratch::KeyPath()); });
+  Run(findings, "Test programs", [&] {
+    if (!ownChecksOnly) return RunTestPrograms(findings, scratch);
+    findings.Skip("test programs", "left out by --own-checks-only");
   });
-  Run(findings, "Test programs", [&] { RunTestPrograms(findings, scratch); });
 }
 
 void RunAllowed(Findings& findings, const Scratch& scratch, const Allowed& allowed,
@@ -67,8 +69,8 @@ void RunAllowed(Findings& findings, const Scratch& scratch, const Allowed& allow
 
 std::string Heading(bool isAdministrator) {
   return std::string("zum_setup_util ") + ZUM_VERSION + ", check of a machine\n" +
-         "system:  " + SystemName() + "\n" + "rights:  " +
-         (isAdministrator ? "administrator" : "plain user, or not elevated") + "\n" +
+         "system:  " + SystemName() + "\n" +
+         "rights:  " + (isAdministrator ? "administrator" : "plain user, or not elevated") + "\n" +
          "answers: those listed for " + (UnderWine() ? "Wine 8" : "Windows") + " are right\n";
 }
 
@@ -91,21 +93,22 @@ std::wstring WriteResult(const std::string& text, const std::wstring& temporaryF
   return {};
 }
 
-int RunAll() {
+int RunAll(bool ownChecksOnly) {
   ::SetConsoleOutputCP(CP_UTF8);
   const bool isAdministrator = IsAdministrator();
   const std::string heading = Heading(isAdministrator);
-  std::printf("%s\nWithout asking, nothing is changed but a branch of the registry below\n"
-              "HKEY_CURRENT_USER\\Software\\ZumWindowsCheck and a folder below the temporary\n"
-              "directory; both are removed at the end.\n",
-              heading.c_str());
+  std::printf(
+      "%s\nWithout asking, nothing is changed but a branch of the registry below\n"
+      "HKEY_CURRENT_USER\\Software\\ZumWindowsCheck and a folder below the temporary\n"
+      "directory; both are removed at the end.\n",
+      heading.c_str());
   const Allowed allowed = Ask(isAdministrator);
   Findings findings(UnderWine());
   wchar_t temporary[MAX_PATH + 1] = {};
   ::GetTempPathW(MAX_PATH, temporary);
   {
     Scratch scratch;
-    RunWithoutAsking(findings, scratch);
+    RunWithoutAsking(findings, scratch, ownChecksOnly);
     RunAllowed(findings, scratch, allowed, isAdministrator);
     findings.Section("Afterwards");
     const std::string stays = scratch.Remove();
@@ -122,7 +125,12 @@ int RunAll() {
 }  // namespace
 }  // namespace windows_check
 
-int main() {
+int main(int count, char** arguments) {
+  const bool ownChecksOnly = count == 2 && std::string(arguments[1]) == "--own-checks-only";
+  if (count != 1 && !ownChecksOnly) {
+    (void)std::fputs("usage: windows_check.exe [--own-checks-only]\n", stderr);
+    return 2;
+  }
   // One at a time: two would use the same branch.
   ::CreateMutexW(nullptr, FALSE, L"ZumWindowsCheck");
   if (::GetLastError() == ERROR_ALREADY_EXISTS) {
@@ -132,7 +140,7 @@ int main() {
   // The product's reported checks go on behind their report, as in the program.
   (void)winapi::AddVectoredExceptionHandler(/*first=*/1, oru::AssertionHandler);
   try {
-    return windows_check::RunAll();
+    return windows_check::RunAll(ownChecksOnly);
   } catch (const std::exception& exception) {
     (void)std::fprintf(stderr, "the checks can't be made: %s\n", exception.what());
     return 2;
