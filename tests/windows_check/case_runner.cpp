@@ -40,7 +40,7 @@ class Program {
     const std::wstring file = m_folder + L"\\flags.txt";
     if (!WriteWhole(file, flags)) throw std::runtime_error("the flags can't be written");
     ChildOutcome outcome =
-        RunChild(m_path, L"\"--gtest_flagfile=" + file + L"\"", m_folder, kLimit);
+        RunChild(m_path, L"\"--gtest_flagfile=" + file + L"\"", m_folder, kLimit, m_folder);
     ::DeleteFileW(file.c_str());
     return outcome;
   }

@@ -33,8 +33,11 @@ void WaitForEnd(HANDLE process, std::uint32_t seconds, ChildOutcome& outcome) {
 }  // namespace
 
 ChildOutcome RunChild(const std::wstring& program, const std::wstring& arguments,
-                      const std::wstring& folder, std::uint32_t seconds) {
-  const std::wstring file = folder + L"\\output.txt";
+                      const std::wstring& folder, std::uint32_t seconds,
+                      const std::wstring& current) {
+  // A new name each time: what lives on may hold the file before.
+  static int number = 0;
+  const std::wstring file = folder + L"\\output" + std::to_wstring(++number) + L".txt";
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;
@@ -46,7 +49,7 @@ ChildOutcome RunChild(const std::wstring& program, const std::wstring& arguments
   ChildOutcome outcome;
   outcome.started = ::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr,
                                      /*bInheritHandles=*/TRUE, CREATE_NO_WINDOW, nullptr,
-                                     folder.c_str(), &startup, &process) != 0;
+                                     current.c_str(), &startup, &process) != 0;
   if (outcome.started) {
     WaitForEnd(process.hProcess, seconds, outcome);
     ::CloseHandle(process.hThread);

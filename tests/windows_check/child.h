@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tests/windows_check/this_machine.h"
+
 namespace windows_check {
 
 struct ChildOutcome {
@@ -15,10 +17,12 @@ struct ChildOutcome {
 };
 
 // Runs `program` (a full path) with `arguments` behind its name. Its streams are files in `folder`,
-// since what it starts may live on and would hold a pipe open. What hasn't ended after that many
+// since what it starts may live on and would hold a pipe open; so it gets another folder to be in,
+// the system's where none is named, and that one isn't held. What hasn't ended after that many
 // seconds is ended.
 [[nodiscard]] ChildOutcome RunChild(const std::wstring& program, const std::wstring& arguments,
-                                    const std::wstring& folder, std::uint32_t seconds);
+                                    const std::wstring& folder, std::uint32_t seconds,
+                                    const std::wstring& current = SystemFolder());
 
 // The bytes of a file; empty for one that can't be read.
 [[nodiscard]] std::string ReadWhole(const std::wstring& file);

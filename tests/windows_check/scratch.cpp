@@ -30,6 +30,16 @@ LONG DeleteBranch() {
   return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
 }
 
+// A program that is on its end, or one that looks at new files, may hold something for a moment.
+bool RemoveFolder(const std::wstring& folder) {
+  for (int attempt = 0; attempt < 50; ++attempt) {
+    if (attempt != 0) ::Sleep(100);
+    (void)product_platform::filesystem::RemoveDirectoryRecursive(ToSeam(folder));
+    if (::GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) return true;
+  }
+  return false;
+}
+
 HKEY MakeKey() {
   LONG error = DeleteBranch();  // of a run that was ended
   HKEY key = nullptr;
@@ -77,10 +87,7 @@ std::string Scratch::Remove() {
     stays += "the key HKEY_CURRENT_USER\\" + ToUtf8(kScratchKey) + " stays: error " +
              Decimal(static_cast<DWORD>(error)) + "\n";
   }
-  (void)product_platform::filesystem::RemoveDirectoryRecursive(ToSeam(m_folder));
-  if (::GetFileAttributesW(m_folder.c_str()) != INVALID_FILE_ATTRIBUTES) {
-    stays += "the folder " + ToUtf8(m_folder) + " stays\n";
-  }
+  if (!RemoveFolder(m_folder)) stays += "the folder " + ToUtf8(m_folder) + " stays\n";
   m_folder.clear();
   return stays;
 }
