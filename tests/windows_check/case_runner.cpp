@@ -137,7 +137,7 @@ void Tell(Findings& findings, const std::string& program, const Outcomes& outcom
     const bool needsShell = !outcome.passed && outcome.text.find(kNoShell) != std::string::npos;
     if (outcome.passed) {
       ++passed;
-    } else if (outcome.skipped || needsShell) {
+    } else if (needsShell || (outcome.skipped && !ReasonOf(outcome).empty())) {
       ++skipped;
       findings.Skip(program + " " + name, ReasonOf(outcome));
     } else {
@@ -148,7 +148,7 @@ void Tell(Findings& findings, const std::string& program, const Outcomes& outcom
   }
   findings.Judge(program + ", of " + std::to_string(outcomes.size()) + " cases with " +
                      std::to_string(passed) + " passed and " + std::to_string(skipped) +
-                     " skipped: failed",
+                     " skipped, failed",
                  std::to_string(failed), OnBoth("0"));
 }
 

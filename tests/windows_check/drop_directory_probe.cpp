@@ -156,16 +156,16 @@ void CheckDropDirectory(Findings& findings, const Scratch& scratch) {
   findings.Judge("a file is written into the drop directory", YesOrNo(written), OnBoth("yes"));
   const Descriptor descriptor(path);
   const std::vector<Entry> entries = descriptor.Allowed();
-  findings.Judge("drop directory: its own entries", OwnEntries(entries),
+  findings.Judge("drop directory, its own entries", OwnEntries(entries),
                  OnBoth("the local system (full), the user (full)"));
-  findings.Judge("drop directory: the list is protected", YesOrNo(descriptor.IsProtected()),
+  findings.Judge("drop directory, the list is protected", YesOrNo(descriptor.IsProtected()),
                  OnBoth("no"));
-  findings.Judge("drop directory: the parent's entry for everybody is merged in",
+  findings.Judge("drop directory, the parent's entry for everybody is merged in",
                  YesOrNo(HasInherited(entries, L"S-1-1-0")), {{"yes"}, {"no"}});
-  findings.Judge("drop directory: its label", LabelOf(descriptor),
+  findings.Judge("drop directory, its label", LabelOf(descriptor),
                  {{"this process's level, policy 3"}, {"none"}});
-  findings.Note("drop directory: its descriptor", descriptor.Text());
-  if (written) findings.Note("the copy in it: its descriptor", Descriptor(copy).Text());
+  findings.Note("drop directory, its descriptor", descriptor.Text());
+  if (written) findings.Note("the copy in it, its descriptor", Descriptor(copy).Text());
   AppendIcacls(findings, scratch, parent);
   AppendIcacls(findings, scratch, path);
   AppendIcacls(findings, scratch, copy);

@@ -38,12 +38,12 @@ void CheckPackageIn(Findings& findings, const Scratch& scratch, const std::strin
                                            : "the installer wasn't started");
     return;
   }
-  findings.Judge(where + ": the installer reads it", "status " + Decimal(installer.status),
+  findings.Judge(where + ", the installer reads it", "status " + Decimal(installer.status),
                  OnBoth("status 1603"));
   const std::string text = ReadWhole(log);
-  findings.Judge(where + ": the package's own condition is what refuses",
+  findings.Judge(where + ", the package's own condition is what refuses",
                  YesOrNo(Holds(text, "LaunchConditions")), OnBoth("yes"));
-  findings.Judge(where + ": it is the service that reads it", YesOrNo(Holds(text, "MSI (s)")),
+  findings.Judge(where + ", it is the service that reads it", YesOrNo(Holds(text, "MSI (s)")),
                  {{"yes"}, {"no"}});
   (void)::DeleteFileW(package.c_str());
   (void)::DeleteFileW(log.c_str());

@@ -63,13 +63,13 @@ class Verification {
 void CheckPackage(Findings& findings, const std::string& name, const std::wstring& path,
                   const Accepted& status) {
   Verification verification(path);
-  findings.Judge(name + ": verdict", verification.Status(), status);
+  findings.Judge(name + ", verdict", verification.Status(), status);
   // These three are safe for the product, which closes an open one and leaves the others alone.
-  findings.Judge(name + ": the file's handle after the verdict", verification.HandleState(),
+  findings.Judge(name + ", the file's handle after the verdict", verification.HandleState(),
                  {{"null", "invalid", "an open file"}, {"null", "invalid", "an open file"}});
-  findings.Judge(name + ": close of the state", Hexadecimal(verification.Close()),
+  findings.Judge(name + ", close of the state", Hexadecimal(verification.Close()),
                  OnBoth("0x00000000"));
-  findings.Note(name + ": the file's handle after the close", verification.HandleState());
+  findings.Note(name + ", the file's handle after the close", verification.HandleState());
 }
 
 // The product's own stage: it refuses, and nothing holds the file afterwards.
@@ -80,10 +80,10 @@ void CheckStage(Findings& findings, const std::string& name, const std::wstring&
   } catch (const std::exception&) {
     refused = true;
   }
-  findings.Judge(name + ": the product refuses it", YesOrNo(refused), OnBoth("yes"));
+  findings.Judge(name + ", the product refuses it", YesOrNo(refused), OnBoth("yes"));
   const bool deleted = ::DeleteFileW(path.c_str()) != 0 &&
                        ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES;
-  findings.Judge(name + ": it can be deleted behind the refusal", YesOrNo(deleted), OnBoth("yes"));
+  findings.Judge(name + ", it can be deleted behind the refusal", YesOrNo(deleted), OnBoth("yes"));
 }
 
 std::wstring Copy(const std::wstring& folder, const wchar_t* name, const std::string& bytes) {
@@ -118,7 +118,7 @@ void CheckSignatures(Findings& findings, const Scratch& scratch) {
                {{"0x80096010"}, {"0x800B0109"}});
   {
     const Verification verification(longer);
-    findings.Note("package with 512 bytes behind its end: verdict", verification.Status());
+    findings.Note("package with 512 bytes behind its end, verdict", verification.Status());
   }
   const std::wstring missing = folder + L"\\none.msi";
   CheckPackage(findings, "missing package", missing, {{"0x80092003"}, {"0x00000002"}});

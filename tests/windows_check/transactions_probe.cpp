@@ -95,34 +95,34 @@ void SetOutside(const Place& place, const List& list) {
 
 void CheckCommit(Findings& findings, const std::string& group, const Place& place) {
   const Transacted transacted(place);
-  findings.Judge(group + ": a key is opened in a transaction", "error " + Decimal(transacted.error),
+  findings.Judge(group + ", a key is opened in a transaction", "error " + Decimal(transacted.error),
                  {{"error 0"}, {"error 127"}});
   if (transacted.error != 0) {
     findings.Skip(group, "no key can be opened in a transaction here");
     return;
   }
-  findings.Judge(group + ": written", "error " + Decimal(transacted.Write({u"new"})),
+  findings.Judge(group + ", written", "error " + Decimal(transacted.Write({u"new"})),
                  OnBoth("error 0"));
-  findings.Judge(group + ": seen inside before the commit", SeenInside(transacted.Key()),
+  findings.Judge(group + ", seen inside before the commit", SeenInside(transacted.Key()),
                  OnBoth("new"));
-  findings.Judge(group + ": seen outside before the commit", SeenOutside(place), OnBoth("old"));
+  findings.Judge(group + ", seen outside before the commit", SeenOutside(place), OnBoth("old"));
   const Transacted second(place);
-  findings.Note(group + ": a second transaction on the key",
+  findings.Note(group + ", a second transaction on the key",
                 second.error != 0
                     ? "error " + Decimal(second.error) + " at the opening"
                     : "error " + Decimal(second.Write({u"second"})) + " at the writing");
-  findings.Judge(group + ": committed", "error " + Decimal(transacted.Commit()), OnBoth("error 0"));
-  findings.Judge(group + ": seen outside after the commit", SeenOutside(place), OnBoth("new"));
+  findings.Judge(group + ", committed", "error " + Decimal(transacted.Commit()), OnBoth("error 0"));
+  findings.Judge(group + ", seen outside after the commit", SeenOutside(place), OnBoth("new"));
 }
 
 void CheckDropped(Findings& findings, const std::string& group, const Place& place) {
   {
     const Transacted transacted(place);
     if (transacted.error != 0) return;  // told above
-    findings.Judge(group + ": written in a transaction without a commit",
+    findings.Judge(group + ", written in a transaction without a commit",
                    "error " + Decimal(transacted.Write({u"dropped"})), OnBoth("error 0"));
   }
-  findings.Judge(group + ": seen after its close", SeenOutside(place), OnBoth("new"));
+  findings.Judge(group + ", seen after its close", SeenOutside(place), OnBoth("new"));
 }
 
 // The key for as long as the object lives.
@@ -166,7 +166,7 @@ void CheckMachineTransactions(Findings& findings) {
     const MachineKey key;
     CheckTransactions(findings, "SYSTEM", HKEY_LOCAL_MACHINE, kMachineKey);
   }
-  findings.Judge("SYSTEM: the key is removed",
+  findings.Judge("SYSTEM, the key is removed",
                  "error " + Decimal(static_cast<DWORD>(MachineKey::Remove())), OnBoth("error 0"));
 }
 
