@@ -16,7 +16,7 @@ std::wstring MakeFolder() {
   if (::GetTempPathW(MAX_PATH, directory) == 0) {
     throw std::runtime_error("there is no temporary directory");
   }
-  const std::wstring path =
+  std::wstring path =
       directory + (L"zum-windows-check-" + std::to_wstring(::GetCurrentProcessId()));
   if (!::CreateDirectoryW(path.c_str(), nullptr)) {
     throw std::runtime_error("the folder " + ToUtf8(path) + " can't be made: error " +
