@@ -34,13 +34,30 @@ def wine(program, *arguments, given="", cwd=WORK):
         return done.returncode, output.read().decode("utf-8", "replace").replace("\r\n", "\n")
 
 
+BRANCHES = {"software": r"HKLM\SOFTWARE", "system": r"HKLM\SYSTEM", "users": "HKU"}
+# Wine notes the displays when a program first asks for one.
+WINES_OWN = re.compile(r"\[HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\(Control\\(Video|Class)|Enum)\\", re.IGNORECASE)
+CANARY = r"HKLM\SOFTWARE\ZumContract"
+
+
+def reg(*words):
+    """As the 64-bit view has it, of which the other is a part."""
+    status, printed = wine("reg", *words, "/reg:64")
+    if status != 0:
+        raise RuntimeError(f"reg {words} ended with {status}: {printed}")
+
+
 def registry():
-    """All keys and values of the machine, as lines; without the system's own notes of what ran."""
-    file = WORK / "registry.reg"
-    for branch in ("HKEY_LOCAL_MACHINE", "HKEY_USERS"):
-        wine("regedit", "/E", f"Z:{file}.{branch}", branch)
-    return [line for branch in ("HKEY_LOCAL_MACHINE", "HKEY_USERS")
-            for line in pathlib.Path(f"{file}.{branch}").read_text(encoding="utf-16").splitlines()]
+    """All keys of the machine and of its users, and their values, each with its key; only what Wine itself notes on the
+    way is left out."""
+    found = set()
+    for name, branch in BRANCHES.items():
+        key, file = "", WORK / f"{name}.reg"
+        reg("export", branch, f"Z:{file}", "/y")
+        for line in file.read_text(encoding="utf-16").splitlines():
+            key = line if line.startswith("[") else key
+            found.add((key, line))
+    return {entry for entry in found if not WINES_OWN.match(entry[0])}
 
 
 def drive():
@@ -97,16 +114,20 @@ class UnderWine(unittest.TestCase):
 
     def changes_of(self, action):
         """What it returned, and what became another on the machine."""
-        drive_before, registry_before = drive(), set(registry())
+        drive_before, registry_before = drive(), registry()
         returned = action()
-        drive_after, registry_after = drive(), set(registry())
+        drive_after, registry_after = drive(), registry()
         return returned, sorted({path for path in drive_before.keys() | drive_after.keys()
                                  if drive_before.get(path, 0) != drive_after.get(path, 0)}), \
             sorted(registry_before ^ registry_after)
 
     def testTouchesNothingWithoutLeave(self):
+        # What the suites use in the machine's registry elsewhere, and begin by deleting.
+        reg("add", CANARY, "/v", "there", "/d", "x", "/f")
+        self.addCleanup(reg, "delete", CANARY, "/f")
         (status, screen, result), files, keys = self.changes_of(lambda: self.checks(["no", "", "n"]))
         self.assertEqual((files, keys), ([], []))
+        self.assertIn((r"[HKEY_LOCAL_MACHINE\SOFTWARE\ZumContract]", '"there"="x"'), registry())
         self.assertEqual(status, 0, result)
         self.assertIn("system:  Wine 8.0", result)
         self.assertIn("answers: those listed for Wine 8 are right\n", result)
