@@ -17,6 +17,12 @@ add_custom_target(zum_package_documents
   COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/packaging/documents.py ${form} ${PROJECT_VERSION} ${documents}
   VERBATIM)
 
+if(WIN32)
+  add_custom_target(zum_check_documents
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/packaging/documents.py check ${PROJECT_VERSION} ${documents}-check
+    VERBATIM)
+endif()
+
 # The modes of folders don't depend on who builds.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -24,6 +30,8 @@ if(WIN32)
   install(TARGETS zum_setup_util zum_rehearse RUNTIME DESTINATION . COMPONENT programs)
   install(DIRECTORY ${documents}/ DESTINATION . COMPONENT documents)
   install(FILES $<TARGET_FILE:zum_setup_util>.debug $<TARGET_FILE:zum_rehearse>.debug DESTINATION . COMPONENT symbols)
+  # The programs of this package come with tests/windows_check.
+  install(DIRECTORY ${documents}-check/ DESTINATION . COMPONENT check)
   return()
 endif()
 

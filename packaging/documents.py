@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Makes the documents of a package.
 
-    documents.py win32|debian VERSION FOLDER
+    documents.py win32|check|debian VERSION FOLDER
 
 FOLDER is made anew. SOURCE_DATE_EPOCH must be set. The guides are made by pandoc from docs/.
 """
@@ -20,6 +20,7 @@ from pieces import (COMPONENTS, HERE, IDENTITY, PROJECT, changes_of, debian_copy
 
 # The guides of the packages; links between them are kept.
 GUIDES = {"operator": "zum_setup_util: from the symptom to the remedy", "rehearsal": "zum_rehearse: the rehearsal"}
+CHECK_GUIDE = {"windows-check": "Checking a real Windows machine"}
 SCHEMA = "rehearsal.schema.json"
 HEADERS_OF_BOTH_WORLDS = {"CLI11": "libcli11-dev", "nlohmann-json": "nlohmann-json3-dev"}
 
@@ -38,7 +39,7 @@ def page(guide, packaged):
     """A page that stands alone: its style is inside, and it asks for nothing."""
     style = (HERE / "page.css").read_text(encoding="utf-8")
     body = pandoc(PROJECT / f"docs/{guide}.md", "--to", "html5", *linked(packaged, ".html"))
-    return (f'<!DOCTYPE html>\n<html lang="en">\n<head>\n<meta charset="utf-8">\n<title>{GUIDES[guide]}</title>\n'
+    return (f'<!DOCTYPE html>\n<html lang="en">\n<head>\n<meta charset="utf-8">\n<title>{(GUIDES | CHECK_GUIDE)[guide]}</title>\n'
             f"<style>\n{style}</style>\n</head>\n<body>\n{body}</body>\n</html>\n")
 
 
@@ -69,6 +70,14 @@ def make_win32(version, folder):
     write_dos_text(folder / "CHANGELOG.txt", plain(PROJECT / "CHANGELOG.md"))
     write_dos_text(folder / "LICENCE.txt", (HERE / "licence.txt").read_text(encoding="utf-8"))
     write_dos_text(folder / "THIRD-PARTY.txt", third_party_licences())
+
+
+def make_check(_, folder):
+    for guide in CHECK_GUIDE:
+        (folder / f"{guide}.html").write_text(page(guide, f"{guide}.md"), encoding="utf-8")
+        write_dos_text(folder / f"{guide}.txt", plain(PROJECT / f"docs/{guide}.md", f"{guide}.md"))
+    starter = PROJECT / "tests/windows_check/run-checks.cmd"
+    write_dos_text(folder / starter.name, starter.read_text(encoding="ascii"))
 
 
 def write_compressed(file, text):
@@ -111,14 +120,17 @@ def make_debian(version, folder):
     write_compressed(folder / "zum_rehearse.1.gz", manual)
 
 
+MAKERS = {"win32": make_win32, "check": make_check, "debian": make_debian}
+
+
 def main():
-    if len(sys.argv) != 4 or sys.argv[1] not in ("win32", "debian"):
+    if len(sys.argv) != 4 or sys.argv[1] not in MAKERS:
         print(__doc__, file=sys.stderr)
         return 2
     folder = pathlib.Path(sys.argv[3])
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
-    {"win32": make_win32, "debian": make_debian}[sys.argv[1]](sys.argv[2], folder)
+    MAKERS[sys.argv[1]](sys.argv[2], folder)
     return 0
 
 

@@ -45,7 +45,8 @@ case "${1:-product}" in
         ;;
     windows)
         needs windows
-        find winapi/win32 zum_rehearse/windows tests/support/win32 tests/e2e/helpers -name '*.cpp' >"$list"
+        find winapi/win32 zum_rehearse/windows tests/support/win32 tests/e2e/helpers tests/windows_check -name '*.cpp' \
+            -not -path 'tests/windows_check/findings*' >"$list"
         # Clang takes the target from these, since it doesn't know the compiler's name.
         library=$(dirname "$(i686-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
         lint windows "$list" --extra-arg-before=--target=i686-w64-mingw32 \
@@ -53,7 +54,9 @@ case "${1:-product}" in
         ;;
     tests)
         needs native-clang
-        find tests -name '*.cpp' -not -path '*/win32/*' -not -path 'tests/e2e/helpers/*' >"$list"
+        find tests -name '*.cpp' -not -path '*/win32/*' -not -path 'tests/e2e/helpers/*' \
+            -not -path 'tests/windows_check/*' >"$list"
+        find tests/windows_check -name 'findings*.cpp' >>"$list"
         lint native-clang "$list"
         ;;
     --self-test) self_test ;;

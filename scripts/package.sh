@@ -3,6 +3,7 @@
 #
 #   scripts/package.sh                            all of them, in dist/
 #   scripts/package.sh win32                      the Windows programs, and their symbols
+#   scripts/package.sh check                      the checks for an owner of a Windows machine
 #   scripts/package.sh debian                     the Debian package of zum_rehearse
 #
 #   --sign CERT KEY    signs the Windows programs: PEM files, the certificate first, those that it hangs on behind it
@@ -16,14 +17,14 @@ set -eu
 . "$project/scripts/lib/packages.sh"
 
 usage() {
-    printf 'usage: scripts/package.sh [win32|debian] [--sign CERT KEY [--timestamp URL]] [--output DIR]\n' >&2
+    printf 'usage: scripts/package.sh [win32|check|debian] [--sign CERT KEY [--timestamp URL]] [--output DIR]\n' >&2
     exit 2
 }
 
 what=all certificate='' key='' timestamp='' output=dist
 while [ $# -gt 0 ]; do
     case "$#:$1" in
-        *:win32 | *:debian) [ "$what" = all ] || usage; what=$1; shift ;;
+        *:win32 | *:check | *:debian) [ "$what" = all ] || usage; what=$1; shift ;;
         1:* | 2:--sign) usage ;;
         *:--sign)
             certificate=$(realpath -e -- "$2") || usage
@@ -63,8 +64,20 @@ package_win32() {
     stage=$(stage_anew "$name-symbols")
     cmake --install "$build" --component symbols --prefix "$stage" >/dev/null
     make_zip "$name-symbols"
+}
 
-    # The programs for checks on a Windows machine belong here: stage_anew "$name-check", what goes in, make_zip.
+# The test programs that may run on a real machine, and what asks for leave and runs them:
+# zum_setup_util-VERSION-win32-check.zip.
+package_check() {
+    local build="$project/build/windows" name="zum_setup_util-$version-win32-check" stage
+    step "The checks for a Windows machine"
+    configure_and_build windows zum_check_programs zum_check_documents || exit 1
+    stage=$(stage_anew "$name")
+    cmake --install "$build" --component check --prefix "$stage" >/dev/null
+    if [ -n "$certificate" ]; then sign_programs "$stage"; fi
+    python3 tests/windows_check/check_list.py "$stage"
+    (cd "$stage" && list_files | xargs -d '\n' sha256sum >../SHA256SUMS && mv ../SHA256SUMS .)
+    make_zip "$name"
 }
 
 # The native program of the rehearsal: zum-rehearse_VERSION_amd64.deb.
@@ -83,13 +96,14 @@ step "Tools"
 # shellcheck disable=SC2086 # the lists are words
 case "$what" in
     all) install_packages $packages_native $packages_windows $packages_packaging ${certificate:+osslsigncode} ;;
-    win32) install_packages $packages_windows $packages_packaging ${certificate:+osslsigncode} ;;
+    win32 | check) install_packages $packages_windows $packages_packaging ${certificate:+osslsigncode} ;;
     debian) install_packages $packages_native $packages_packaging ;;
 esac
 note "version $version, commit ${ZUM_SOURCE_COMMIT:-not known}, time $(date -u -d "@$SOURCE_DATE_EPOCH" '+%Y-%m-%d %H:%M:%S')"
 case "$what" in
-    all) package_win32; package_debian ;;
+    all) package_win32; package_check; package_debian ;;
     win32) package_win32 ;;
+    check) package_check ;;
     debian) package_debian ;;
 esac
 

@@ -146,7 +146,8 @@ packages_for_users() {
     expected+=("$file" "$cases")
     rm -rf "$packages_made"
     check "$file" packages-are-made scripts/package.sh --output "$packages_made"
-    configure_and_build windows zum_e2e_runexit zum_e2e_regdump zum_e2e_regload zum_e2e_trustroot zum_e2e_verifytrust
+    configure_and_build windows zum_e2e_runexit zum_e2e_regdump zum_e2e_regload zum_e2e_trustroot zum_e2e_verifytrust \
+        runner_probe
     wine_begin || bad "the Wine prefix can't be made"
     trap wine_end EXIT
     if ! ZUM_DIST="$packages_made" /usr/bin/python3 tests/packaging/run_tests.py --results "$cases" >"$log" 2>&1 </dev/null; then

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tests/contract/difference.h"
+#include "tests/support/program.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/child_process.h"
 #include "winapi/errors.h"
@@ -15,7 +16,7 @@ namespace {
 class CreateProcessContract : public ::testing::Test {
  protected:
   CreateProcessContract() {
-    std::filesystem::copy_file(LAUNCH_PROBE, m_folder.Path() / "probe.exe");
+    std::filesystem::copy_file(tests::BuiltProgram(LAUNCH_PROBE), m_folder.Path() / "probe.exe");
     std::ofstream(m_folder.Path() / "text.exe", std::ios::binary) << "no program at all\n";
     std::filesystem::create_directory(m_folder.Path() / "folder.exe");
   }

@@ -23,7 +23,8 @@ os.environ |= {"ZUM_WORLD": "windows", "ZUM_PROGRAM": str(PROJECT / "build/windo
 for _folder in ("tests/packaging", "tests/e2e", "tests/zum_setup_util"):
     sys.path.append(str(PROJECT / _folder))
 
-MODULES = ["test_bill", "test_debian", "test_settling", "test_signing", "test_win32"]
+MODULES = ["test_bill", "test_debian", "test_settling", "test_signing", "test_win32",
+           "test_windows_check"]
 
 
 class Results(unittest.TextTestResult):

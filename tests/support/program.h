@@ -3,9 +3,13 @@
 #define TESTS_SUPPORT_PROGRAM_H_
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 
 namespace tests {
+
+// The program in `file`: under Windows a name without a folder is one beside the running program.
+[[nodiscard]] std::filesystem::path BuiltProgram(const std::string& file);
 
 struct ProgramOutcome {
   // Under Windows the 32-bit exit status; natively its low 8 bits, or 0x100 and the signal's

@@ -32,6 +32,12 @@ std::string ReadToEnd(HANDLE pipe) {
 
 }  // namespace
 
+std::filesystem::path BuiltProgram(const std::string& file) {
+  std::wstring running(32768, L'\0');
+  running.resize(::GetModuleFileNameW(nullptr, running.data(), static_cast<DWORD>(running.size())));
+  return std::filesystem::path(running).replace_filename(file);
+}
+
 ProgramOutcome RunProgram(const std::string& file, const std::u16string& commandLine) {
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
   HANDLE readEnd = nullptr;
