@@ -44,6 +44,7 @@ class FailedCall {
 template <std::size_t N>
 struct Literal {
   // Implicit, so that a literal can be the template's argument.
+  // NOLINTNEXTLINE(google-explicit-constructor)
   consteval Literal(const char (&literal)[N]) { std::copy_n(literal, N, text); }
   char text[N] = {};
 };
