@@ -137,8 +137,8 @@ int main(int count, char** arguments) {
     (void)std::fputs("another run of these checks isn't over yet\n", stderr);
     return 2;
   }
-  // Some cases let a program crash on purpose: without a dialog and without a report that stays. The
-  // programs that are started inherit this.
+  // Some cases let a program crash on purpose: without a dialog and without a report that stays.
+  // The programs that are started inherit this.
   ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
   // The product's reported checks go on behind their report, as in the program.
   (void)winapi::AddVectoredExceptionHandler(/*first=*/1, oru::AssertionHandler);
