@@ -20,7 +20,7 @@ sys.dont_write_bytecode = True
 INSTALLER = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-18\\Products"
 CLASSES = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes\\Installer\\Products"
 EXPORTS = 200
-PRODUCTS = 760  # make 1 MB
+PRODUCTS = 1000  # make 1 MB
 
 
 def product(number, marked):
