@@ -50,10 +50,9 @@ const std::vector<std::u16string> kSilentForms = {u"/qn", u"/q",     u"/quiet", 
                                                   u"/Q",  u"/Quiet", u"/qN"};
 
 bool IsAllowed(const std::u16string& argument) {
-  for (const std::u16string& entry : kAllowed) {
-    if (argument.compare(0, entry.size(), entry) == 0) return true;
-  }
-  return false;
+  return std::ranges::any_of(kAllowed, [&argument](const std::u16string& entry) {
+    return argument.compare(0, entry.size(), entry) == 0;
+  });
 }
 
 std::u16string OtherCase(std::u16string text) {

@@ -19,7 +19,6 @@
 
 using correct_setup::detail::CreateProcessAndWait;
 using correct_setup::detail::GetMsiexecPath;
-using correct_setup::detail::LaunchMsiPackage;
 using correct_setup::detail::MakeVector;
 using tests::InstalledTracer;
 
@@ -98,7 +97,7 @@ TEST_F(InstallerLaunch, RealInstallerRefusesAMissingPackage) {
   const std::u16string line = u"/norestart /i " + WindowsFolder() + u"\\none.msi /qn";
   const std::uint32_t code = tests::RunProgram("C:\\windows\\system32\\msiexec.exe", line).status;
   EXPECT_NE(code, 0u);
-  EXPECT_EQ(LaunchMsiPackage(line), code);
+  EXPECT_EQ(correct_setup::detail::LaunchMsiPackage(line), code);
   EXPECT_EQ(Records().at(1).second,
             kPrefix + "application name = C:\\windows\\system32\\msiexec.exe; arguments = '" +
                 std::string(line.begin(), line.end()) + "'");

@@ -136,7 +136,7 @@ TEST(TryExecuteWithRepeat, ExceptionIsGoneBeforeTheRepeatIsTold) {
   std::vector<std::string> events;
   const auto note = [&events](const char* event) {
     return [&events, event](char**) {
-      events.push_back(event);
+      events.emplace_back(event);
       return oru::sOk;
     };
   };
@@ -144,7 +144,7 @@ TEST(TryExecuteWithRepeat, ExceptionIsGoneBeforeTheRepeatIsTold) {
   tracer->Script(RecordingTracer::Call::kCommit, note("repeat told"));
   bool failed = false;
   const auto action = [&] {
-    events.push_back("run");
+    events.emplace_back("run");
     if (!std::exchange(failed, true)) throw Observed(&events);
   };
   TryExecuteWithRepeat(action, 1, Milliseconds(0));

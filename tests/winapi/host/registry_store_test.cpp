@@ -259,7 +259,7 @@ TEST_F(HostRegistryStore, AFileBehindALinkIsWrittenThere) {
   EXPECT_TRUE(fs::is_symlink(File()));
   EXPECT_TRUE(fs::is_symlink(elsewhere / "second.reg"));
   EXPECT_FALSE(fs::is_symlink(elsewhere / "machine.reg"));
-  EXPECT_NE(Content(elsewhere / "machine.reg").find("a"), std::string::npos);
+  EXPECT_NE(Content(elsewhere / "machine.reg").find('a'), std::string::npos);
   EXPECT_EQ(Run({"get", "a"}), "1\n");
   EXPECT_FALSE(fs::exists(elsewhere / "machine.reg.new"));
 }
