@@ -8,11 +8,9 @@
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 
-# needs PRESET [OPTION ...]: a configured build, whose compile commands are used.
+# needs PRESET: a configured build, whose compile commands are used.
 needs() {
-    local preset=$1
-    shift
-    [ -e "build/$preset/compile_commands.json" ] || cmake --preset "$preset" "$@" >/dev/null || die "configuring failed"
+    [ -e "build/$1/compile_commands.json" ] || cmake --preset "$1" >/dev/null || die "configuring failed"
 }
 
 # lint BUILD LIST [ARGUMENT ...]: LIST has a file a line. Nothing to look at is a mistake of this script.
@@ -24,14 +22,13 @@ lint() {
 }
 
 self_test() {
-    local folder=$work
-    cp .clang-tidy "$folder"
-    printf '#include <string>\nint Planted(std::string text);\nint Planted(std::string text) { std::string moved = std::move(text); return static_cast<int>(text.size() + moved.size()); }\n' >"$folder/planted.cpp"
-    if clang-tidy-14 --quiet "$folder/planted.cpp" -- -std=c++20 >"$folder/out" 2>&1; then
-        cat "$folder/out"
+    cp .clang-tidy "$work"
+    printf '#include <string>\nint Planted(std::string text);\nint Planted(std::string text) { std::string moved = std::move(text); return static_cast<int>(text.size() + moved.size()); }\n' >"$work/planted.cpp"
+    if clang-tidy-14 --quiet "$work/planted.cpp" -- -std=c++20 >"$work/out" 2>&1; then
+        cat "$work/out"
         die "the planted offence was not found"
     fi
-    grep -q bugprone-use-after-move "$folder/out" || die "the planted offence was not found"
+    grep -q bugprone-use-after-move "$work/out" || die "the planted offence was not found"
 }
 
 work=$(mktemp -d) && trap 'rm -rf "$work"' EXIT

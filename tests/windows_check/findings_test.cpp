@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace {
 
 using windows_check::Accepted;
@@ -12,13 +10,11 @@ using windows_check::OnBoth;
 
 const Accepted kTwoAnswers{{"right", "right too"}, {"Wine's"}};
 
-std::string LinesOf(const Findings& findings) { return findings.Text(); }
-
 TEST(Findings, OnWindowsOnlyItsAnswersCount) {
   Findings findings(/*underWine=*/false);
   findings.Judge("a", "right too", kTwoAnswers);
   findings.Judge("b", "Wine's", kTwoAnswers);
-  EXPECT_EQ(LinesOf(findings),
+  EXPECT_EQ(findings.Text(),
             "ok       a: right too   [Windows: right or right too]\n"
             "DIFFERS  b: Wine's   [Windows: right or right too]\n");
   EXPECT_EQ(findings.Differing(), 1);
@@ -28,7 +24,7 @@ TEST(Findings, UnderWineOnlyItsAnswersCount) {
   Findings findings(/*underWine=*/true);
   findings.Judge("a", "right", kTwoAnswers);
   findings.Judge("b", "Wine's", kTwoAnswers);
-  EXPECT_EQ(LinesOf(findings),
+  EXPECT_EQ(findings.Text(),
             "DIFFERS  a: right   [Wine: Wine's; Windows: right or right too]\n"
             "ok       b: Wine's   [Wine: Wine's; Windows: right or right too]\n");
   EXPECT_EQ(findings.Differing(), 1);
@@ -59,7 +55,7 @@ TEST(Findings, CountsEachKindOfLine) {
   findings.Fail("e", "no such file");
   findings.Append("printed", "text");
   EXPECT_EQ(findings.Summary(), "1 ok, 1 differ, 1 noted, 2 skipped");
-  EXPECT_EQ(LinesOf(findings),
+  EXPECT_EQ(findings.Text(),
             "\n== Things\n"
             "ok       a: x   [Windows: x]\n"
             "noted    b: y\n"

@@ -11,18 +11,21 @@
 namespace windows_check {
 namespace {
 
-std::wstring MakeFolder() {
-  wchar_t directory[MAX_PATH + 1] = {};
-  if (::GetTempPathW(MAX_PATH, directory) == 0) {
-    throw std::runtime_error("there is no temporary directory");
-  }
-  std::wstring path =
-      directory + (L"zum-windows-check-" + std::to_wstring(::GetCurrentProcessId()));
+std::wstring CreateFolder(std::wstring path) {
   if (!::CreateDirectoryW(path.c_str(), nullptr)) {
     throw std::runtime_error("the folder " + ToUtf8(path) + " can't be made: error " +
                              Decimal(::GetLastError()));
   }
   return path;
+}
+
+std::wstring MakeFolder() {
+  wchar_t directory[MAX_PATH + 1] = {};
+  if (::GetTempPathW(MAX_PATH, directory) == 0) {
+    throw std::runtime_error("there is no temporary directory");
+  }
+  return CreateFolder(directory +
+                      (L"zum-windows-check-" + std::to_wstring(::GetCurrentProcessId())));
 }
 
 LONG DeleteBranch() {
@@ -70,12 +73,7 @@ Scratch::Scratch() : m_folder(MakeFolder()) {
 }
 
 std::wstring Scratch::NewFolder(const std::wstring& name) const {
-  std::wstring path = m_folder + L"\\" + name;
-  if (!::CreateDirectoryW(path.c_str(), nullptr)) {
-    throw std::runtime_error("the folder " + ToUtf8(path) + " can't be made: error " +
-                             Decimal(::GetLastError()));
-  }
-  return path;
+  return CreateFolder(m_folder + L"\\" + name);
 }
 
 // Links in the folder are removed and not followed.

@@ -5,9 +5,10 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
+
+#include "tests/support/text.h"
 
 namespace windows_check {
 
@@ -35,9 +36,7 @@ namespace windows_check {
 [[nodiscard]] inline std::string Decimal(std::uint32_t number) { return std::to_string(number); }
 
 [[nodiscard]] inline std::string Hexadecimal(std::uint32_t number) {
-  char text[11];
-  (void)std::snprintf(text, sizeof(text), "0x%08X", static_cast<unsigned>(number));
-  return text;
+  return "0x" + tests::Hexadecimal(number);
 }
 
 [[nodiscard]] inline std::string YesOrNo(bool answer) { return answer ? "yes" : "no"; }
