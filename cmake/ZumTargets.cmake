@@ -156,11 +156,18 @@ function(zum_benchmark name)
 endfunction()
 
 # zum_shipped_program(NAME)
-# A Windows program that is given out. Its symbols go into a file of their own beside it; both tools put the time
-# into what they write, so the time is fixed. What the linker took is listed in NAME.exe.map, for the bill of
-# materials.
+# A Windows program that is given out. NAME.rc has its version resource and its manifest, which is made of
+# NAME.manifest.in. Its symbols go into a file of their own beside it; both tools put the time into what they write,
+# so the time is fixed. What the linker took is listed in NAME.exe.map, for the bill of materials.
 function(zum_shipped_program name)
-  target_link_options(${name} PRIVATE -Wl,-Map=$<TARGET_FILE:${name}>.map)
+  target_sources(${name} PRIVATE ${name}.rc)
+  set(numbers "${PROJECT_VERSION_MAJOR},${PROJECT_VERSION_MINOR},${PROJECT_VERSION_PATCH},0")
+  configure_file(${name}.manifest.in ${name}.manifest @ONLY)
+  set_source_files_properties(${name}.rc PROPERTIES
+    COMPILE_DEFINITIONS "ZUM_VERSION=${PROJECT_VERSION};ZUM_VERSION_NUMBERS=${numbers}"
+    OBJECT_DEPENDS "${CMAKE_CURRENT_BINARY_DIR}/${name}.manifest"
+    INCLUDE_DIRECTORIES "${CMAKE_CURRENT_BINARY_DIR}")
+  target_link_options(${name} PRIVATE -Wl,--gc-sections -Wl,-Map=$<TARGET_FILE:${name}>.map)
   add_custom_command(TARGET ${name} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0
             ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${name}> $<TARGET_FILE:${name}>.debug

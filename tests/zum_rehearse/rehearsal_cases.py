@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 
@@ -103,3 +104,16 @@ class RehearsalCase(MachineCase):
 def unescaped_controls(text):
     """The control characters of a text that a terminal would act on, but line ends."""
     return re.findall("[\x00-\x09\x0b-\x1f\x7f-\x9f\u200b-\u200f\u2028-\u202e\u2060-\u206f\ufeff]", text)
+
+
+class UnpackedCase(RehearsalCase):
+    """Under Wine: both programs in a package's folder, and the folder that they write to, which goes afterwards."""
+
+    def setUp(self):
+        super().setUp()
+        self.zum = self.machine.drive_c / "windows/zum"
+        self.addCleanup(shutil.rmtree, self.zum, ignore_errors=True)
+        self.package = self.machine.folder / "a package's folder"
+        self.package.mkdir()
+        for program in (PROGRAM, self.machine.program):
+            shutil.copy(program, self.package)

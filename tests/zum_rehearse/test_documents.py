@@ -2,14 +2,13 @@
 
 import os
 import re
-import shutil
 import subprocess
 import textwrap
 
 import registry_rule
 from products import key_name, product
 from registry_rule import SZ, sz
-from rehearsal_cases import PROGRAM, PROJECT, SCHEMA, RehearsalCase, only_on
+from rehearsal_cases import PROJECT, SCHEMA, RehearsalCase, UnpackedCase, only_on
 
 README = (PROJECT / "README.md").read_text(encoding="utf-8")
 OPERATOR = (PROJECT / "docs/operator.md").read_text(encoding="utf-8")
@@ -99,17 +98,8 @@ class Documents(RehearsalCase):
 
 
 @only_on("windows")
-class OperatorsCommands(RehearsalCase):
+class OperatorsCommands(UnpackedCase):
     """Those of docs/operator.md, from the rehearsal to the undo, run by the command prompt in the order of the page."""
-
-    def setUp(self):
-        super().setUp()
-        self.zum = self.machine.drive_c / "windows/zum"
-        self.addCleanup(shutil.rmtree, self.zum, ignore_errors=True)
-        self.package = self.machine.folder / "package"
-        self.package.mkdir()
-        for program in (PROGRAM, self.machine.program):
-            shutil.copy(program, self.package)
 
     def prompt(self, commands):
         """The lines that the commands print."""

@@ -6,7 +6,7 @@ import shutil
 import registry_rule
 from products import MARKED_NAME, ORDINARY, ORDINARY_NAME, key_name, product
 from registry_rule import SZ, sz
-from rehearsal_cases import PROGRAM, PROJECT, RehearsalCase, only_on
+from rehearsal_cases import PROJECT, UnpackedCase, only_on
 
 SCRIPT = PROJECT / "deploy/configuration-manager/repair.cmd"
 KEPT = ["installer-1.reg", "installer-2.reg", "output.txt", "undo.reg"]
@@ -17,15 +17,10 @@ def marked(path):
 
 
 @only_on("windows")
-class RepairScript(RehearsalCase):
+class RepairScript(UnpackedCase):
     def setUp(self):
         super().setUp()
-        self.zum = self.machine.drive_c / "windows/zum"
-        self.addCleanup(shutil.rmtree, self.zum, ignore_errors=True)
-        self.source = self.machine.folder / "a package's folder"
-        self.source.mkdir()
-        for file in (SCRIPT, PROGRAM, self.machine.program):
-            shutil.copy(file, self.source)
+        shutil.copy(SCRIPT, self.package)
 
     def repair(self, branch):
         """Status, and the branch before."""
@@ -35,7 +30,7 @@ class RepairScript(RehearsalCase):
 
     def run_script(self):
         """By the 32-bit prompt, as from a 32-bit client."""
-        script = self.machine.windows_path(self.source / "repair.cmd")
+        script = self.machine.windows_path(self.package / "repair.cmd")
         outcome = self.machine.run(f'cmd.exe /c ""{script}""', program="C:\\windows\\syswow64\\cmd.exe")
         self.assertEqual(outcome.output, b"")
         return outcome.status
@@ -90,7 +85,7 @@ class RepairScript(RehearsalCase):
         self.assertEqual([name for name in self.kept(2) if name in KEPT], KEPT)
 
     def test_ends_with_1_without_the_tool(self):
-        (self.source / self.machine.program.name).unlink()
+        (self.package / self.machine.program.name).unlink()
         status, before = self.repair(marked("C:\\windows\\zum\\zum_rehearse.exe"))
         self.assertEqual(status, 1)
         self.check_branch(self.machine.dump(), before)
