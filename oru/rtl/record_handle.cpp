@@ -14,11 +14,15 @@ constexpr std::uint32_t kGrowLevel = 1000;
 }  // namespace
 
 bool RecordHandle::Open(ITracer* tracer, std::uint32_t level) {
+  const LastErrorKeeper keeper;
+  return OpenUnkept(tracer, level);
+}
+
+bool RecordHandle::OpenUnkept(ITracer* tracer, std::uint32_t level) {
   // An area that is still open is lost here: the interface has nothing to give one up by.
   m_text = nullptr;
   m_tracer = tracer;
   if (tracer == nullptr) return false;
-  const LastErrorKeeper keeper;
   char* text = nullptr;
   // Exactly sOk: other successes don't open a record.
   if (tracer->ReserveRecord(level, &text, InitialCapacity) == sOk) m_text = text;

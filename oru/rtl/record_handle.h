@@ -16,6 +16,8 @@ class RecordHandle {
  public:
   // True when the record is open, with an area of InitialCapacity bytes. A null tracer gives false.
   bool Open(ITracer* tracer, std::uint32_t level);
+  // The same for a caller who keeps the thread's last error himself: the tracer may change it.
+  bool OpenUnkept(ITracer* tracer, std::uint32_t level);
   // `newCapacity` in bytes, at least InitialCapacity, which is checked. errOutOfMemory also when
   // the tracer says yes and gives no area, and when the record isn't open.
   [[nodiscard]] ResultCode Grow(std::uint32_t newCapacity);

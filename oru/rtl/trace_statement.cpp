@@ -18,7 +18,7 @@ ITracer* TracerOf(TracerSource source) noexcept {
 // A refused record costs one call of the tracer, and no argument is evaluated.
 bool OpenRecord(RecordHandle& record, ITracer* tracer, std::uint32_t level) noexcept {
   try {
-    return record.Open(tracer, level);
+    return record.OpenUnkept(tracer, level);
   } catch (...) {
     return false;
   }
@@ -41,27 +41,32 @@ void CommitRecord(TraceStream& stream) noexcept {
   }
 }
 
-}  // namespace
-
-namespace detail {
-
-void WriteTraceRecord(ITracer* tracer, std::uint32_t level, RecordInserter insert,
-                      void* context) noexcept {
-  const LastErrorKeeper keeper;
+void WriteRecord(const LastErrorKeeper& keeper, ITracer* tracer, std::uint32_t level,
+                 detail::RecordInserter insert, void* context) noexcept {
   RecordHandle record;
   if (!OpenRecord(record, tracer, level)) return;
+  keeper.Restore();
   TraceStream stream(record);
   RunInserter(insert, context, stream);
   CommitRecord(stream);
 }
 
+}  // namespace
+
+namespace detail {
+
+// The last error is asked for once and given back at the end; an argument that is evaluated sees it
+// too, whatever the first use of the tracer, or the opening, has cost.
 void WriteTraceRecord(TracerSource source, std::uint32_t level, RecordInserter insert,
                       void* context) noexcept {
   const LastErrorKeeper keeper;
-  ITracer* const tracer = TracerOf(source);
-  // Making the first tracer may have cost the last error, which an argument may want to show.
-  keeper.Restore();
-  WriteTraceRecord(tracer, level, insert, context);
+  WriteRecord(keeper, TracerOf(source), level, insert, context);
+}
+
+void WriteTraceRecord(ITracer* tracer, std::uint32_t level, RecordInserter insert,
+                      void* context) noexcept {
+  const LastErrorKeeper keeper;
+  WriteRecord(keeper, tracer, level, insert, context);
 }
 
 }  // namespace detail

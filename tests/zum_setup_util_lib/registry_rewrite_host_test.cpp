@@ -100,6 +100,28 @@ TEST_F(RewriteOnHost, CallsOfOneProductInTheirOrder) {
           "RegDeleteValueW PackageNameNotExist", "RegCloseKey", "RegCloseKey"}));
 }
 
+// Untraced: a refused record asks for the last error once and gives it back once; the holders of
+// keys do neither, since no call of the registry touches it.
+TEST_F(RewriteOnHost, LastErrorIsMovedTwiceForTwoRecordsThatAreRefused) {
+  standalone::trace::TracerHolder::Instance().Install(standalone::trace::CreateEmptyTracer());
+  const auto callsOfARun = [](const std::string& operation) {
+    host::StartCallLog();
+    host::ClearCallLog();
+    Run();
+    return host::CallsOf(operation).size();
+  };
+  const std::size_t asked = callsOfARun("GetLastError");
+  const std::size_t given = callsOfARun("SetLastError");
+  SetLocal(u"A", FixedName());
+  SetSource(u"A", FixedName());
+  EXPECT_EQ(callsOfARun("GetLastError"), asked) << "a product without marks has no record";
+  EXPECT_EQ(callsOfARun("SetLastError"), given) << "a product without marks has no record";
+  MarkProduct(u"B");
+  EXPECT_EQ(callsOfARun("GetLastError"), asked + 2);
+  MarkProduct(u"B");
+  EXPECT_EQ(callsOfARun("SetLastError"), given + 2);
+}
+
 TEST_F(RewriteOnHost, PathsAreThoseOfTheTwoBranches) {
   MarkProduct(u"A");
   host::StartCallLog();

@@ -1,6 +1,7 @@
 #include "platform/util/windows/unique_handle.h"
 
 #include "oru/rtl/error_mapping.h"
+#include "oru/rtl/last_error_keeper.h"
 #include "winapi/errors.h"
 #include "winapi/handles.h"
 #include "winapi/registry.h"
@@ -9,12 +10,13 @@ namespace windows_helpers {
 
 oru::ResultCode RegKeyTraits::Close(winapi::Key h) noexcept {
   ORU_CHECK(IsValid(h));
-  // The error is the result itself; the last error isn't set by the registry's functions.
+  // The error is the result itself; the registry's functions leave the last error alone.
   return oru::Win32ErrorToResult(winapi::RegCloseKey(h));
 }
 
 // A last error of 0 gives sOk here, for a close that failed: settled so.
 oru::ResultCode KernelHandleTraits::Close(winapi::Handle h) noexcept {
+  const oru::LastErrorKeeper keeper;
   ORU_CHECK(BaseType::IsValid(h));
   if (winapi::CloseHandle(h) != 0) return oru::sOk;
   return oru::Win32ErrorToResult(winapi::GetLastError());

@@ -10,7 +10,8 @@
 namespace windows_helpers {
 
 // Owns one handle and closes it at its end; null is none. INVALID_HANDLE_VALUE counts as a handle,
-// so a holder is to be filled only after a success. Traits gives HandleType, IsValid and Close.
+// so a holder is to be filled only after a success. Traits gives HandleType, IsValid and Close,
+// which leaves the thread's last error as it was whether the handle can be closed or not.
 template <typename Traits>
 class UniqueHandle {
  public:
@@ -23,9 +24,10 @@ class UniqueHandle {
   // Reports a handle that can't be closed; the thread's last error stays as it was.
   ~UniqueHandle() {
     if (!IsValid()) return;
-    const oru::LastErrorKeeper keeper;
-    ORU_CHECK_TEXT(oru::sOk == Traits::Close(m_handle),
-                   "!static_cast<const void *>(\"oru::sOk == Traits::Close(m_handle)\")");
+    const bool closed = oru::sOk == Traits::Close(m_handle);
+    if (closed) return;
+    const oru::LastErrorKeeper keeper;  // whoever takes the report is foreign code
+    ORU_CHECK_TEXT(closed, "!static_cast<const void *>(\"oru::sOk == Traits::Close(m_handle)\")");
   }
 
   [[nodiscard]] bool IsValid() const noexcept { return Traits::IsValid(m_handle); }

@@ -187,4 +187,15 @@ TEST(RecordHandle, LeavesTheLastErrorAlone) {
   EXPECT_EQ(winapi::GetLastError(), 5u);
 }
 
+TEST(RecordHandle, OpensForACallerWhoKeepsTheLastErrorHimself) {
+  RecordingTracer tracer;
+  RecordHandle record;
+  winapi::SetLastError(5);
+  EXPECT_TRUE(record.OpenUnkept(&tracer, 0));
+  EXPECT_EQ(winapi::GetLastError(), RecordingTracer::kLastError);
+  record.Commit(0);
+  EXPECT_FALSE(record.OpenUnkept(&tracer, 701));
+  EXPECT_FALSE(record.OpenUnkept(nullptr, 0));
+}
+
 }  // namespace

@@ -129,6 +129,32 @@ TEST(UniqueHandleOwnProcess, KeepsTheLastError) {
   EXPECT_EQ(winapi::GetLastError(), 1234u);
 }
 
+TEST(UniqueHandleOwnProcess, KeyKeepsTheLastErrorOverTheReport) {
+  winapi::SetLastError(1234);
+  {
+    RegKey key;
+    key.Attach(BogusKey());
+  }
+  EXPECT_EQ(winapi::GetLastError(), 1234u);
+  EXPECT_EQ(CountReported(kCloseCheck), 1u);
+}
+
+TEST(UniqueHandle, ClosingAKeyLeavesTheLastErrorAlone) {
+  const winapi::Key opened = OpenSoftware();
+  winapi::SetLastError(1234);
+  {
+    RegKey key;
+    key.Attach(opened);
+  }
+  EXPECT_EQ(winapi::GetLastError(), 1234u);
+}
+
+TEST(KernelHandleTraits, CloseKeepsTheLastError) {
+  winapi::SetLastError(1234);
+  EXPECT_EQ(KernelHandleTraits::Close(BogusHandle()), oru::MakeResultCode(0x80010101));
+  EXPECT_EQ(winapi::GetLastError(), 1234u);
+}
+
 TEST(RegKeyTraitsOwnProcess, CloseOfNullReportsAndGivesTheError) {
   EXPECT_EQ(RegKeyTraits::Close(nullptr), oru::MakeResultCode(0x80010101));
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{"IsValid(h)"});
