@@ -65,8 +65,8 @@ void PlainSearch(benchmark::State& state) {
   while (state.KeepRunning()) benchmark::DoNotOptimize(RewriteByPlainSearch(list));
 }
 
-BENCHMARK(Product)->RangeMultiplier(4)->Range(16, 16384)->Unit(benchmark::kMicrosecond);
-BENCHMARK(PlainSearch)->RangeMultiplier(4)->Range(16, 16384)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Product)->Name("pending_list/ours")->RangeMultiplier(10)->Range(10, 10000);
+BENCHMARK(PlainSearch)->Name("pending_list/plain_search")->RangeMultiplier(10)->Range(10, 10000);
 
 }  // namespace
 
