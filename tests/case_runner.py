@@ -11,7 +11,8 @@ def run(cases):
     """The exit status. The reason of a skip stands in a line of its own, where the summary of all tests finds it.
     With ZUM_FAIL_FAST set, the first that fails is the last."""
     cases = list(cases)
-    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=2, failfast="ZUM_FAIL_FAST" in os.environ).run(unittest.TestSuite(cases))
+    runner = unittest.TextTestRunner(stream=sys.stdout, verbosity=2, failfast="ZUM_FAIL_FAST" in os.environ)
+    result = runner.run(unittest.TestSuite(cases))
     if not cases or not result.wasSuccessful() or result.testsRun != len(cases):
         return 1
     for _, reason in result.skipped:

@@ -8,7 +8,7 @@ import signal
 import subprocess
 import tempfile
 
-TEMPORARY_BYTES, OUTPUT_BYTES = 2 << 30, 4 << 20
+TEMPORARY_BYTES, FILE_BYTES, OUTPUT_BYTES = 2 << 30, 1 << 30, 4 << 20
 _BWRAP = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--size", str(TEMPORARY_BYTES), "--tmpfs",
           "/tmp", "--unshare-pid", "--unshare-net", "--unshare-ipc", "--die-with-parent", "--new-session"]
 
@@ -18,12 +18,17 @@ class Ended:
     status: int  # of the process, 128 and more for a signal; None when it took too long
     output: str
 
+    @property
+    def endless(self):
+        return self.status in (None, 128 + signal.SIGXCPU, 128 + signal.SIGKILL)
+
 
 def run(command, environment, shown, processor_seconds, wall_seconds, memory=None):
     """`shown` is a folder that may lie below the machine's own temporary directory."""
     def limit():
         resource.setrlimit(resource.RLIMIT_CPU, (int(processor_seconds) + 1, int(processor_seconds) + 2))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_BYTES, FILE_BYTES))
         if memory:
             resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
 

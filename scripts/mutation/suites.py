@@ -11,6 +11,7 @@ from mutation import sandbox
 
 OWN_PROCESS = re.compile(r"^[^.]*OwnProcess[/.]")
 MEMORY = 4 << 30
+ENDLESS = " (endless)"
 # What the black-box cases start.
 _SCRIPTED = {"e2e": ("zum_setup_util", "correct_setup_run"), "rehearsal": ("zum_rehearse", "zum_setup_util")}
 # The scripts' cases that need what a sandbox hasn't got, and the runner's own test.
@@ -27,13 +28,13 @@ class Suite:
     cases: list = dataclasses.field(default_factory=list)
     seconds: float = 60.0  # of a run of sound code
 
-    def run(self, workshop, cases=None, factor=10):
+    def run(self, workshop, cases=None):
         """None when all is well, or the name of a case that fails."""
         raise NotImplementedError
 
-    def _start(self, workshop, command, environment, memory, factor):
-        limit = 10 + factor * self.seconds
-        return sandbox.run(command, {**self.environment, **environment}, workshop.folder, limit, 60 + 3 * limit, memory)
+    def _start(self, workshop, command, environment, memory):
+        limit = 5 + 4 * self.seconds
+        return sandbox.run(command, {**self.environment, **environment}, workshop.folder, limit, 30 + 3 * limit, memory)
 
 
 class Program(Suite):
@@ -48,14 +49,14 @@ class Program(Suite):
                 suite = line
         self.cases = [case for case in self.cases if "DISABLED_" not in case]
 
-    def run(self, workshop, cases=None, factor=10):
+    def run(self, workshop, cases=None):
         """The cases share a process as far as they may."""
         wanted = self.cases if cases is None else [case for case in self.cases if case in set(cases)]
         shared = [case for case in wanted if not OWN_PROCESS.search(case)]
         groups = [shared] if shared else []
         for group in groups + [[case] for case in wanted if OWN_PROCESS.search(case)]:
             ended = self._start(workshop, [*self.command, "--gtest_fail_fast", "--gtest_filter=" + _filter(group, self.cases)],
-                                {}, MEMORY, factor)
+                                {}, MEMORY)
             if ended.status != 0:
                 return _culprit(ended, group)
         return None
@@ -69,6 +70,8 @@ def _filter(group, cases):
 
 
 def _culprit(ended, group):
+    if ended.endless and (started := re.findall(r"^\[ RUN      \] (\S+)", ended.output, re.M)):
+        return started[-1] + ENDLESS
     failed = re.search(r"^\[  FAILED  \] (\S+?)(?:, where|$| \()", ended.output, re.M)
     started = re.findall(r"^\[ RUN      \] (\S+)", ended.output, re.M)
     if failed:
@@ -77,11 +80,11 @@ def _culprit(ended, group):
 
 
 class Script(Suite):
-    def run(self, workshop, cases=None, factor=10):
+    def run(self, workshop, cases=None):
         wanted = self.cases if cases is None else cases
         if not wanted:
             return None
-        ended = self._start(workshop, [*self.command, *wanted], {"ZUM_FAIL_FAST": "1"}, None, factor)
+        ended = self._start(workshop, [*self.command, *wanted], {"ZUM_FAIL_FAST": "1"}, None)
         if ended.status in (0, 77):
             return None
         failed = re.search(r"^(?:FAIL|ERROR): (\w+) \((?:\w+\.)?(\w+)", ended.output, re.M)
@@ -124,7 +127,7 @@ def see_them_pass(suites, workshop, times=2):
             suite.list_cases()
         for _ in range(times):
             began = time.monotonic()
-            if failed := suite.run(workshop, factor=1):
+            if failed := suite.run(workshop):
                 failing.append(f"{suite.name}: {failed}")
                 break
             suite.seconds = time.monotonic() - began

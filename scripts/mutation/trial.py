@@ -6,10 +6,10 @@ import re
 import shlex
 import subprocess
 
-from mutation import suites as suite_module
-from mutation.suites import Program
+from mutation.suites import ENDLESS, Program
 
 LAST = ("sweep",)  # long programs, which catch little that others don't
+LONG_SECONDS = 10
 MANY_OBJECTS = 6  # of a header: above this, the objects of one test file are tried first, by themselves
 
 
@@ -41,37 +41,33 @@ class Trials:
         return "survived", ""
 
     def _run(self, suite, file):
-        """The cases of the files of the same name first. What fails has to fail twice."""
+        """The cases of the files of the same name first. What fails has to fail twice, unless it ran for ever."""
         named = self._cases_named_after(suite, file)
         for cases in ([named] if named and len(named) < len(suite.cases) else []) + [None]:
             failed = suite.run(self.workshop, cases)
-            if failed and suite.run(self.workshop, [failed] if failed in suite.cases else cases):
+            if failed and (failed.endswith(ENDLESS) or failed in suite.cases and suite.run(self.workshop, [failed])
+                           or suite.run(self.workshop, cases)):
                 return f"{suite.name}: {failed}"
         return None
 
     def order(self, file, everything):
-        """The folder's own suites, then the others that link the file; those that caught the most of it first. With
-        `everything`, all others instead."""
+        """The folder's own suites, then the others that link the file; those that caught the most of it first. What takes
+        long elsewhere, and what a widely included header would have built again, comes with `everything` only."""
         own = folder_of_tests(file, {suite.folder for suite in self.suites})
-        linking = [suite for suite in self.suites if self._links(suite, file)]
+        linking = [suite for suite in self.suites if self._links(suite, file, own)]
+        most = 0 if self._is_widely_included(file) else LONG_SECONDS
+        first = [suite for suite in linking if suite.folder == own or suite.seconds < most]
         if everything:
-            return [suite for suite in self.suites if suite not in self._first(linking, own)]
-        return sorted(self._first(linking, own), key=lambda suite: (
-            suite.folder != own, any(word in suite.name for word in LAST),
-            -self.caught_before[file, suite.name], suite.seconds))
+            first = [suite for suite in linking if suite not in first]
+        return sorted(first, key=lambda suite: (suite.folder != own, any(word in suite.name for word in LAST),
+                                                -self.caught_before[file, suite.name], suite.seconds))
 
-    @staticmethod
-    def _first(linking, own):
-        """What all runs begin with: the folder's own, and the quick ones of the others."""
-        return [suite for suite in linking if suite.folder == own or suite.seconds < 10]
-
-    def _links(self, suite, file):
-        objects = self.objects[file]
+    def _links(self, suite, file, own):
+        """A program of the folder may also start others that do."""
         name = pathlib.PurePath(file).name
-        for target in suite.targets:
-            if objects & self.inputs[target] and (name.endswith(".h") or name in self.linked[target]):
-                return True
-        return False
+        return any(self.objects[file] & self.inputs[target]
+                   and (name.endswith(".h") or suite.folder == own or name in self.linked[target])
+                   for target in suite.targets)
 
     def _some_objects(self, file):
         """Of a source its object, of a header one of those that include it, of its own name if there is one."""
@@ -104,9 +100,8 @@ class Trials:
         return None
 
     def _link(self, target, first):
-        command = self.workshop.ask_ninja("-t", "commands", "-s", f"bin/{target}").strip()
-        words = shlex.split(command.replace("&&", " ").replace(":", " ", 1)) if command.startswith(":") else shlex.split(command)
-        words = [word for word in words if word not in (":", "&&")]
+        command = self.workshop.ask_ninja("-t", "commands", "-s", f"bin/{target}")
+        words = [word for word in shlex.split(command) if word not in (":", "&&")]
         place = min(words.index(name) for name in first)
         words = [word for word in words if word not in first]
         return subprocess.run(words[:place] + first + words[place:], cwd=self.workshop.build, stdout=subprocess.DEVNULL,

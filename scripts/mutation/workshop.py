@@ -17,6 +17,7 @@ from mutation import source
 # No optimisation and no symbols: what counts is the time to compile, to link and to run once.
 _CMAKE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_COMPILER=g++", "-DCMAKE_CXX_FLAGS=-w",
           "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -Wl,--strip-debug"]
+_TOOLS = {"cmake": "cmake", "ninja": "ninja-build", "g++": "g++", "clang-14": "clang-14", "ld.lld": "lld", "bwrap": "bubblewrap"}
 COMPILE_SECONDS, MEMORY = 300, 6 << 30
 
 
@@ -32,6 +33,8 @@ class Workshop:
 
     def prepare(self, jobs=1):
         """Brings the copy to what the checkout has, and builds it. True when something is new."""
+        if missing := [package for tool, package in _TOOLS.items() if not shutil.which(tool)]:
+            raise Unusable("to be installed first: apt-get install -t bookworm " + " ".join(missing))
         changed = self._copy_sources()
         self._put_back(0)
         if changed or not (self.build / "build.ninja").exists():
