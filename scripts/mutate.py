@@ -112,8 +112,8 @@ def work(options, listed, found):
         listed.note(broken, outcome, by)
         trials.caught_before[broken.file, by.partition(":")[0]] += outcome == "caught"
         done = sum(row.outcome in outcomes.COUNTED for row in listed.rows.values())
-        print(f"{done} {time.monotonic() - start:5.1f} s {outcome} {broken.file}:{broken.line} {broken.kind} {broken.id} {by}",
-              flush=True)
+        took = time.monotonic() - start
+        print(f"{done} {took:5.1f} s {outcome} {broken.file}:{broken.line} {broken.kind} {broken.id} {by}", flush=True)
     lock.close()
 
 

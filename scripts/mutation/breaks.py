@@ -16,12 +16,13 @@ _NEIGHBOUR = {"<": "<=", "<=": "<", ">": ">=", ">=": ">"}
 _ARITHMETIC = {"+": "-", "-": "+", "*": "/", "/": "*", "%": "/", "+=": "-=", "-=": "+=", "<<=": ">>=", ">>=": "<<="}
 _STEP = {"++": "--", "--": "++"}
 _BITS = {"|": "&", "&": "|", "|=": "&=", "&=": "|=", "^": "|"}
-_NOT_CALLED = {"if", "for", "while", "switch", "catch", "return", "sizeof", "decltype", "alignof", "noexcept", "requires",
+_NOT_CALLED = {"", "if", "for", "while", "switch", "catch", "return", "sizeof", "decltype", "alignof", "noexcept", "requires",
                "static_assert", "throw", "operator", "alignas", "constexpr",
                "swap", "max", "min"}  # the same in any order
 _NO_STATEMENT = {"return", "case", "default", "using", "if", "for", "while", "do", "switch", "try", "else", "catch",
                  "public", "private", "protected", "static_assert", "typedef", "template", "friend", "namespace",
                  "class", "struct", "enum", "constexpr", "const", "static", "auto"}
+_INTEGER = re.compile(r"(0[xX][0-9a-fA-F']+|[0-9][0-9']*)([uUlLzZ]*)")
 _LETTER = re.compile(r"\\(?:x[0-9a-fA-F]+|u[0-9a-fA-F]{4}|U[0-9a-fA-F]{8}|[0-7]{1,3}|.)|[^\\]")
 
 
@@ -91,13 +92,15 @@ def _operators(source):
 
 def _constants(source):
     for index, token in enumerate(source.tokens):
-        number = re.fullmatch(r"(0[xX][0-9a-fA-F']+|[0-9']+)([uUlLzZ]*)", token.text) if token.kind == "number" else None
-        if number:
+        number = _INTEGER.fullmatch(token.text)
+        pure = source.texts(index - 1, index) == ["="] and source.tokens[index - 2].text in (")", "const", "noexcept")
+        if number and not pure:
             digits, suffix = number.groups()
             is_hex = digits[:2] in ("0x", "0X")
             value = int(digits.replace("'", ""), 16 if is_hex else 10)
             for other in sorted({value + 1, max(value - 1, 0)}):
-                yield "constant", token.begin, token.end, (f"{other:#0{len(digits)}x}" if is_hex else str(other)) + suffix
+                text = f"{other:#0{len(digits)}x}" if is_hex else str(other)
+                yield "constant", token.begin, token.end, text + suffix
         elif token.text in ("true", "false") and not source.is_argument(index, index + 1):
             yield "constant", token.begin, token.end, "false" if token.text == "true" else "true"
 
@@ -136,6 +139,9 @@ def _begins_statement(source, index):
         return False
     if token.kind != "word" and token.text not in ("*", "++", "--", "(", "::"):
         return False
+    around = source.enclosing[index]
+    if around is None or source.tokens[around].text != "{":
+        return False
     if before == ")":
         return source.tokens[source.opening[index - 1] - 1].text in ("if", "for", "while", "constexpr")
     return before in (";", "{", "}", "else", "do")
@@ -155,10 +161,7 @@ def _is_declaration(source, index, end, last):
 def _arguments(source):
     for first, last in source.function_bodies():
         for index in range(first + 1, last):
-            called = source.tokens[index - 1]
-            if source.tokens[index].text != "(" or called.end != source.tokens[index].begin:
-                continue
-            if not (called.kind == "word" and called.text not in _NOT_CALLED or called.text == ">"):
+            if source.tokens[index].text != "(" or source.called(index) in _NOT_CALLED:
                 continue
             parts = [part for part in source.split(index, ",") if part[0] < part[1]]
             for left, right in zip(parts, parts[1:]):

@@ -31,8 +31,9 @@ class Outcomes:
 
     def note(self, broken, outcome, by):
         old = self.rows.get(broken.id)
-        self.rows[broken.id] = Row(broken.id, broken.file, broken.line, broken.kind, broken.before, broken.after, outcome, by,
-                                   old.reason if old and outcome == "survived" else "")
+        reason = old.reason if old and outcome == "survived" else ""
+        self.rows[broken.id] = Row(broken.id, broken.file, broken.line, broken.kind, broken.before, broken.after, outcome,
+                                   by, reason)
         self.save()
 
     def save(self):

@@ -37,6 +37,10 @@ TEST(WeakTest, KnowsTheMiddle) { EXPECT_TRUE(Weak('5')); }
 """
 
 
+def _function(name):
+    return FUNCTION.replace("NAME", name)
+
+
 def run():
     failed = [name for name, holds in _checks() if not _told(name, holds)]
     return 1 if failed else 0
@@ -62,12 +66,12 @@ def _checks():
             counts["oru/strong.cpp", "caught"] >= 6 and not counts["oru/strong.cpp", "survived"])
         yield "a weak test lets some survive", counts["oru/weak.cpp", "survived"] >= 2
         yield "and catches some", counts["oru/weak.cpp", "caught"] >= 2
-        yield "the checkout is as it was", all(
-            (project / f"oru/{name.lower()}.cpp").read_text() == FUNCTION.replace("NAME", name) for name in ("Strong", "Weak"))
+        yield "the checkout is as it was", all((project / f"oru/{name.lower()}.cpp").read_text() == _function(name)
+                                               for name in ("Strong", "Weak"))
 
 
 def _checks_of_places():
-    text = FUNCTION.replace("NAME", "Strong")
+    text = _function("Strong")
     found = breaks.find("oru/strong.cpp", text)
     code = text.index("bool"), text.index("  // c")
     yield "comments aren't broken", all(code[0] <= broken.begin < broken.end <= code[1] for broken in found)
@@ -85,7 +89,7 @@ def _plant(project):
     (project / "oru_test.cpp").write_text(TESTS)
     (project / ".gitignore").write_text("/build/\n")
     for name in ("Strong", "Weak"):
-        source.write(project / f"oru/{name.lower()}.cpp", FUNCTION.replace("NAME", name))
+        source.write(project / f"oru/{name.lower()}.cpp", _function(name))
     subprocess.run(["git", "init", "-q"], cwd=project, check=True)
     subprocess.run(["git", "add", "-A"], cwd=project, check=True)
 

@@ -34,6 +34,7 @@ class Source:
         self.tokens = _tokens(text)
         self.closing = _closing(self.tokens)  # the index of the closing bracket by that of the opening one
         self.opening = {last: first for first, last in self.closing.items()}
+        self.enclosing = _enclosing(self.tokens, self.closing)  # the opening bracket around each token, or None
 
     def slice(self, part):
         """The text of some tokens, given by the first one's index and the one behind the last."""
@@ -48,7 +49,20 @@ class Source:
         return token.kind == "sign" and token.spaced and self.tokens[index - 1].text not in ("operator", "template")
 
     def is_argument(self, first, last):
-        return self.tokens[first - 1].text in ("(", ",") and self.tokens[last].text in (")", ",")
+        around = self.enclosing[first]
+        return (around is not None and self.tokens[around].text == "(" and self.tokens[first - 1].text in ("(", ",")
+                and self.tokens[last].text in (")", ","))
+
+    def called(self, opening):
+        """The word that is called with these brackets, if one is."""
+        index = opening - 1
+        if self.tokens[index].text == ">" and not self.tokens[index].spaced:
+            depth = 0
+            while depth or self.tokens[index].text == ">":
+                depth += {">": 1, "<": -1}.get(self.tokens[index].text, 0)
+                index -= 1
+        ends = self.tokens[opening - 1].end == self.tokens[opening].begin
+        return self.tokens[index].text if self.tokens[index].kind == "word" and ends else ""
 
     def split(self, opening, separator):
         """The parts between a pair of brackets."""
@@ -140,3 +154,14 @@ def _closing(tokens):
         elif token.kind == "sign" and token.text in _CLOSE and stack:
             pairs[stack.pop()] = index
     return pairs
+
+
+def _enclosing(tokens, closing):
+    around, stack, ends = [], [None], set(closing.values())
+    for index in range(len(tokens)):
+        if index in ends:
+            stack.pop()
+        around.append(stack[-1])
+        if index in closing:
+            stack.append(index)
+    return around

@@ -9,8 +9,8 @@ import subprocess
 from mutation.suites import ENDLESS, Program
 
 LAST = ("sweep",)  # long programs, which catch little that others don't
-LONG_SECONDS = 10
-MANY_OBJECTS = 6  # of a header: above this, the objects of one test file are tried first, by themselves
+LONG_SECONDS, OBJECTS_ALONE = 10, 4
+MANY_OBJECTS = 6  # of a header: above this, a few of them are tried first
 
 
 class Trials:
@@ -85,19 +85,27 @@ class Trials:
         return [case for case in suite.cases if stem in case.rpartition(".")[0].lower()]
 
     def _try_alone(self, file):
-        """A header's break, in the one test object of the header's name, which is linked in front of the others: its
+        """A header's break, in a few objects that include it themselves, which are linked in front of the others: its
         functions are taken from there. The other objects stay as they were, which spares compiling them all."""
-        stem = pathlib.PurePath(file).stem.removesuffix("_impl")
         for suite in self.order(file, everything=False):
             if not isinstance(suite, Program):
                 continue
             target = suite.targets[0]
-            named = [name for name in sorted(self.objects[file] & self.inputs[target])
-                     if name.startswith("tests/") and re.match(stem + r"(_\w+)?_test\.cpp\.o$", pathlib.PurePath(name).name)]
-            if named and self.workshop.make(*named) and self._link(target, named):
+            objects = self._including(file, target)
+            if objects and self.workshop.make(*objects) and self._link(target, objects):
                 if caught := self._run(suite, file):
                     return caught
         return None
+
+    def _including(self, file, target):
+        """The tests named after the header first."""
+        stem = pathlib.PurePath(file).stem.removesuffix("_impl")
+        found = []
+        for name in self.objects[file] & self.inputs[target]:
+            path = self.workshop.tree / re.sub(r"CMakeFiles/\w+\.dir/(.*)\.o$", r"\1", name)
+            if path.exists() and f'#include "{file}"' in path.read_text(encoding="latin-1"):
+                found.append((not path.stem.startswith(stem), not name.startswith("tests/"), name))
+        return [name for *_, name in sorted(found)[:OBJECTS_ALONE]]
 
     def _link(self, target, first):
         command = self.workshop.ask_ninja("-t", "commands", "-s", f"bin/{target}")
