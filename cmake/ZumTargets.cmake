@@ -155,6 +155,17 @@ function(zum_benchmark name)
   target_link_libraries(${name} PRIVATE ${ARG_LINK} benchmark::benchmark)
 endfunction()
 
+# zum_fuzz_target(NAME [LINK ...] [SOURCES ...])
+# A libFuzzer program of NAME.cpp and further sources; scripts/fuzz.sh runs all of bin/*_fuzz. The preset fuzz
+# instruments the product.
+function(zum_fuzz_target name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${name}.cpp ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} zum_fuzz_support)
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+endfunction()
+
 # zum_shipped_program(NAME)
 # A Windows program that is given out. NAME.rc has its version resource and its manifest, which is made of
 # NAME.manifest.in. Its symbols go into a file of their own beside it; both tools put the time into what they write,
