@@ -6,6 +6,7 @@
 #   scripts/test.sh windows        the Windows half: the 32-bit program and its tests under Wine
 #   scripts/test.sh coverage       on request: line and branch coverage of the product's code (native)
 #   scripts/test.sh lint           on request: the linter over all sources, the tests' too
+#   scripts/test.sh static         on request: cppcheck and GCC's analyzer over the product's sources
 #   scripts/test.sh reproducible   on request: equal bytes of programs and packages from two clean clones
 #   scripts/test.sh packages       on request: the packages' tests, the Debian package in a fresh Debian, equal bytes,
 #                                  and the rollout to 200 stand-ins
@@ -18,8 +19,8 @@ set -u
 
 what=${1:-all}
 case "$what" in
-    all | native | windows | coverage | lint | reproducible | packages) ;;
-    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|reproducible|packages]\n' >&2; exit 2 ;;
+    all | native | windows | coverage | lint | static | reproducible | packages) ;;
+    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|static|reproducible|packages]\n' >&2; exit 2 ;;
 esac
 jobs=$(nproc)
 results="$project/build/results"
@@ -89,7 +90,7 @@ rollout_checks() {
 native_half() {
     step "Packages of the native half"
     # shellcheck disable=SC2086 # the lists are words
-    install_packages $packages_native $packages_native_tests $packages_bench $packages_deploy
+    install_packages $packages_native $packages_native_tests $packages_bench $packages_deploy $packages_static
     build_and_test native
     build_and_test native-asan
     # Clang compiles all of it and links what the preset names.
@@ -115,6 +116,9 @@ native_half() {
     step "Lint"
     check "$file" lint scripts/check-lint.sh
     check "$file" lint-finds-planted-offence scripts/check-lint.sh --self-test
+    step "Mistakes that can be seen without a run"
+    check "$file" cppcheck scripts/check-static.sh
+    check "$file" static-checks-find-planted-mistakes scripts/check-static.sh --self-test
 }
 
 windows_half() {
@@ -205,6 +209,18 @@ lint_all() {
     done
 }
 
+static_checks() {
+    step "Packages of the static checks"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_native_tests $packages_static
+    local file="$results/static.checks"
+    expected+=("$file")
+    step "cppcheck and GCC's analyzer"
+    check "$file" static-checks-find-planted-mistakes scripts/check-static.sh --self-test
+    check "$file" cppcheck scripts/check-static.sh
+    check "$file" analyzer scripts/check-static.sh analyzer
+}
+
 reproducible_build() {
     step "Tools of the builds"
     # shellcheck disable=SC2086 # the lists are words
@@ -222,6 +238,7 @@ case "$what" in
     windows) windows_half ;;
     coverage) coverage_report ;;
     lint) lint_all ;;
+    static) static_checks ;;
     reproducible) reproducible_build ;;
     packages) packages_for_users; debian_package_in_a_fresh_root; reproducible_build; fleet_rollout ;;
 esac

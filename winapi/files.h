@@ -18,7 +18,6 @@
 #ifndef WINAPI_FILES_H_
 #define WINAPI_FILES_H_
 
-#include <cstdint>
 #include <fstream>
 
 #include "winapi/security.h"

@@ -1,6 +1,5 @@
 #include "zum_rehearse/installer_records.h"
 
-#include <cstdint>
 #include <unordered_set>
 #include <utility>
 

@@ -2,7 +2,6 @@
 #ifndef ZUM_REHEARSE_INSTALLER_RECORDS_H_
 #define ZUM_REHEARSE_INSTALLER_RECORDS_H_
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -5,7 +5,6 @@
 #include <iterator>
 
 #include "winapi/registry.h"
-#include "zum_rehearse/installer_records.h"
 
 namespace zum_rehearse {
 namespace {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <utility>
 
 #include "oru/rtl/trace.h"
 #include "standalone_tracer_lib/tracers.h"

@@ -3,7 +3,6 @@
 #define ZUM_REHEARSE_VERDICTS_H_
 
 #include <string_view>
-#include <vector>
 
 namespace zum_rehearse {
 

@@ -9,7 +9,6 @@
 #include "oru/rtl/text_conversion.h"
 #include "oru/rtl/trace.h"
 #include "winapi/exceptions.h"
-#include "winapi/process.h"
 #include "zum_setup_util/command_line.h"
 #include "zum_setup_util/dll_search.h"
 #include "zum_setup_util/trace_setup.h"

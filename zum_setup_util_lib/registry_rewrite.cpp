@@ -1,6 +1,5 @@
 #include "zum_setup_util_lib/registry_rewrite.h"
 
-#include <cstdint>
 #include <exception>
 #include <iterator>
 #include <string>

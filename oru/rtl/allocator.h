@@ -4,7 +4,6 @@
 #define ORU_RTL_ALLOCATOR_H_
 
 #include <cstddef>
-#include <cstdint>
 
 #include "oru/rtl/object.h"
 #include "oru/rtl/object_ptr.h"

@@ -50,6 +50,7 @@ packages_coverage="gcovr"
 packages_deploy="ansible ansible-lint openssh-client"
 packages_bench="libbenchmark-dev libicu-dev libspdlog-dev python3 python3-matplotlib util-linux"
 packages_fuzz="clang-14 libclang-rt-14-dev"
+packages_static="cppcheck iwyu"
 
 # install_packages NAME ...: installs what is missing, after saying so; without root it prints the command
 # and stops. `-t bookworm` keeps the packages of the two architectures at versions that fit together.

@@ -4,9 +4,7 @@
 #define WINAPI_HOST_ACCESS_LISTS_H_
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
-#include <vector>
 
 #include "winapi/host/control.h"
 #include "winapi/security.h"

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cerrno>
-#include <utility>
 
 #include "winapi/errors.h"
 #include "winapi/files.h"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
 
 #include "winapi/host/blocks.h"
 #include "winapi/host/call.h"

@@ -9,7 +9,6 @@
 
 #include "winapi/host/call.h"
 #include "winapi/host/last_error.h"
-#include "winapi/process.h"
 
 namespace winapi {
 namespace {

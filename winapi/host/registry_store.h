@@ -19,7 +19,6 @@
 #include <sys/types.h>
 
 #include <mutex>
-#include <string>
 
 #include "winapi/host/file_descriptor.h"
 #include "winapi/host/registry_tree.h"

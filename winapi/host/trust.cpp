@@ -7,11 +7,9 @@
 #include <string>
 #include <utility>
 
-#include "winapi/errors.h"
 #include "winapi/host/call.h"
 #include "winapi/host/control.h"
 #include "winapi/host/handle_table.h"
-#include "winapi/host/last_error.h"
 #include "winapi/host/live.h"
 #include "winapi/host/open_files.h"
 #include "winapi/host/plain_file.h"

@@ -1,7 +1,6 @@
 #include "winapi/registry_world.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <memory>
 #include <optional>
 

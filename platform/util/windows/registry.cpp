@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 
 #include "oru/rtl/check.h"
 #include "platform/util/windows/registry_multi_string.h"
