@@ -22,6 +22,8 @@ WHOLE = os.environ.get("ZUM_ATTACKS") == "whole"
 REHEARSE = pathlib.Path(os.environ.get("ZUM_REHEARSE", ""))
 # The values that hold a product's package, before and after.
 MARKED_VALUE, ORDINARY_VALUE = "LocalPackageNotExist", "LocalPackage"
+MARKED_NAME = "PackageNameNotExist"
+RESTORED_NAME = (registry_rule.SZ, registry_rule.sz("zum_win.msi"))
 
 
 def amount(small, whole):
@@ -52,13 +54,17 @@ class AttackCase(MachineCase):
             file.unlink()
 
     def check_no_package_is_lost(self, before, found):
-        """Each marked product's package stands under one of its two names at least, byte for byte. The count of those
-        that are still marked."""
+        """Each marked product's package stands under one of its two names at least, byte for byte, and the package's
+        name too, be it the marked or the ordinary one. The count of the packages that are still marked."""
         still_marked = 0
         for path, values in before.items():
+            there = found[path]
             if MARKED_VALUE in values:
-                names = {name for name in (MARKED_VALUE, ORDINARY_VALUE) if found[path].get(name) == values[MARKED_VALUE]}
-                self.assertNotEqual(names, set(), f"{path} has lost its package: {found[path]}")
-                self.assertLessEqual(set(found[path]), {MARKED_VALUE, ORDINARY_VALUE}, path)
+                names = {name for name in (MARKED_VALUE, ORDINARY_VALUE) if there.get(name) == values[MARKED_VALUE]}
+                self.assertNotEqual(names, set(), f"{path} has lost its package: {there}")
+                self.assertLessEqual(set(there), {MARKED_VALUE, ORDINARY_VALUE}, path)
                 still_marked += MARKED_VALUE in names
+            if MARKED_NAME in values:
+                self.assertTrue(there.get(MARKED_NAME) == values[MARKED_NAME] or there.get("PackageName") == RESTORED_NAME,
+                                f"{path} has lost its package's name: {there}")
         return still_marked

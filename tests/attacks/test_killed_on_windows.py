@@ -14,6 +14,8 @@ LIMIT = 120  # seconds
 
 @only_on("windows")
 class KilledOnWindows(AttackCase):
+    outputs = ()  # files that a run makes beside its trace
+
     def start(self, program, *arguments):
         """A run, from the moment on at which its trace file is there, and when that was. The process is the
         program's own, and no shell's: the script gives its place to it."""
@@ -24,62 +26,68 @@ class KilledOnWindows(AttackCase):
         return process, time.monotonic()
 
     def measure(self, program, *arguments):
-        """How long a run lasts behind that moment, at the longest."""
-        longest = 0.0
+        """How long a run lasts behind that moment: the middle one of a few."""
+        lengths = []
         for _ in range(UNKILLED):
             self.prepare()
             process, begin = self.start(program, *arguments)
             process.wait(LIMIT)
-            longest = max(longest, time.monotonic() - begin)
-        return longest
+            lengths.append(time.monotonic() - begin)
+        return sorted(lengths)[UNKILLED // 2]
+
+    def run_once(self, program, *arguments):
+        process, _ = self.start(program, *arguments)
+        return process.wait(LIMIT)
 
     def prepare(self):
-        self.clear_traces()
+        for path in (*self.trace_files(), *self.outputs):
+            path.unlink(missing_ok=True)
         self.load(self.branch)
 
-    def kill_once(self, length, program, *arguments):
-        """Whether the process was still there when it was killed."""
-        process, begin = self.start(program, *arguments)
-        time.sleep(max(0.0, begin + self.random.uniform(0, length) - time.monotonic()))
-        process.kill()
-        return process.wait(LIMIT) < 0
+    def kill(self, times, program, *arguments):
+        """Gives a number for each run that was killed, as soon as it is. One that was over before doesn't count."""
+        length = self.measure(program, *arguments)
+        runs, killed = 0, 0
+        while killed < times:
+            self.prepare()
+            process, begin = self.start(program, *arguments)
+            time.sleep(max(0.0, begin + self.random.uniform(0, length) - time.monotonic()))
+            process.kill()
+            runs += 1
+            if process.wait(LIMIT) < 0:
+                yield killed
+                killed += 1
+            self.assertLess(runs, 10 * times, "the runs are over before they are killed")
+        self.figure(f"{runs} runs of {length:.2f} s, {killed} of them killed")
 
     def test_tool_is_killed(self):
         self.branch = marked_products(PRODUCTS)
         before = self.load(self.branch)
         expected, updates = registry_rule.rewrite(before)
         self.assertEqual(len(updates), 2 * PRODUCTS)
-        length = self.measure(self.machine.program, "/unblock")
-        killed, halfway, rounds = 0, 0, amount(10, 200)
-        for number in range(rounds):
-            self.prepare()
-            killed += self.kill_once(length, self.machine.program, "/unblock")
+        halfway = 0
+        for number in self.kill(amount(10, 200), self.machine.program, "/unblock"):
             with self.subTest(number):
                 left = self.check_no_package_is_lost(before, self.machine.dump())
                 halfway += 0 < left < PRODUCTS
                 self.check_completed(self.machine.run("tool.exe /unblock"))
                 self.check_branch(self.machine.dump(), expected)
-        self.assertGreater(killed, 0, "each run was over before it was killed")
-        self.figure(f"{rounds} runs of {length:.2f} s, {killed} of them killed, {halfway} with some products repaired "
-                    "and some not")
+        self.figure(f"{halfway} left some products repaired and some not")
 
     def test_rehearsal_is_killed(self):
         self.branch = marked_products(PRODUCTS)
         before = self.load(self.branch)
-        outputs = {name: self.machine.folder / name for name in ("changes.reg", "undo.reg", "page.html")}
+        self.outputs = [self.machine.folder / name for name in ("changes.reg", "undo.reg", "page.html")]
         arguments = ["--json", *(f"{option}={self.machine.windows_path(path)}" for option, path in
-                                 zip(("--changes", "--undo", "--html"), outputs.values()))]
-        length = self.measure(REHEARSE, *arguments)
-        size = {name: path.stat().st_size for name, path in outputs.items()}
-        killed, rounds = 0, amount(2, 40)
-        for number in range(rounds):
-            for path in outputs.values():
-                path.unlink(missing_ok=True)
-            self.clear_traces()
-            killed += self.kill_once(length, REHEARSE, *arguments)
+                                 zip(("--changes", "--undo", "--html"), self.outputs))]
+        self.assertEqual(self.run_once(REHEARSE, *arguments), 4)
+        sizes = {path: path.stat().st_size for path in self.outputs}
+        whole = 0
+        for number in self.kill(amount(2, 40), REHEARSE, *arguments):
             with self.subTest(number):
                 # Each of them has the same length every time: nothing in it but the time differs.
-                self.assertEqual({name: path.stat().st_size for name, path in outputs.items() if path.exists()},
-                                 {name: size[name] for name, path in outputs.items() if path.exists()})
+                found = {path: path.stat().st_size for path in self.outputs if path.exists()}
+                self.assertEqual(found, {path: sizes[path] for path in found})
+                whole += len(found)
                 self.check_branch(self.machine.dump(), before)
-        self.figure(f"{rounds} runs of {length:.2f} s, {killed} of them killed")
+        self.figure(f"{whole} files were left, each of them whole")

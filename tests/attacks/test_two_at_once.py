@@ -52,7 +52,7 @@ class TwoAtOnce(AttackCase):
         return failed
 
     def test_two_runs_lose_nothing(self):
-        rounds, failures = amount(4, 100), 0
+        rounds, failures = amount(3, 100), 0
         for number in range(rounds):
             with self.subTest(number), tempfile.TemporaryDirectory(dir=self.machine.folder) as other:
                 own = tempfile.mkdtemp(dir=self.machine.folder)
