@@ -141,7 +141,7 @@ class FullDisk(AttackCase):
 
 class LongTrace(AttackCase):
     def test_each_of_a_million_records_is_there(self):
-        count = amount(20_000, 1_000_000)
+        count = amount(5_000, 1_000_000)
         file = self.traces / "trace.log"
         writer = pathlib.Path(os.environ["ZUM_TRACE_WRITER"])
         if NATIVE:
