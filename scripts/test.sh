@@ -10,6 +10,8 @@
 #   scripts/test.sh reproducible   on request: equal bytes of programs and packages from two clean clones
 #   scripts/test.sh packages       on request: the packages' tests, the Debian package in a fresh Debian, equal bytes,
 #                                  and the rollout to 200 stand-ins
+#   scripts/test.sh attacks        on request: the programs killed, two at once and at their limits, all of it in both
+#                                  worlds; an ordinary run does a small part of it
 #
 # The last line is "N passed, N failed, N skipped" over all that was asked for; the exit status is 0 only
 # when nothing failed. A part that did not run counts as failed.
@@ -19,8 +21,8 @@ set -u
 
 what=${1:-all}
 case "$what" in
-    all | native | windows | coverage | lint | static | reproducible | packages) ;;
-    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|static|reproducible|packages]\n' >&2; exit 2 ;;
+    all | native | windows | coverage | lint | static | reproducible | packages | attacks) ;;
+    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|static|reproducible|packages|attacks]\n' >&2; exit 2 ;;
 esac
 jobs=$(nproc)
 results="$project/build/results"
@@ -52,8 +54,8 @@ run_ctest() {
     ctest --test-dir "build/$preset" --parallel "$jobs" --timeout 300 --output-on-failure \
         --output-junit "$results/$preset.xml" "$@" >"$results/$preset.log" 2>&1 </dev/null
     local status=$?
-    mkdir -p "$results/$preset"
-    cp "build/$preset/results/"*.xml "$results/$preset/"
+    mkdir -p "$results/$preset" "build/$preset/results"
+    find "build/$preset/results" -maxdepth 1 -name '*.xml' -exec cp -t "$results/$preset" {} +
     if [ $status -ne 0 ]; then
         grep -E -B 40 '\*\*\*(Failed|Timeout|Exception|Not Run)' "$results/$preset.log" | tail -n 150 >&2
         bad "some tests of $preset failed (whole log: build/results/$preset.log)"
@@ -231,6 +233,31 @@ reproducible_build() {
     check "$file" equal-bytes scripts/check-reproducible.sh
 }
 
+# attack PRESET TARGET ...: one after the other, since what is killed or competes must not wait for something else. Prints
+# the figures that the cases tell.
+attack() {
+    local preset=$1
+    shift
+    expected+=("$results/$preset.xml")
+    step "Build for the attacks: $preset"
+    configure_and_build "$preset" zum_setup_util zum_rehearse correct_setup_run attacks_trace_writer "$@" || return
+    step "Attacks: $preset"
+    jobs=1 ZUM_ATTACKS=whole run_ctest "$preset" --tests-regex '^attacks'
+    grep -o 'figure: .*' "$results/$preset.xml" | sed 's/^/   /'
+}
+
+attacks() {
+    step "Packages of the attacks"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_native_tests $packages_windows $packages_windows_tests
+    attack native attacks_host_test
+    wine_begin || bad "the Wine prefix can't be made"
+    trap wine_end EXIT
+    attack windows zum_e2e_runexit zum_e2e_regdump zum_e2e_regload
+    wine_end
+    trap - EXIT
+}
+
 start=$SECONDS
 case "$what" in
     all) native_half; windows_half; packages_for_users ;;
@@ -240,6 +267,7 @@ case "$what" in
     lint) lint_all ;;
     static) static_checks ;;
     reproducible) reproducible_build ;;
+    attacks) attacks ;;
     packages) packages_for_users; debian_package_in_a_fresh_root; reproducible_build; fleet_rollout ;;
 esac
 

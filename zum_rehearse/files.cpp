@@ -6,12 +6,8 @@
 #include <system_error>
 
 namespace zum_rehearse {
-namespace {
 
-// The last error of the C library in words.
-std::string Reason() { return errno == 0 ? "it can't be opened" : std::strerror(errno); }
-
-}  // namespace
+std::string LastReason() { return errno == 0 ? "it can't be opened" : std::strerror(errno); }
 
 std::filesystem::path PathOf(std::string_view utf8) {
 #ifdef _WIN32
@@ -48,7 +44,7 @@ bool ReadWholeFile(const std::filesystem::path& path, std::string& bytes, std::s
   errno = 0;
   std::ifstream file(path, std::ios::binary);
   if (!file) {
-    reason = Reason();
+    reason = LastReason();
     return false;
   }
   const std::uintmax_t size = std::filesystem::file_size(path, error);
@@ -60,21 +56,10 @@ bool ReadWholeFile(const std::filesystem::path& path, std::string& bytes, std::s
     bytes.assign(std::istreambuf_iterator<char>(file), {});
   }
   if (file.bad()) {
-    reason = Reason();
+    reason = LastReason();
     return false;
   }
   return true;
-}
-
-bool WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
-                    std::string& reason) {
-  errno = 0;
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  file.close();
-  if (file) return true;
-  reason = Reason();
-  return false;
 }
 
 }  // namespace zum_rehearse

@@ -18,9 +18,9 @@ namespace zum_rehearse {
 // Reads a whole file. On failure false, with the reason in `reason`.
 [[nodiscard]] bool ReadWholeFile(const std::filesystem::path& path, std::string& bytes,
                                  std::string& reason);
-// Writes a new file or over the one that is there. On failure false, with the reason.
-[[nodiscard]] bool WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
-                                  std::string& reason);
+
+// The last error of the C library in words.
+[[nodiscard]] std::string LastReason();
 
 }  // namespace zum_rehearse
 

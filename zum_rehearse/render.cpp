@@ -8,6 +8,7 @@
 #include "zum_rehearse/files.h"
 #include "zum_rehearse/html.h"
 #include "zum_rehearse/json.h"
+#include "zum_rehearse/output_file.h"
 #include "zum_rehearse/printable.h"
 #include "zum_rehearse/reg_text.h"
 #include "zum_rehearse/rehearse.h"

@@ -4,8 +4,8 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
+#include <optional>
 #include <system_error>
 
 #include "oru/rtl/check.h"
@@ -16,6 +16,7 @@
 #include "zum_rehearse/html.h"
 #include "zum_rehearse/inputs.h"
 #include "zum_rehearse/options.h"
+#include "zum_rehearse/output_file.h"
 #include "zum_rehearse/printable.h"
 #include "zum_rehearse/reg_text.h"
 #include "zum_rehearse/terminal.h"
@@ -69,8 +70,8 @@ class Output {
       : m_options(options), m_machines(machines), m_progress(machines) {
     if (options.csv) std::cout << CsvHeading();
     if (options.htmlFile.empty()) return;
-    m_page.open(PathOf(options.htmlFile), std::ios::binary | std::ios::trunc);
-    m_page << HtmlHead(time);
+    m_page.emplace(PathOf(options.htmlFile));
+    m_page->Stream() << HtmlHead(time);
   }
 
   void Take(const Rendered& rendered) {
@@ -82,7 +83,7 @@ class Output {
       std::cout.flush();
       std::cerr << rendered.errors;
     }
-    m_page << rendered.page;
+    if (m_page) m_page->Stream() << rendered.page;
     m_status = WeightierStatus(m_status, rendered.status);
     ++m_taken;
   }
@@ -92,16 +93,20 @@ class Output {
   // The exit status.
   [[nodiscard]] int Finish() {
     m_progress.Clear();
-    if (!m_options.htmlFile.empty()) {
-      m_page << HtmlTail(m_machines, m_status);
-      m_page.close();
-      if (!m_page) return Fail(m_options.htmlFile + ": the page can't be written");
+    if (m_page && !FinishPage()) {
+      return Fail(m_options.htmlFile + ": the page can't be written");
     }
     std::cout.flush();
     return std::cout ? m_status : Fail("the output can't be written");
   }
 
  private:
+  [[nodiscard]] bool FinishPage() {
+    m_page->Stream() << HtmlTail(m_machines, m_status);
+    std::string reason;
+    return m_page->Commit(reason);
+  }
+
   static int Fail(const std::string& reason) {
     std::cerr << "zum_rehearse: " << Printable(std::string_view(reason)) << '\n';
     return kFailure;
@@ -110,7 +115,7 @@ class Output {
   const Options& m_options;
   std::size_t m_machines;
   ProgressLine m_progress;
-  std::ofstream m_page;
+  std::optional<OutputFile> m_page;
   std::size_t m_taken = 0;
   int m_status = 0;
 };

@@ -23,7 +23,7 @@ def write(path, branch):
     for key, values in branch.items():
         lines.append(f"[{HIVE}{key}]")
         for name, (kind, data) in values.items():
-            lines.append(f"{quoted(name) if name else '@'}=hex({kind:x}):{','.join(f'{byte:02x}' for byte in data)}")
+            lines.append(f"{quoted(name) if name else '@'}=hex({kind:x}):{data.hex(',')}")
         lines.append("")
     path.write_bytes(b"\xff\xfe" + "\r\n".join(lines).encode("utf-16-le", "surrogatepass"))
 
@@ -41,7 +41,7 @@ def value_of(text):
         return 4, int(text[6:], 16).to_bytes(4, "little")
     match = re.fullmatch(r"hex(?:\(([0-9a-fA-F]+)\))?:(.*)", text, re.S)
     kind = 3 if match.group(1) is None else int(match.group(1), 16)
-    return kind, bytes(int(digits, 16) for digits in re.findall(r"[0-9a-fA-F]{2}", match.group(2)))
+    return kind, bytes.fromhex(match.group(2).replace(",", ""))
 
 
 def read(path):

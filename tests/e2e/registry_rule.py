@@ -67,9 +67,12 @@ def rewrite(branch, read_only=()):
     paths of keys that can't be opened for writing."""
     after = copy.deepcopy(branch)
     updates = []
+    paths = {}
+    for path in after:
+        paths.setdefault(path.lower(), path)
 
     def writable(path):
-        found = same_name(after, path)
+        found = paths.get(path.lower())
         return None if found is None or found in read_only else after[found]
 
     for name in sub_keys(branch, USER_DATA):

@@ -25,12 +25,13 @@ import test_hives  # noqa: E402
 import test_html  # noqa: E402
 import test_inputs  # noqa: E402
 import test_repair_script  # noqa: E402
+import test_replaced_files  # noqa: E402
 import test_scale  # noqa: E402
 import test_table  # noqa: E402
 import test_verdicts  # noqa: E402
 
 MODULES = [test_browser, test_csv, test_demo, test_documents, test_files, test_hives, test_html, test_inputs,
-           test_repair_script, test_scale, test_table, test_verdicts]
+           test_repair_script, test_replaced_files, test_scale, test_table, test_verdicts]
 
 
 def all_cases():

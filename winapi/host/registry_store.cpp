@@ -56,9 +56,36 @@ void CopyMode(const std::string& path, int file) {
   if (::stat(path.c_str(), &status) == 0) (void)::fchmod(file, status.st_mode & 07777);
 }
 
-bool WriteNewFile(const std::string& path, const std::string& oldPath, std::string_view bytes,
+bool LockFile(const FileDescriptor& file) {
+  if (!file.IsOpen()) return false;
+  int result = ::flock(file.Get(), LOCK_EX);
+  while (result != 0 && errno == EINTR) result = ::flock(file.Get(), LOCK_EX);
+  return result == 0;
+}
+
+// Whether the file still lies at the path.
+bool LiesAt(const FileDescriptor& file, const std::string& path) {
+  struct stat own = {};
+  struct stat there = {};
+  return ::fstat(file.Get(), &own) == 0 && ::stat(path.c_str(), &there) == 0 &&
+         own.st_dev == there.st_dev && own.st_ino == there.st_ino;
+}
+
+// The file for the new content, empty, and this process's alone for as long as it is open: two
+// machines may share the registry's file by links. Not open on failure.
+FileDescriptor OpenAlone(const std::string& path) {
+  for (;;) {
+    FileDescriptor file = Open(path, O_WRONLY | O_CREAT);
+    if (!file.IsOpen()) return file;
+    (void)LockFile(file);  // the folder's file system may know no locks
+    // Who had the lock has renamed what it was on.
+    if (!LiesAt(file, path)) continue;
+    return ::ftruncate(file.Get(), 0) == 0 ? std::move(file) : FileDescriptor();
+  }
+}
+
+bool WriteNewFile(const FileDescriptor& file, const std::string& oldPath, std::string_view bytes,
                   bool syncs) {
-  const FileDescriptor file = Open(path, O_WRONLY | O_CREAT | O_TRUNC);
   if (!file.IsOpen()) return false;
   CopyMode(oldPath, file.Get());
   return WriteAll(file, bytes) && (!syncs || ::fsync(file.Get()) == 0);
@@ -77,10 +104,11 @@ constexpr const char* kWithoutTheChanges =
 bool ReplaceFile(const std::string& path, std::string_view bytes, bool syncs) {
   const std::filesystem::path target = BehindLinks(path);
   const std::string temporary = target.string() + ".new";
-  if (!WriteNewFile(temporary, target, bytes, syncs) ||
+  const FileDescriptor file = OpenAlone(temporary);
+  if (!WriteNewFile(file, target, bytes, syncs) ||
       ::rename(temporary.c_str(), target.c_str()) != 0) {
     Tell(path, std::string(std::strerror(errno)) + kWithoutTheChanges);
-    (void)::unlink(temporary.c_str());
+    if (file.IsOpen()) (void)::unlink(temporary.c_str());
     return false;
   }
   if (syncs) SyncFolder(target.parent_path());
@@ -129,10 +157,9 @@ bool RegistryStore::TakeLock() {
     return false;
   }
   m_lockFile = Open(path, O_RDWR | O_CREAT);
-  int result = m_lockFile.IsOpen() ? ::flock(m_lockFile.Get(), LOCK_EX) : -1;
-  while (result != 0 && errno == EINTR) result = ::flock(m_lockFile.Get(), LOCK_EX);
-  if (result != 0) TellError(path);
-  return result == 0;
+  if (LockFile(m_lockFile)) return true;
+  TellError(path);
+  return false;
 }
 
 bool RegistryStore::ReadFile() {

@@ -5,7 +5,8 @@
 // anew as a whole at process exit: into a temporary file beside it, synced, and renamed over it, so
 // that a killed run leaves the old file or the new one. Where registry.reg is a link, all of that
 // happens to the file that it leads to; the lock stays the machine's, so two machines that share a
-// file by links don't wait for each other. A process that is forked off later doesn't write.
+// file by links don't wait for each other before they write: the later one's file, a whole one,
+// counts then. A process that is forked off later doesn't write.
 //
 // What can't be written back at process exit is told on the standard error stream, and the process
 // ends with 1 where it would have ended with 0. The rights of the old file don't matter to that,
