@@ -241,14 +241,15 @@ second_witness() {
     expected+=("$results/witness.xml" "$file" "$checks")
     step "The second witness"
     witness_make_root || return
-    step "Build: windows"
-    configure_and_build windows || return
+    step "Build: windows, and a tool of the native build"
+    configure_and_build windows && configure_and_build native host_reg_file_tool || return
     check "$file" windows-check-package scripts/package.sh check --output "$witness/dist"
     step "Run: witness"
     in_witness scripts/lib/witness_inside.sh tests "$results/witness.xml" >"$results/witness.log" 2>&1 </dev/null
     tell_ctest witness $?
-    step "run-checks.cmd under Wine 10"
+    step "run-checks.cmd, and registry files, under Wine 10"
     check "$file" run-checks in_witness scripts/lib/witness_inside.sh checks "$checks"
+    check "$file" registry-files-exchanged-with-wine-10 in_witness scripts/lib/witness_inside.sh exchange
 }
 
 start=$SECONDS

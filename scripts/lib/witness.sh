@@ -24,6 +24,10 @@ witness_make_root() {
         apt-get indextargets --format '$(SITE) $(RELEASE) $(COMPONENT)' 'Identifier: Packages' |
             sed -nE 's|^(\S+) bookworm main$|deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] \1 trixie main|p' |
             sort -u >"$witness/sources.list"
+        if [ ! -s "$witness/sources.list" ]; then
+            bad "apt has no source \"bookworm main\" here, whose mirror has Debian 13 too"
+            return 1
+        fi
         # In a mount namespace of its own: what is mounted on the way goes away with it.
         if ! unshare --mount mmdebstrap --mode=root --variant=minbase --architectures=amd64,i386 \
             --include="$witness_packages" trixie "$witness_root" "$witness/sources.list" >"$witness/make.log" 2>&1 </dev/null; then

@@ -56,8 +56,8 @@ class Answers {
  public:
   // The one answer of all systems.
   template <std::convertible_to<T> U>
-  requires(!std::same_as<std::remove_cvref_t<U>, Answers>) Answers(U&& answer)
-      : Answers(static_cast<T>(std::forward<U>(answer)), kAll) {}  // NOLINT: plain
+  Answers(U&& answer)  // NOLINT(google-explicit-constructor): in a table it stands by itself
+      : Answers(static_cast<T>(std::forward<U>(answer)), kAll) {}
   // The answer of some.
   Answers(T answer, Systems systems) { m_listed.push_back({std::move(answer), systems, ""}); }
 
