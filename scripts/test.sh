@@ -12,17 +12,20 @@
 #                                  and the rollout to 200 stand-ins
 #   scripts/test.sh attacks        on request: the programs killed, two at once and at their limits, all of it in both
 #                                  worlds; an ordinary run does a small part of it
+#   scripts/test.sh witness        on request: the Windows tests and run-checks.cmd under Wine 10, in a Debian 13 that it
+#                                  makes in build/witness
 #
 # The last line is "N passed, N failed, N skipped" over all that was asked for; the exit status is 0 only
 # when nothing failed. A part that did not run counts as failed.
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 . "$project/scripts/lib/wine.sh"
+. "$project/scripts/lib/witness.sh"
 
 what=${1:-all}
 case "$what" in
-    all | native | windows | coverage | lint | static | reproducible | packages | attacks) ;;
-    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|static|reproducible|packages|attacks]\n' >&2; exit 2 ;;
+    all | native | windows | coverage | lint | static | reproducible | packages | attacks | witness) ;;
+    *) printf 'usage: scripts/test.sh [native|windows|coverage|lint|static|reproducible|packages|attacks|witness]\n' >&2; exit 2 ;;
 esac
 jobs=$(nproc)
 results="$project/build/results"
@@ -53,10 +56,15 @@ run_ctest() {
     rm -rf "build/$preset/results"
     ctest --test-dir "build/$preset" --parallel "$jobs" --timeout 300 --output-on-failure \
         --output-junit "$results/$preset.xml" "$@" >"$results/$preset.log" 2>&1 </dev/null
-    local status=$?
+    tell_ctest "$preset" $?
+}
+
+# tell_ctest PRESET STATUS: what came of it.
+tell_ctest() {
+    local preset=$1 status=$2
     mkdir -p "$results/$preset" "build/$preset/results"
     find "build/$preset/results" -maxdepth 1 -name '*.xml' -exec cp -t "$results/$preset" {} +
-    if [ $status -ne 0 ]; then
+    if [ "$status" -ne 0 ]; then
         grep -E -B 40 '\*\*\*(Failed|Timeout|Exception|Not Run)' "$results/$preset.log" | tail -n 150 >&2
         bad "some tests of $preset failed (whole log: build/results/$preset.log)"
     fi
@@ -258,17 +266,47 @@ attacks() {
     trap - EXIT
 }
 
+# The systems' answers in the contract suite are those that docs/testing.md shows, of the systems that were asked now.
+answers_as_documented() {
+    local file="$results/answers.checks"
+    expected+=("$file")
+    step "The table of answers"
+    check "$file" answers-table-finds-planted-differences python3 scripts/answers_table.py --self-test
+    check "$file" answers-are-those-of-the-table python3 scripts/answers_table.py --check "$results"
+}
+
+# The Windows build's tests, and the checks for an owner of a Windows machine, under Wine 10.
+second_witness() {
+    step "Tools of the second witness"
+    # shellcheck disable=SC2086 # the lists are words
+    install_packages $packages_native $packages_windows $packages_packaging $packages_fresh_root
+    local file="$results/witness.checks" checks="$results/witness-run-checks.checks"
+    expected+=("$results/witness.xml" "$file" "$checks")
+    step "The second witness"
+    witness_make_root || return
+    step "Build: windows, and a tool of the native build"
+    configure_and_build windows && configure_and_build native host_reg_file_tool || return
+    check "$file" windows-check-package scripts/package.sh check --output "$witness/dist"
+    step "Run: witness"
+    in_witness scripts/lib/witness_inside.sh tests "$results/witness.xml" >"$results/witness.log" 2>&1 </dev/null
+    tell_ctest witness $?
+    step "run-checks.cmd, and registry files, under Wine 10"
+    check "$file" run-checks in_witness scripts/lib/witness_inside.sh checks "$checks"
+    check "$file" registry-files-exchanged-with-wine-10 in_witness scripts/lib/witness_inside.sh exchange
+}
+
 start=$SECONDS
 case "$what" in
-    all) native_half; windows_half; packages_for_users ;;
-    native) native_half ;;
-    windows) windows_half ;;
+    all) native_half; windows_half; answers_as_documented; packages_for_users ;;
+    native) native_half; answers_as_documented ;;
+    windows) windows_half; answers_as_documented ;;
     coverage) coverage_report ;;
     lint) lint_all ;;
     static) static_checks ;;
     reproducible) reproducible_build ;;
     attacks) attacks ;;
     packages) packages_for_users; debian_package_in_a_fresh_root; reproducible_build; fleet_rollout ;;
+    witness) second_witness; answers_as_documented ;;
 esac
 
 step "Summary ($(((SECONDS - start) / 60)) min $(((SECONDS - start) % 60)) s)"

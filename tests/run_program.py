@@ -34,6 +34,7 @@ class Outcome:
     status: str  # "passed", "failed" or "skipped"
     text: str = ""
     seconds: float = 0.0
+    properties: dict = dataclasses.field(default_factory=dict)  # what the case noted with RecordProperty
 
 
 class Program:
@@ -112,6 +113,8 @@ def read_report(file):
             outcomes[name] = Outcome("passed", "", seconds)
         elif case.get("result") == "skipped":
             outcomes[name] = skipped("\n".join(skips), seconds)
+        if name in outcomes:
+            outcomes[name].properties = {noted.get("name"): noted.get("value") for noted in case.iter("property")}
     return outcomes
 
 
@@ -168,6 +171,10 @@ def write_report(file, name, outcomes):
     suite = ElementTree.Element("testsuite", name=name, tests=str(len(outcomes)))
     for case, outcome in outcomes.items():
         element = ElementTree.SubElement(suite, "testcase", name=case, classname=name, time=f"{outcome.seconds:.3f}")
+        if outcome.properties:
+            properties = ElementTree.SubElement(element, "properties")
+            for noted, value in outcome.properties.items():
+                ElementTree.SubElement(properties, "property", name=noted, value=printable(value))
         if outcome.status != "passed":
             tag = "failure" if outcome.status == "failed" else "skipped"
             ElementTree.SubElement(element, tag, message=printable(outcome.text))

@@ -5,7 +5,6 @@
 #include <iterator>
 #include <string>
 
-#include "tests/contract/difference.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/files.h"
 #include "winapi/process.h"

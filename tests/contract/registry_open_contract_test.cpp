@@ -4,6 +4,7 @@
 #include <string>
 
 #include "tests/contract/registry_fixture.h"
+#include "tests/support/answers.h"
 #include "winapi/errors.h"
 
 namespace tests {
@@ -46,10 +47,9 @@ TEST_F(RegistryOpen, PathsGiveTheirErrors) {
   CreateKey(path + u"\\Sub\\Deep");
   for (const Case& c : cases) {
     winapi::Key key = Unlikely();
-    EXPECT_EQ(winapi::RegOpenKeyExW(winapi::HkeyLocalMachine(), (path + c.below).c_str(), 0,
-                                    c.rights, &key),
-              c.error)
-        << c.name;
+    EXPECT_ANSWER(c.name, c.error,
+                  winapi::RegOpenKeyExW(winapi::HkeyLocalMachine(), (path + c.below).c_str(), 0,
+                                        c.rights, &key));
     EXPECT_EQ(key == nullptr, c.error != 0) << c.name;
     EXPECT_NE(key, Unlikely()) << c.name;
     if (key != nullptr) {
@@ -196,11 +196,12 @@ TEST_F(RegistryOpen, EachCallNeedsItsRight) {
     ASSERT_EQ(key.error, 0U) << c.name;
     char16_t name[260];
     winapi::Dword size = 0;
-    EXPECT_EQ(winapi::RegQueryValueExW(key.key, u"v", nullptr, nullptr, nullptr, &size), c.query)
-        << c.name;
-    EXPECT_EQ(winapi::RegSetValueExW(key.key, u"w", 0, 3, nullptr, 0), c.set) << c.name;
-    EXPECT_EQ(winapi::RegDeleteValueW(key.key, u"v"), c.remove) << c.name;
-    EXPECT_EQ(winapi::RegEnumKeyW(key.key, 0, name, 260), c.enumerate) << c.name;
+    const std::string row = std::string(c.name) + ": ";
+    EXPECT_ANSWER(row + "query", c.query,
+                  winapi::RegQueryValueExW(key.key, u"v", nullptr, nullptr, nullptr, &size));
+    EXPECT_ANSWER(row + "set", c.set, winapi::RegSetValueExW(key.key, u"w", 0, 3, nullptr, 0));
+    EXPECT_ANSWER(row + "delete", c.remove, winapi::RegDeleteValueW(key.key, u"v"));
+    EXPECT_ANSWER(row + "enumerate", c.enumerate, winapi::RegEnumKeyW(key.key, 0, name, 260));
   }
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/contract/registry_fixture.h"
+#include "tests/support/answers.h"
 
 namespace tests {
 namespace {
@@ -124,7 +125,7 @@ TEST_F(RegistryValues, TextsAreCompletedFromWhatStandsBehind) {
   for (const Case& c : cases) {
     const auto* data = reinterpret_cast<const std::uint8_t*>(c.memory.data());
     ASSERT_EQ(winapi::RegSetValueExW(key.key, u"v", 0, c.type, data, c.size), 0U) << c.name;
-    EXPECT_EQ(GetValue(path, u"v")->data, c.stored) << c.name;
+    EXPECT_ANSWER(c.name, c.stored, GetValue(path, u"v")->data);
   }
 }
 

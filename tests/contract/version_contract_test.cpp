@@ -1,9 +1,16 @@
 #include <gtest/gtest.h>
 
+#include "tests/support/answers.h"
 #include "winapi/errors.h"
 #include "winapi/time.h"
 
 namespace {
+
+using tests::Answers;
+using tests::kHost;
+using tests::kWine;
+using tests::kWine10;
+using tests::kWine8;
 
 using winapi::kVerGreaterEqual;
 using winapi::kVerMajorVersion;
@@ -35,26 +42,37 @@ TEST(VerSetConditionMaskContract, GivesThreeBitsToEachType) {
   EXPECT_EQ(0x18u, winapi::VerSetConditionMask(0x18, 0, kVerGreaterEqual));
 }
 
-// A fresh prefix and a fresh host are 6.1 with service pack 1.
+// The host is 6.1 with service pack 1, and so is a fresh prefix of Wine 8; one of Wine 10 is 10.0.
+// A Windows answers by its own version, and passes for 6.2 at most where no manifest names a later
+// one.
 TEST(VerifyVersionInfoContract, ComparesFieldByField) {
   struct Case {
     const char* name;
     winapi::OsVersionInfo info;
-    bool met;
+    Answers<winapi::Error> error;
   };
+  const auto since62 = Answers(winapi::kErrorOldWinVersion, kHost | kWine8)
+                           .Or(winapi::kErrorSuccess, kWine10, "passes for 6.2, not for 6.1");
+  const auto later = Answers(winapi::kErrorOldWinVersion, kHost | kWine);
   const Case kCases[] = {
-      {"5.9 pack 9", Version(5, 9, 9), true},   {"6.0 pack 1", Version(6, 0, 1), true},
-      {"6.0 pack 5", Version(6, 0, 5), true},   {"6.1 pack 0", Version(6, 1, 0), true},
-      {"6.1 pack 1", Version(6, 1, 1), true},   {"6.1 pack 2", Version(6, 1, 2), false},
-      {"6.2 pack 0", Version(6, 2, 0), false},  {"6.3 pack 0", Version(6, 3, 0), false},
-      {"10.0 pack 0", Version(10, 0, 0), false}};
+      {"5.9 pack 9", Version(5, 9, 9), 0},       {"6.0 pack 1", Version(6, 0, 1), 0},
+      {"6.0 pack 5", Version(6, 0, 5), 0},       {"6.1 pack 0", Version(6, 1, 0), 0},
+      {"6.1 pack 1", Version(6, 1, 1), 0},       {"6.1 pack 2", Version(6, 1, 2), since62},
+      {"6.2 pack 0", Version(6, 2, 0), since62}, {"6.3 pack 0", Version(6, 3, 0), later},
+      {"10.0 pack 0", Version(10, 0, 0), later}};
   for (const Case& one : kCases) {
-    SCOPED_TRACE(one.name);
     winapi::OsVersionInfo info = one.info;
     winapi::SetLastError(0);
-    EXPECT_EQ(one.met, winapi::VerifyVersionInfoW(&info, kAllThree, MaskOfAllThree()) != 0);
-    EXPECT_EQ(one.met ? 0 : winapi::kErrorOldWinVersion, winapi::GetLastError());
+    const bool met = winapi::VerifyVersionInfoW(&info, kAllThree, MaskOfAllThree()) != 0;
+    EXPECT_ANSWER(one.name, one.error, met ? winapi::kErrorSuccess : winapi::GetLastError());
   }
+}
+
+TEST(VerifyVersionInfoContract, LeavesTheLastErrorWhereItIsMet) {
+  winapi::OsVersionInfo info = Version(6, 0, 1);
+  winapi::SetLastError(0xABCD);
+  EXPECT_NE(0, winapi::VerifyVersionInfoW(&info, kAllThree, MaskOfAllThree()));
+  EXPECT_EQ(0xABCDu, winapi::GetLastError());
 }
 
 TEST(VerifyVersionInfoContract, DoesNotLookAtTheStructuresSize) {

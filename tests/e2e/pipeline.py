@@ -87,7 +87,8 @@ class PipelineCase(MachineCase):
         if not found:
             return None
         self.assertEqual(len(found), 1, found)
-        self.assertRegex(found[0], "^C:\\\\users\\\\[^\\\\]+\\\\Temp\\\\" + GUID + "$")
+        # The last two folders of the temporary directory's path are those of Windows in Wine 10.
+        self.assertRegex(found[0], r"^C:\\users\\[^\\]+\\(AppData\\Local\\)?Temp\\" + GUID + "$")
         return found[0]
 
     def unix_path(self, path):

@@ -55,6 +55,8 @@ TEST(RunnerProbeOwnProcess, ReportsAgain) {
 
 TEST(RunnerProbeOwnProcess, Crashes) { std::abort(); }
 
+TEST(RunnerProbeOwnProcess, Notes) { RecordProperty("a planted property", "its value"); }
+
 // Each case of this suite expects what main puts back, and spoils it.
 class RunnerProbeState : public testing::TestWithParam<int> {};
 

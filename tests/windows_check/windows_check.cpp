@@ -71,7 +71,7 @@ std::string Heading(bool isAdministrator) {
   return std::string("zum_setup_util ") + ZUM_VERSION + ", check of a machine\n" +
          "system:  " + SystemName() + "\n" +
          "rights:  " + (isAdministrator ? "administrator" : "plain user, or not elevated") + "\n" +
-         "answers: those listed for " + (UnderWine() ? "Wine 8" : "Windows") + " are right\n";
+         "answers: those listed for " + (UnderWine() ? "Wine" : "Windows") + " are right\n";
 }
 
 // For an old editor, too: with a mark in front and Windows' line ends.

@@ -1,4 +1,5 @@
-// Makes the machine trust a root certificate: puts it into the machine's store of trusted roots.
+// Makes the user trust a root certificate: puts it into the user's store of trusted roots. Not into
+// the machine's, which Wine 10 makes anew from the system below.
 //
 // Argument: the path of the certificate in its binary form, as the hexadecimal digits of its UTF-16
 // bytes. A certificate that is trusted already is fine. One certificate a run: a second one added
@@ -30,7 +31,7 @@ int main(int count, char** arguments) {
   if (count != 2) helpers::Die("one argument is wanted", 0);
   const std::vector<unsigned char> bytes = ReadFileBytes(helpers::TextOf(arguments[1]));
   HCERTSTORE store =
-      CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, L"Root");
+      CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER, L"Root");
   if (store == nullptr) helpers::Die("CertOpenStore", GetLastError());
   if (!CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, bytes.data(),
                                         static_cast<DWORD>(bytes.size()), CERT_STORE_ADD_NEW,
