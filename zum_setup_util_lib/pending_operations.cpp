@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <exception>
+#include <memory_resource>
 #include <string_view>
 #include <unordered_set>
 
@@ -38,24 +39,6 @@ constexpr helpers::Milliseconds kDelay{100};
 
 bool IsAbsolute(const std::u16string& path) { return path.starts_with(u'\\'); }
 
-// A list under construction that knows its members. They are looked up by value; the views refer to
-// the source list, which stays as it is meanwhile.
-class RewrittenList {
- public:
-  explicit RewrittenList(std::size_t expected) { m_strings.reserve(expected); }
-
-  void Append(const std::u16string& text) {
-    m_strings.push_back(text);
-    m_members.insert(text);
-  }
-  [[nodiscard]] bool Contains(const std::u16string& text) const { return m_members.contains(text); }
-  [[nodiscard]] List Take() { return std::move(m_strings); }
-
- private:
-  List m_strings;
-  std::unordered_set<std::u16string_view> m_members;
-};
-
 void WriteList(const RegKey& key, const KernelHandle& transaction, const List& list) {
   if (const winapi::Error error =
           windows_helpers::WriteMultiStringValue(key, kPendingRenames, list)) {
@@ -72,28 +55,36 @@ void WriteList(const RegKey& key, const KernelHandle& transaction, const List& l
 
 }  // namespace
 
+// What the result mentions is looked up by value, in views of the source list. One step asks and
+// adds; their memory comes from the stack first, which is all that the usual list of a few entries
+// takes, and goes at once.
 List RewritePendingList(const List& list) {
-  const std::u16string empty;
-  RewrittenList result(list.size() * 2);
+  std::byte room[1024];
+  std::pmr::monotonic_buffer_resource memory(room, sizeof room);
+  std::pmr::unordered_set<std::u16string_view> mentioned(list.size(), &memory);
+  List result;
+  result.reserve(list.size() * 2);
   std::size_t i = 0;
   while (i < list.size()) {
     // Pairs are found position by position: behind an entry that isn't a rename the next one is
     // tried.
     if (i + 1 < list.size() && IsAbsolute(list[i]) && IsAbsolute(list[i + 1])) {
       const std::u16string& target = list[i + 1];
-      if (!result.Contains(target)) {
-        result.Append(target);
-        result.Append(empty);
+      if (mentioned.insert(target).second) {
+        result.push_back(target);
+        result.emplace_back();
       }
-      result.Append(list[i]);
-      result.Append(target);
+      mentioned.insert(list[i]);
+      result.push_back(list[i]);
+      result.push_back(target);
       i += 2;
     } else {
-      result.Append(list[i]);
+      mentioned.insert(list[i]);
+      result.push_back(list[i]);
       ++i;
     }
   }
-  return result.Take();
+  return result;
 }
 
 void CorrectPendingOperations() {
