@@ -14,7 +14,8 @@ namespace standalone::trace::detail {
 class LineStream : public std::ostringstream {
  public:
   LineStream() {
-    imbue(std::locale::classic());
+    // What a stream knows of its locale is looked up anew by each imbue, the same one's too.
+    if (getloc() != std::locale::classic()) imbue(std::locale::classic());
     fill('0');
     exceptions(std::ios::badbit);
   }

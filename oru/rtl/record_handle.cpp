@@ -18,17 +18,6 @@ bool RecordHandle::Open(ITracer* tracer, std::uint32_t level) {
   return OpenUnkept(tracer, level);
 }
 
-bool RecordHandle::OpenUnkept(ITracer* tracer, std::uint32_t level) {
-  // An area that is still open is lost here: the interface has nothing to give one up by.
-  m_text = nullptr;
-  m_tracer = tracer;
-  if (tracer == nullptr) return false;
-  char* text = nullptr;
-  // Exactly sOk: other successes don't open a record.
-  if (tracer->ReserveRecord(level, &text, InitialCapacity) == sOk) m_text = text;
-  return IsOpen();
-}
-
 ResultCode RecordHandle::Grow(std::uint32_t newCapacity) {
   ORU_CHECK(newCapacity >= InitialCapacity);
   // The call below would open a second record.

@@ -17,7 +17,16 @@ class RecordHandle {
   // True when the record is open, with an area of InitialCapacity bytes. A null tracer gives false.
   bool Open(ITracer* tracer, std::uint32_t level);
   // The same for a caller who keeps the thread's last error himself: the tracer may change it.
-  bool OpenUnkept(ITracer* tracer, std::uint32_t level);
+  bool OpenUnkept(ITracer* tracer, std::uint32_t level) {
+    // An area that is still open is lost here: the interface has nothing to give one up by.
+    m_text = nullptr;
+    m_tracer = tracer;
+    if (tracer == nullptr) return false;
+    char* text = nullptr;
+    // Exactly sOk: other successes don't open a record.
+    if (tracer->ReserveRecord(level, &text, InitialCapacity) == sOk) m_text = text;
+    return IsOpen();
+  }
   // `newCapacity` in bytes, at least InitialCapacity, which is checked. errOutOfMemory also when
   // the tracer says yes and gives no area, and when the record isn't open.
   [[nodiscard]] ResultCode Grow(std::uint32_t newCapacity);

@@ -89,9 +89,17 @@ class basic_string_t {
 
   // Empties the text and keeps the capacity.
   void clear() noexcept;
-  void push_back(CharT character);
+  void push_back(CharT character) {
+    if (m_size == m_capacity) reserve_extra(1);
+    m_data[m_size] = character;
+    SetSize(m_size + 1);
+  }
 
-  basic_string_t& append(const CharT* first, size_type n);
+  basic_string_t& append(const CharT* first, size_type n) {
+    if (first == nullptr || n > m_capacity - m_size) return AppendGrowing(first, n);
+    PutBehind(first, n);
+    return *this;
+  }
   basic_string_t& append(const CharT* text);
   basic_string_t& append(view_type text);
   basic_string_t& append(size_type n, CharT character);
@@ -145,9 +153,19 @@ class basic_string_t {
   void ReplaceBlock(CharT* block, size_type capacity, block_keeper<CharT>* keeper) noexcept;
   void MoveToBlock(size_type capacity, size_type kept, block_keeper<CharT>* keeper);
   void ReserveBehind(size_type kept, size_type n, block_keeper<CharT>* keeper);
+  basic_string_t& AppendGrowing(const CharT* first, size_type n);
+  // There is place for them. Moved, not copied: a source of this string may take in the terminator,
+  // which lies where the copy begins.
+  void PutBehind(const CharT* first, size_type n) noexcept {
+    traits::move(m_data + m_size, first, n);
+    SetSize(m_size + n);
+  }
   void UseInline() noexcept;
   void TakeText(basic_string_t& other) noexcept;
-  void SetSize(size_type size) noexcept;
+  void SetSize(size_type size) noexcept {
+    m_size = size;
+    m_data[size] = CharT();
+  }
 
   // The order is that of the string's binary form. The text is in a heap block exactly when m_data
   // isn't m_inline.

@@ -103,20 +103,12 @@ void basic_string_t<CharT>::clear() noexcept {
 }
 
 template <typename CharT>
-void basic_string_t<CharT>::push_back(CharT character) {
-  append(/*n=*/1, character);
-}
-
-template <typename CharT>
-basic_string_t<CharT>& basic_string_t<CharT>::append(const CharT* first, size_type n) {
+basic_string_t<CharT>& basic_string_t<CharT>::AppendGrowing(const CharT* first, size_type n) {
   ORU_CHECK((first != nullptr) || (n == 0));
   if (first == nullptr || n == 0) return *this;
   block_keeper<CharT> keeper;
   reserve_extra(n, &keeper);
-  // Moved, not copied: a source of this string may take in the terminator, which lies where the
-  // copy begins.
-  traits::move(m_data + m_size, first, n);
-  SetSize(m_size + n);
+  PutBehind(first, n);
   return *this;
 }
 
@@ -320,12 +312,6 @@ void basic_string_t<CharT>::TakeText(basic_string_t& other) noexcept {
     // Emptied without a release: the block has a new owner.
     other.UseInline();
   }
-}
-
-template <typename CharT>
-void basic_string_t<CharT>::SetSize(size_type size) noexcept {
-  m_size = size;
-  m_data[size] = CharT();
 }
 
 }  // namespace oru

@@ -12,19 +12,45 @@ namespace {
 bool IsHighSurrogate(std::uint32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLowSurrogate(std::uint32_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
+bool IsPair(const char16_t* at, const char16_t* last) noexcept {
+  return IsHighSurrogate(at[0]) && at + 1 != last && IsLowSurrogate(at[1]);
+}
+std::uint32_t PairOf(std::uint32_t high, std::uint32_t low) noexcept {
+  return (high - 0xD800) * 1024 + (low - 0xDC00) + 0x10000;
+}
+
 // The six bits at `shift`, as a byte that continues a sequence.
 char Continuation(std::uint32_t codePoint, unsigned shift) noexcept {
   return static_cast<char>(0x80 | ((codePoint >> shift) & 0x3F));
+}
+
+// The forms of two, three and four bytes; each gives the place behind it.
+char* PutTwo(std::uint32_t codePoint, char* to) noexcept {
+  to[0] = static_cast<char>(0xC0 | (codePoint >> 6));
+  to[1] = Continuation(codePoint, /*shift=*/0);
+  return to + 2;
+}
+char* PutThree(std::uint32_t codePoint, char* to) noexcept {
+  to[0] = static_cast<char>(0xE0 | (codePoint >> 12));
+  to[1] = Continuation(codePoint, /*shift=*/6);
+  to[2] = Continuation(codePoint, /*shift=*/0);
+  return to + 3;
+}
+char* PutFour(std::uint32_t codePoint, char* to) noexcept {
+  to[0] = static_cast<char>(0xF0 | (codePoint >> 18));
+  to[1] = Continuation(codePoint, /*shift=*/12);
+  to[2] = Continuation(codePoint, /*shift=*/6);
+  to[3] = Continuation(codePoint, /*shift=*/0);
+  return to + 4;
 }
 
 }  // namespace
 
 // Never fails: Windows lets a file's name hold half a pair, and such a name must still be shown.
 std::uint32_t DecodeUtf16(const char16_t*& first, const char16_t* last) noexcept {
-  const std::uint32_t unit = *first++;
-  if (!IsHighSurrogate(unit) || first == last || !IsLowSurrogate(*first)) return unit;
-  const std::uint32_t low = *first++;
-  return (unit - 0xD800) * 1024 + (low - 0xDC00) + 0x10000;
+  if (!IsPair(first, last)) return *first++;
+  first += 2;
+  return PairOf(first[-2], first[-1]);
 }
 
 // The numbers of surrogates aren't kept out, so half a pair gets three bytes of its own. Strict
@@ -34,24 +60,11 @@ unsigned EncodeUtf8(std::uint32_t codePoint, char (&bytes)[4]) noexcept {
     bytes[0] = static_cast<char>(codePoint);
     return 1;
   }
-  if (codePoint < 0x800) {
-    bytes[0] = static_cast<char>(0xC0 | (codePoint >> 6));
-    bytes[1] = Continuation(codePoint, /*shift=*/0);
-    return 2;
-  }
-  if (codePoint < 0x10000) {
-    bytes[0] = static_cast<char>(0xE0 | (codePoint >> 12));
-    bytes[1] = Continuation(codePoint, /*shift=*/6);
-    bytes[2] = Continuation(codePoint, /*shift=*/0);
-    return 3;
-  }
+  if (codePoint < 0x800) return static_cast<unsigned>(PutTwo(codePoint, bytes) - bytes);
+  if (codePoint < 0x10000) return static_cast<unsigned>(PutThree(codePoint, bytes) - bytes);
   // No pair stands for such a number, so only a decoder other than DecodeUtf16 can bring one here.
   if (codePoint >= 0x110000) return 0;
-  bytes[0] = static_cast<char>(0xF0 | (codePoint >> 18));
-  bytes[1] = Continuation(codePoint, /*shift=*/12);
-  bytes[2] = Continuation(codePoint, /*shift=*/6);
-  bytes[3] = Continuation(codePoint, /*shift=*/0);
-  return 4;
+  return static_cast<unsigned>(PutFour(codePoint, bytes) - bytes);
 }
 
 namespace detail {
@@ -112,23 +125,47 @@ unsigned EncodeWide(std::uint32_t codePoint, char16_t (&units)[kMaxUnits]) noexc
 
 }  // namespace detail
 
-// Neither coder fails here, in both passes, so there is no result to look at. They have to be the
-// same two: WriteUtf8 isn't told how much room it has.
+// The two passes go by the units, most of which are no surrogates and needn't be decoded. They have
+// to take the same turns: the second one isn't told how much room it has.
 std::size_t CountUtf8(std::u16string_view source) noexcept {
+  const char16_t* const last = source.data() + source.size();
   std::size_t length = 0;
-  (void)detail::ConvertEach<char>(source, detail::DecodeWide, detail::EncodeUtf8OrMark,
-                                  [&](const char*, unsigned n) { length += n; });
+  for (const char16_t* at = source.data(); at != last; ++at) {
+    if (*at < 0x80) {
+      length += 1;
+    } else if (*at < 0x800) {
+      length += 2;
+    } else if (IsPair(at, last)) {
+      length += 4;
+      ++at;
+    } else {
+      length += 3;
+    }
+  }
   return length;
 }
 
 void WriteUtf8(std::u16string_view source, char* bytes) noexcept {
-  (void)detail::ConvertEach<char>(
-      source, detail::DecodeWide, detail::EncodeUtf8OrMark,
-      [&](const char* units, unsigned n) { bytes = std::copy_n(units, n, bytes); });
+  const char16_t* const last = source.data() + source.size();
+  for (const char16_t* at = source.data(); at != last; ++at) {
+    if (*at < 0x80) {
+      *bytes++ = static_cast<char>(*at);
+    } else if (*at < 0x800) {
+      bytes = PutTwo(*at, bytes);
+    } else if (IsPair(at, last)) {
+      bytes = PutFour(PairOf(at[0], at[1]), bytes);
+      ++at;
+    } else {
+      bytes = PutThree(*at, bytes);
+    }
+  }
 }
 
 ResultCode Utf16ToUtf8(std::u16string_view source, String8& target) noexcept {
-  return detail::ConvertText(source, target, detail::DecodeWide, detail::EncodeUtf8Units);
+  char* bytes = nullptr;
+  const ResultCode rc = detail::MakePlace(target, CountUtf8(source), bytes);
+  if (rc == sOk) WriteUtf8(source, bytes);
+  return rc;
 }
 
 ResultCode Utf16ToAnsi(std::u16string_view source, String8& target) noexcept {

@@ -50,6 +50,21 @@ bool ConvertEach(std::basic_string_view<Source> source, Decode decode, Encode en
   return true;
 }
 
+// Makes the target `length` units of undefined content, of which the first is at `place`: the one
+// step that may fail for want of memory, with the target as it was.
+template <typename String>
+ResultCode MakePlace(String& target, std::uint64_t length,
+                     typename String::value_type*& place) noexcept {
+  // In 64 bits, since a text's bytes may be three times its units.
+  if (length > String::max_size()) return errOutOfMemory;
+  try {
+    place = target.resize_for_overwrite(static_cast<std::uint32_t>(length));
+  } catch (const std::exception&) {  // std::bad_alloc or std::length_error
+    return errOutOfMemory;
+  }
+  return sOk;
+}
+
 // The two passes. The second one meets what the first one has met, so it can't fail.
 template <typename Source, typename String, typename Decode, typename Encode>
 ResultCode ConvertText(std::basic_string_view<Source> source, String& target, Decode decode,
@@ -58,15 +73,9 @@ ResultCode ConvertText(std::basic_string_view<Source> source, String& target, De
   std::uint64_t length = 0;
   const auto count = [&](const Target*, unsigned n) { length += n; };
   if (!ConvertEach<Target>(source, decode, encode, count)) return errInvalidArgument;
-  // In 64 bits, since a text's bytes may be three times its units.
-  if (length > String::max_size()) return errOutOfMemory;
-  // The one step that may fail for want of memory, with the target as it was.
   Target* to = nullptr;
-  try {
-    to = target.resize_for_overwrite(static_cast<std::uint32_t>(length));
-  } catch (const std::exception&) {  // std::bad_alloc or std::length_error
-    return errOutOfMemory;
-  }
+  const ResultCode rc = MakePlace(target, length, to);
+  if (rc != sOk) return rc;
   const auto copy = [&](const Target* units, unsigned n) { to = std::copy_n(units, n, to); };
   (void)ConvertEach<Target>(source, decode, encode, copy);
   return sOk;

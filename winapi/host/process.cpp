@@ -1,8 +1,10 @@
 #include "winapi/process.h"
 
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <deque>
 #include <fstream>
 #include <iterator>
@@ -47,6 +49,18 @@ std::string JoinArguments(std::string_view arguments) {
   return line;
 }
 
+// The kernel is asked for both numbers once: each line of the trace wants both, and asking takes
+// longer than the whole rest of the line. A child of fork has numbers of its own.
+constinit std::atomic<Dword> ownProcess{0};
+constinit thread_local Dword ownThread = 0;
+
+void ForgetNumbers() noexcept {
+  ownProcess = 0;
+  ownThread = 0;
+}
+[[maybe_unused]] const int childrenForget =
+    ::pthread_atfork(/*prepare=*/nullptr, /*parent=*/nullptr, ForgetNumbers);
+
 // Not by argv: the product's entry doesn't pass it on, and this one is there before it.
 std::u16string OwnCommandLine() {
   std::ifstream stream("/proc/self/cmdline", std::ios::binary);
@@ -66,7 +80,9 @@ const char16_t* GetCommandLineW() noexcept {
 Dword GetCurrentProcessId() noexcept {
   const host::Call call("GetCurrentProcessId");
   const Dword set = TheState().processId;
-  return set != 0 ? set : static_cast<Dword>(::getpid());
+  if (set != 0) return set;
+  if (ownProcess == 0) ownProcess = static_cast<Dword>(::getpid());
+  return ownProcess;
 }
 
 // The number of the kernel's task, which is the process's for the first thread, as a debugger shows
@@ -74,7 +90,9 @@ Dword GetCurrentProcessId() noexcept {
 Dword GetCurrentThreadId() noexcept {
   const host::Call call("GetCurrentThreadId");
   const Dword set = TheState().threadId;
-  return set != 0 ? set : static_cast<Dword>(::syscall(SYS_gettid));
+  if (set != 0) return set;
+  if (ownThread == 0) ownThread = static_cast<Dword>(::syscall(SYS_gettid));
+  return ownThread;
 }
 
 int ProcessExitStatus(std::int32_t code) noexcept {

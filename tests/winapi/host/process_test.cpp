@@ -103,6 +103,23 @@ TEST(HostIdentity, IsWhatWasSetAndTheRealOneForZero) {
   EXPECT_EQ(static_cast<winapi::Dword>(::getpid()), winapi::GetCurrentThreadId());
 }
 
+// The numbers are asked for once, and a child mustn't go by its parent's.
+TEST(HostIdentity, IsItsOwnInAChildOfFork) {
+  const winapi::Dword own = winapi::GetCurrentProcessId();
+  (void)winapi::GetCurrentThreadId();
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const auto number = static_cast<winapi::Dword>(::getpid());
+    const bool isRight = winapi::GetCurrentProcessId() == number &&
+                         winapi::GetCurrentThreadId() == number && number != own;
+    ::_exit(isRight ? 0 : 1);
+  }
+  int status = -1;
+  EXPECT_EQ(child, ::waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  EXPECT_EQ(own, winapi::GetCurrentProcessId());
+}
+
 TEST(HostExitStatus, IsTheLowByteAndOneForAFailureWhoseLowByteIsZero) {
   struct Case {
     std::uint32_t code;

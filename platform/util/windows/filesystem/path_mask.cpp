@@ -19,9 +19,14 @@ Halves Split(std::u16string_view path) noexcept {
   return {path.substr(0, start), path.substr(start)};
 }
 
-// The C library's upper case in its default locale.
-char16_t ToUpper(char16_t unit) noexcept {
-  return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
+// The character that is the same in a path: a letter's other case, by the C library's default
+// locale, or the other separator; else the character itself.
+char16_t OtherForm(char16_t unit) noexcept {
+  constexpr int kCase = u'a' ^ u'A';  // the one bit in which the cases differ
+  const int lower = unit | kCase;
+  if (lower >= u'a' && lower <= u'z') return static_cast<char16_t>(unit ^ kCase);
+  if (unit == u'/') return u'\\';
+  return unit == u'\\' ? u'/' : unit;
 }
 
 bool SameBeginning(std::u16string_view path, std::u16string_view beginning) noexcept {
@@ -63,14 +68,24 @@ bool MatchDirectory(std::u16string_view path, const Halves& pathHalves, std::u16
   return directory.empty() || MatchRelativeDirectory(path, pathHalves.directory.size(), directory);
 }
 
-}  // namespace
-
-bool IsSamePathChar(char16_t a, char16_t b) noexcept {
-  return a == b || (IsPathSeparator(a) && IsPathSeparator(b)) || ToUpper(a) == b || a == ToUpper(b);
+// From `start` on, the place at which a mask without a "*" in front may begin, by its first
+// character; the name's end where there is none.
+std::size_t FindFirst(std::u16string_view name, std::size_t start,
+                      std::u16string_view mask) noexcept {
+  if (mask.empty()) return name.size();  // that "*" is the last of the mask and takes the rest
+  if (mask[0] == u'?') return start;
+  const char16_t other = OtherForm(mask[0]);
+  while (start < name.size() && name[start] != mask[0] && name[start] != other) ++start;
+  return start;
 }
 
+}  // namespace
+
+bool IsSamePathChar(char16_t a, char16_t b) noexcept { return a == b || a == OtherForm(b); }
+
 // One level of backtracking is enough: what an earlier "*" takes can be left to the last one. So
-// the time is at most the product of the two lengths.
+// the time is at most the product of the two lengths, and comes to half of that where a run of
+// one letter meets a "*", half as many of them and another letter.
 bool MatchWildcard(std::u16string_view name, std::u16string_view mask) noexcept {
   constexpr std::size_t none = std::u16string_view::npos;
   std::size_t n = 0;
@@ -78,18 +93,22 @@ bool MatchWildcard(std::u16string_view name, std::u16string_view mask) noexcept 
   std::size_t lastStar = none;  // its place in the mask
   std::size_t taken = 0;        // where the name goes on behind what that "*" takes
   while (n < name.size()) {
-    if (m < mask.size() && mask[m] == u'*') {
-      lastStar = m++;
-      taken = n;
-    } else if (m < mask.size() && (mask[m] == u'?' || IsSamePathChar(name[n], mask[m]))) {
-      ++n;
-      ++m;
-    } else if (lastStar != none) {
-      n = ++taken;
-      m = lastStar + 1;
-    } else {
-      return false;
+    if (m < mask.size()) {
+      if (mask[m] == u'*') {
+        lastStar = m++;
+        taken = n;
+        continue;
+      }
+      if (mask[m] == u'?' || IsSamePathChar(name[n], mask[m])) {
+        ++n;
+        ++m;
+        continue;
+      }
     }
+    if (lastStar == none) return false;
+    m = lastStar + 1;
+    taken = FindFirst(name, taken + 1, mask.substr(m));
+    n = taken;
   }
   return mask.find_first_not_of(u'*', m) == none;
 }

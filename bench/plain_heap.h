@@ -1,0 +1,41 @@
+// The memory of the framework's strings where a benchmark compares them with those of the standard
+// library. On Windows both have the process heap. Natively that heap is the host layer's, which
+// logs its calls and keeps account of its blocks: there the strings have an allocator that is the C
+// library alone, so that the strings are compared and not the heaps.
+#ifndef BENCH_PLAIN_HEAP_H_
+#define BENCH_PLAIN_HEAP_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "oru/rtl/allocator.h"
+
+namespace bench {
+
+class PlainHeap final : public oru::IAllocator {
+ public:
+  std::uint32_t AddRef() noexcept override { return 1; }
+  std::uint32_t Release() noexcept override { return 1; }
+  oru::ResultCode QueryInterface(oru::InterfaceNumber, void**) noexcept override {
+    return oru::errNotSupportedInterface;
+  }
+  void* Alloc(std::size_t size) noexcept override { return std::malloc(size); }
+  void* Realloc(void* block, std::size_t size) noexcept override {
+    return std::realloc(block, size);
+  }
+  void Free(void* block) noexcept override { std::free(block); }
+};
+
+inline oru::abi_v2_allocator Memory() {
+#ifdef _WIN32
+  return {};
+#else
+  static PlainHeap heap;
+  return oru::abi_v2_allocator(&heap);
+#endif
+}
+
+}  // namespace bench
+
+#endif  // BENCH_PLAIN_HEAP_H_
