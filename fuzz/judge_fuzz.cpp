@@ -13,6 +13,8 @@
 #include "fuzz/input.h"
 #include "fuzz/installer_rule.h"
 #include "fuzz/report_rules.h"
+#include "oru/rtl/check.h"
+#include "winapi/exceptions.h"
 #include "winapi/host/control.h"
 #include "zum_rehearse/rehearse.h"
 
@@ -312,8 +314,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const fuzz::Faults faults = fuzz::TakeFaults(input);
   const Branch before = fuzz::TakeBranch(input);
   const Rewritten rewritten = fuzz::Rewrite(before, faults, fuzz::Rights::kReadingSuffices);
-  static const bool isNew = (host::ResetMachine(), true);
-  (void)isNew;
+  // Values of an odd size make the reading report checks, which the program takes and goes on.
+  static const bool isNew =
+      (host::ResetMachine(),
+       winapi::AddVectoredExceptionHandler(/*first=*/1, oru::AssertionHandler) != nullptr);
+  fuzz::Require(isNew, "reported checks are taken");
   fuzz::PutIntoStore(before);
   Plan(before, faults);
 
