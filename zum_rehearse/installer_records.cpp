@@ -108,6 +108,12 @@ ProductRecord Read(std::u16string key, bool listed) {
   return product;
 }
 
+// Of a name that the list has in another spelling.
+bool IsListed(const std::u16string& key) {
+  RegKey opened;
+  return Open(opened, Path(kUserDataProducts, key, {})) != KeyState::kMissing;
+}
+
 }  // namespace
 
 std::vector<ProductRecord> ReadProducts() {
@@ -118,7 +124,8 @@ std::vector<ProductRecord> ReadProducts() {
     products.push_back(Read(std::move(key), /*listed=*/true));
   }
   for (std::u16string& key : SubKeys(kClassesProducts)) {
-    if (!seen.contains(key)) products.push_back(Read(std::move(key), /*listed=*/false));
+    if (!seen.contains(key) && !IsListed(key))
+      products.push_back(Read(std::move(key), /*listed=*/false));
   }
   return products;
 }

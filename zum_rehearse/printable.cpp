@@ -16,10 +16,14 @@ struct Range {
   char32_t last;
 };
 
+// Controls, line separators, halves of pairs, what is no character, and all that Unicode counts as
+// ignorable: it isn't seen, or turns what stands beside it.
 constexpr Range kUnsafe[] = {
-    {0x00, 0x1F},     {0x7F, 0x9F},     {0xAD, 0xAD},      {0x61C, 0x61C},   {0x180E, 0x180E},
-    {0x200B, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F},  {0xD800, 0xDFFF}, {0xFEFF, 0xFEFF},
-    {0xFFF9, 0xFFFB}, {0xFFFE, 0xFFFF}, {0xE0000, 0xE0FFF}};
+    {0x00, 0x1F},      {0x7F, 0x9F},     {0xAD, 0xAD},     {0x34F, 0x34F},     {0x61C, 0x61C},
+    {0x115F, 0x1160},  {0x17B4, 0x17B5}, {0x180B, 0x180F}, {0x200B, 0x200F},   {0x2028, 0x202E},
+    {0x2060, 0x206F},  {0x3164, 0x3164}, {0xD800, 0xDFFF}, {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},
+    {0xFFA0, 0xFFA0},  {0xFFF0, 0xFFFB}, {0xFFFE, 0xFFFF}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A},
+    {0xE0000, 0xE0FFF}};
 // Without a column of their own, and with two: the blocks that names are likely to have.
 constexpr Range kCombining[] = {
     {0x300, 0x36F},   {0x483, 0x489},   {0x591, 0x5BD},   {0x610, 0x61A},   {0x64B, 0x65F},
@@ -215,16 +219,21 @@ std::size_t Width(std::string_view utf8) {
   return width;
 }
 
-std::string Cut(std::string_view utf8, std::size_t columns) {
-  if (Width(utf8) <= columns) return std::string(utf8);
+std::size_t FittingBytes(std::string_view utf8, std::size_t columns) {
   std::size_t end = 0;
   for (std::size_t used = 0, i = 0; i < utf8.size(); end = i) {
     char32_t character = kReplacement;
     (void)Next(utf8, i, character);
     used += WidthOf(character);
-    if (used + 1 > columns) break;
+    if (used > columns) return end;
   }
-  return Concat({utf8.substr(0, end), "\u2026"});
+  return end;
+}
+
+std::string Cut(std::string_view utf8, std::size_t columns) {
+  if (Width(utf8) <= columns) return std::string(utf8);
+  const std::size_t room = columns == 0 ? 0 : columns - 1;  // beside the ellipsis
+  return Concat({utf8.substr(0, FittingBytes(utf8, room)), "\u2026"});
 }
 
 std::string Fit(std::string_view utf8, std::size_t columns) {

@@ -38,6 +38,8 @@ namespace zum_rehearse {
 
 // The columns that printable UTF-8 takes on a terminal.
 [[nodiscard]] std::size_t Width(std::string_view utf8);
+// How many bytes of its beginning take at most so many columns, whole characters only.
+[[nodiscard]] std::size_t FittingBytes(std::string_view utf8, std::size_t columns);
 // At most so many columns; what is cut off is told by an ellipsis.
 [[nodiscard]] std::string Cut(std::string_view utf8, std::size_t columns);
 // Filled up by blanks, or cut.

@@ -11,6 +11,7 @@ namespace {
 constexpr std::size_t kLeastColumns = 60;
 constexpr std::size_t kCodeColumns = 38;
 constexpr std::size_t kVersionColumns = 14;
+constexpr std::size_t kColumnsBeforeName = 2 + kCodeColumns + 2 + kVersionColumns + 2;
 constexpr std::size_t kNameOfValueColumns = 20;  // "LocalPackageNotExist"
 
 constexpr std::string_view kBold = "\033[1m";
@@ -65,7 +66,8 @@ class TableWriter {
 
   void Line(std::string_view text) { m_text.append(text).append("\n"); }
 
-  // Over as many lines as it takes, broken at blanks.
+  // Over as many lines as it takes, broken at blanks; a word that is longer than a line wherever it
+  // has to be.
   void Wrapped(std::string_view head, std::string_view text, std::string_view colour) {
     std::string indent(head);
     const std::size_t room = m_columns - head.size();
@@ -73,11 +75,11 @@ class TableWriter {
       std::size_t length = text.size();
       if (Width(text) > room) {
         length = text.rfind(' ', room);
-        if (length == std::string_view::npos || length == 0) length = text.find(' ');
-        if (length == std::string_view::npos) length = text.size();
+        if (length == std::string_view::npos || length == 0) length = FittingBytes(text, room);
       }
       Line(Concat({indent, Coloured(colour, text.substr(0, length))}));
-      text.remove_prefix(std::min(length + 1, text.size()));
+      text.remove_prefix(length);
+      if (text.starts_with(' ')) text.remove_prefix(1);
       indent.assign(head.size(), ' ');
     }
   }
@@ -93,20 +95,23 @@ class TableWriter {
     if (!first) Line("");
   }
 
+  // Else each has a line of its own.
+  [[nodiscard]] bool NamesHaveRoom() const { return m_columns > kColumnsBeforeName + 10; }
+
   void Heading() {
     Line("");
-    Line(Coloured(kBold, Concat({"  ", Fit("PRODUCT", kCodeColumns), "  ",
-                                 Fit("VERSION", kVersionColumns), "  NAME"})));
+    Line(Coloured(kBold,
+                  Concat({"  ", Fit("PRODUCT", kCodeColumns), "  ", Fit("VERSION", kVersionColumns),
+                          NamesHaveRoom() ? "  NAME" : ""})));
   }
 
   void ProductLines(const Product& product) {
     const std::string code = product.code.empty() ? Printable(product.key) : product.code;
-    const std::size_t used = 2 + kCodeColumns + 2 + kVersionColumns + 2;
     const std::string name = Printable(product.name);
     const std::string line = Concat({"  ", Fit(code, kCodeColumns), "  ",
                                      Fit(Printable(product.version), kVersionColumns), "  "});
-    if (m_columns > used + 10) {
-      Line(Concat({line, Cut(name, m_columns - used)}));
+    if (NamesHaveRoom()) {
+      Line(Concat({line, Cut(name, m_columns - kColumnsBeforeName)}));
     } else {
       Line(line);
       if (!name.empty()) Line(Concat({"      ", Cut(name, m_columns - 6)}));

@@ -35,6 +35,21 @@ def empty_hive():
     return (header + struct.pack("<I", checksum)).ljust(BLOCK, b"\0") + bin_.ljust(BLOCK, b"\0")
 
 
+def lists_first_subkey_only(data, names):
+    """The hive with keys of these names whose subkeys are all the first of them."""
+    patched = bytearray(data)
+    for name in names:
+        place = data.index(name.encode("ascii"), BLOCK) - 76
+        assert data[place:place + 2] == b"nk"
+        list_at = BLOCK + 4 + struct.unpack_from("<I", data, place + 0x1C)[0]
+        kind, count = struct.unpack_from("<2sH", data, list_at)
+        assert kind in (b"lf", b"lh") and count > 1
+        for number in range(1, count):
+            start = list_at + 4
+            patched[start + 8 * number:start + 8 * number + 8] = data[start:start + 8]
+    return bytes(patched)
+
+
 def write(path, branch):
     """A hive of HKEY_LOCAL_MACHINE\\SOFTWARE with what the branch holds."""
     path.write_bytes(empty_hive())

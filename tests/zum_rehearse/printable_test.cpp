@@ -32,6 +32,14 @@ TEST(Printable, ShowsWhatMovesTheCursorOrTurnsText) {
   EXPECT_EQ(Printable(u"\U000E0041"), "\\u{e0041}");
 }
 
+// Blank letters, joiners, selectors and controls of scripts and of music.
+TEST(Printable, ShowsWhatCantBeSeen) {
+  EXPECT_EQ(Printable(u"\u3164\u115F\u1160\uFFA0"), "\\u{3164}\\u{115f}\\u{1160}\\u{ffa0}");
+  EXPECT_EQ(Printable(u"a\u034Fb\uFE0F\u180B\u17B4"), "a\\u{34f}b\\u{fe0f}\\u{180b}\\u{17b4}");
+  EXPECT_EQ(Printable(u"\U0001BCA0\U0001D173\uFFF0"), "\\u{1bca0}\\u{1d173}\\u{fff0}");
+  EXPECT_EQ(Printable(u"\u1161\u3165\uFF9F\U0001D17B"), "\u1161\u3165\uFF9F\U0001D17B");
+}
+
 TEST(Printable, ShowsLoneSurrogates) {
   EXPECT_EQ(Printable(u"a\xD83Dz"), "a\\u{d83d}z");
   EXPECT_EQ(Printable(u"\xDE00\xD83D"), "\\u{de00}\\u{d83d}");

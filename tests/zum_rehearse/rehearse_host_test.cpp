@@ -71,6 +71,17 @@ TEST_F(RehearseHost, WithAllRightsAllAreRepaired) {
   EXPECT_EQ(report.changes.size(), 12U);
 }
 
+TEST_F(RehearseHost, AProductThatTheBranchesSpellInTwoWaysIsOne) {
+  tests::CreateKey(InstallPath(u"d"));
+  tests::CreateKey(SourcePath(u"D"));
+  tests::SetValue(SourcePath(u"D"),
+                  {u"PackageNameNotExist", winapi::kRegSz, tests::Utf16Bytes(u"zum_win.msi")});
+  const Report report = Run();
+  ASSERT_EQ(report.products.size(), 4U);
+  EXPECT_EQ(report.products[3].key, u"d");
+  EXPECT_TRUE(report.products[3].changes);
+}
+
 TEST_F(RehearseHost, WithoutTheRightToWriteItSaysWhoIsPassedOver) {
   Deny(InstallPath(u"A"), winapi::kKeySetValue);
   Deny(SourcePath(u"B"), winapi::kKeySetValue);

@@ -73,6 +73,20 @@ class Hives(RehearsalCase):
             self.assertEqual(report["status"], done.returncode)
             self.assertNotIn("ended before it was done", report["error"] or "")
 
+    def test_a_key_at_two_places_is_damage(self):
+        # Each level leads to the next one twice: a walk would come to the last one 2 to the 40th times.
+        names = [f"level-{number:02}" for number in range(40)]
+        branch = {}
+        for number in range(1, len(names)):
+            above = "\\".join([USER_DATA, *names[:number]])
+            branch |= {f"{above}\\{names[number]}": {}, f"{above}\\x": {}}
+        hive = self.hive(branch)
+        hive.write_bytes(hive_file.lists_first_subkey_only(hive.read_bytes(), names[:-1]))
+        done = self.call("--json", hive)
+        report, = self.parse(done.stdout)
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual(report["error"], f"{hive}: the hive is damaged: a key or a value stands at two places")
+
     def test_a_hive_of_something_else_holds_no_branch(self):
         hive = self.machine.folder / "SYSTEM"
         hive.write_bytes(hive_file.empty_hive())

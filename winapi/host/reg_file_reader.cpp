@@ -74,7 +74,7 @@ class Parser {
   Parser(const RegFileText& text, std::vector<RegFileError>& warnings,
          const std::vector<std::u16string>& branches)
       : m_text(text.text), m_isOlderForm(text.isOlderForm), m_warnings(warnings) {
-    for (const std::u16string& branch : branches) m_branches.push_back(Upcase(branch));
+    for (const std::u16string& branch : branches) m_branches.push_back(SplitKeyPath(branch));
   }
 
   RegistryTree Run() {
@@ -156,8 +156,8 @@ class Parser {
   std::u16string_view m_text;
   bool m_isOlderForm;
   std::vector<RegFileError>& m_warnings;
-  std::vector<std::u16string> m_branches;   // in upper case; none: all are wanted
-  std::set<std::u16string> m_unknownHives;  // those that were told of
+  std::vector<std::vector<std::u16string_view>> m_branches;  // none: all are wanted
+  std::set<std::u16string> m_unknownHives;                   // those that were told of
   std::size_t m_position = 0;
   std::size_t m_line = 1;
   RegistryTree m_tree;
@@ -205,9 +205,9 @@ void Parser::ReadKey() {
     (void)m_tree.Delete(path.substr(1));  // a key that isn't there is as deleted as it can be
     return;
   }
-  if (!IsKnownHive(path) || !IsWanted(path)) return;
-  m_key = m_tree.Create(path);
-  if (m_key == nullptr) Fail("no key can have this path");
+  if (!IsKnownHive(path)) return;
+  if (!m_tree.CanHold(path)) Fail("no key can have this path");
+  if (IsWanted(path)) m_key = m_tree.Create(path);
 }
 
 // What stands between the brackets. The name ends at the line's last bracket, since brackets may
@@ -245,12 +245,13 @@ bool Parser::IsKnownHive(std::u16string_view path) {
   return false;
 }
 
+// By its parts: a path with an empty one leads to the same key as the path without it.
 bool Parser::IsWanted(std::u16string_view path) const {
   if (m_branches.empty()) return true;
-  return std::ranges::any_of(m_branches, [path](const std::u16string& branch) {
-    const std::size_t size = branch.size();
-    if (path.size() < size || (path.size() > size && path[size] != u'\\')) return false;
-    return Upcase(path.substr(0, size)) == branch;
+  const std::vector<std::u16string_view> parts = SplitKeyPath(path);
+  return std::ranges::any_of(m_branches, [&parts](const auto& branch) {
+    return parts.size() >= branch.size() &&
+           std::equal(branch.begin(), branch.end(), parts.begin(), EqualIgnoringCase);
   });
 }
 

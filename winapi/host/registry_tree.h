@@ -73,6 +73,8 @@ class RegistryTree {
   // With the keys above it. Null for a path that no key can have: an unknown hive, more than 512
   // levels, a zero in a name, or a line break where the file couldn't carry it.
   RegistryKeyPtr Create(std::u16string_view path);
+  // What Create needs of a path.
+  [[nodiscard]] bool CanHold(std::u16string_view path) const;
   // False when the key isn't there or is a hive, which can't be deleted.
   bool Delete(std::u16string_view path);
 

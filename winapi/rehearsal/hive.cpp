@@ -3,8 +3,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
+#include <system_error>
+#include <unordered_set>
 
 #include "winapi/host/text.h"
 #include "winapi/rehearsal/host_machine.h"
@@ -44,10 +47,13 @@ bool IsInUse(const std::string& path) {
   return std::memcmp(head + 4, head + 8, 4) != 0;
 }
 
+// Of a whole hive each key and value has one place, and all data has its own bytes of the file.
+// Where that doesn't hold a few places can lead to any number of keys, and be walked for ever.
 class Reader {
  public:
-  Reader(hive_h* hive, host::RegistryTree& tree, HiveState& state)
-      : m_hive(hive), m_tree(tree), m_state(state) {}
+  // `bytes` is the size of the file.
+  Reader(hive_h* hive, std::uintmax_t bytes, host::RegistryTree& tree, HiveState& state)
+      : m_hive(hive), m_room(bytes), m_tree(tree), m_state(state) {}
 
   // Copies a branch to the same place below `mount`.
   void Copy(std::u16string_view mount, std::u16string_view branch) {
@@ -65,6 +71,7 @@ class Reader {
  private:
   void CopyKey(hive_node_h node, host::RegistryKey& key, std::size_t level) {
     if (level == kMostLevels) throw Damage{"its keys lie too deep"};
+    Visit(node);
     CopyValues(node, key);
     const Freed<hive_node_h> children(hivex_node_children(m_hive, node));
     if (children == nullptr) throw Damage{"the list of a key's subkeys is damaged"};
@@ -79,6 +86,7 @@ class Reader {
     const Freed<hive_value_h> values(hivex_node_values(m_hive, node));
     if (values == nullptr) throw Damage{"the list of a key's values is damaged"};
     for (const hive_value_h* value = values.get(); *value != 0; ++value) {
+      Visit(*value);
       const Freed<char> name(hivex_value_key(m_hive, *value));
       hive_type type = hive_t_none;
       std::size_t size = 0;
@@ -88,6 +96,8 @@ class Reader {
         ++m_state.unreadableValues;
         continue;
       }
+      if (size > m_room) throw Damage{"its values hold more bytes than the file"};
+      m_room -= size;
       const auto* const bytes = reinterpret_cast<const std::uint8_t*>(data.get());
       key.SetValue(host::ToUtf16(name.get()), NumberOf(type),
                    data == nullptr ? std::vector<std::uint8_t>()
@@ -95,7 +105,14 @@ class Reader {
     }
   }
 
+  // Takes the place of a key or a value.
+  void Visit(std::size_t place) {
+    if (!m_seen.insert(place).second) throw Damage{"a key or a value stands at two places"};
+  }
+
   hive_h* m_hive;
+  std::uintmax_t m_room;  // for data
+  std::unordered_set<std::size_t> m_seen;
   host::RegistryTree& m_tree;
   HiveState& m_state;
 };
@@ -111,8 +128,10 @@ bool MachineFromFiles::AddHive(const std::string& path, std::u16string_view moun
     return false;
   }
   state.inUse = IsInUse(path);
+  std::error_code error;
+  const std::uintmax_t bytes = std::filesystem::file_size(path, error);  // the largest on failure
   try {
-    Reader reader(hive.get(), m_content->tree, state);
+    Reader reader(hive.get(), bytes, m_content->tree, state);
     for (const std::u16string_view branch : branches) reader.Copy(mount, branch);
     return true;
   } catch (const Damage& damage) {

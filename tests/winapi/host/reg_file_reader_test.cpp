@@ -390,6 +390,31 @@ TEST(HostRegFileReader, LargeFilesComeToAnEnd) {
   }
 }
 
+TEST(HostRegFileReader, ABranchIsKnownByItsPartsHoweverThePathIsSpelled) {
+  const std::string file = kHeader + "[HKEY_USERS\\\\K\\a]\n\"v\"=dword:1\n[\\HKEY_USERS\\k\\b]\n" +
+                           "[HKEY_USERS\\k\\\\c\\]\n[HKEY_USERS\\kk]\n";
+  RegistryTree tree;
+  RegFileError error;
+  ASSERT_TRUE(ParseRegFile(file, tree, error, nullptr, {u"HKEY_USERS\\k"})) << error.reason;
+  ASSERT_NE(tree.Find(u"HKEY_USERS\\k\\a"), nullptr);
+  EXPECT_NE(tree.Find(u"HKEY_USERS\\k\\a")->Value(u"v"), nullptr);
+  EXPECT_EQ(tree.Find(u"HKEY_USERS\\k")->SubKeys().size(), 3U);
+  EXPECT_EQ(tree.Find(u"HKEY_USERS")->SubKeys().size(), 1U);
+}
+
+TEST(HostRegFileReader, APathThatNoKeyCanHaveIsDamageOutsideTheBranchesToo) {
+  std::string deep = "HKEY_USERS";
+  for (int i = 0; i < 512; ++i) deep += "\\x";
+  for (const std::string& path : {deep, std::string("\\HKEY_NONE\\x"), std::string()}) {
+    RegistryTree tree;
+    RegFileError error;
+    EXPECT_FALSE(
+        ParseRegFile(kHeader + "[" + path + "]\n", tree, error, nullptr, {u"HKEY_USERS\\k"}))
+        << path;
+    EXPECT_EQ(error.reason, "no key can have this path");
+  }
+}
+
 TEST(HostRegFileReader, ManyKeysAndValues) {
   std::string file = kHeader;
   for (int i = 0; i < 50'000; ++i) {
