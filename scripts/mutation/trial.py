@@ -1,6 +1,7 @@
 """Which tests try a break, in which order, and what comes of it."""
 
 import collections
+import os
 import pathlib
 import re
 import shlex
@@ -135,9 +136,12 @@ def _objects_by_file(workshop):
     """What is built again when a file changes, from what the compiler noted."""
     objects, current = collections.defaultdict(set), None
     tree = str(workshop.tree) + "/"
+    beside = os.path.relpath(workshop.tree, workshop.build) + "/"  # as a compiler cache calls it
     for line in workshop.ask_ninja("-t", "deps").splitlines():
         if line and not line.startswith(" "):
             current = line.partition(":")[0]
-        elif current and line.strip().startswith(tree) and current.endswith(".o"):
-            objects[line.strip()[len(tree):]].add(current)
+        elif current and current.endswith(".o"):
+            for folder in (tree, beside):
+                if line.strip().startswith(folder):
+                    objects[line.strip()[len(folder):]].add(current)
     return objects
