@@ -15,7 +15,7 @@ ENDLESS = " (endless)"
 # What the black-box cases start.
 _SCRIPTED = {"e2e": ("zum_setup_util", "correct_setup_run"), "rehearsal": ("zum_rehearse", "zum_setup_util")}
 # The scripts' cases that need what a sandbox hasn't got, and the runner's own test.
-_LEFT_OUT = re.compile(r"^(run_program_test$|rehearsal\.InBrowser\.)")
+_LEFT_OUT = re.compile(r"^(run_program_test$|rehearsal\.(InBrowser|Demo)\.)")
 
 
 @dataclasses.dataclass
