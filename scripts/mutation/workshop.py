@@ -17,6 +17,7 @@ from mutation import source
 # No optimisation and no symbols: what counts is the time to compile, to link and to run once.
 _CMAKE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_COMPILER=g++", "-DCMAKE_CXX_FLAGS=-w",
           "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -Wl,--strip-debug"]
+_BUILT = re.compile(r"\.(?:cpp|h|cmake|in)$|^CMake|/CMakeLists.txt$|^tests/.*\.py$")
 _TOOLS = {"cmake": "cmake", "ninja": "ninja-build", "g++": "g++", "clang-14": "clang-14", "ld.lld": "lld", "bwrap": "bubblewrap"}
 COMPILE_SECONDS, MEMORY = 300, 6 << 30
 
@@ -60,11 +61,12 @@ class Workshop:
             ours, copy = self.project / name, self.tree / name
             if copy.exists() and copy.read_bytes() == ours.read_bytes():
                 continue
-            self.unsettled.touch()
-            self.measured.unlink(missing_ok=True)
+            if changes_the_build := _BUILT.search(name) is not None:
+                self.unsettled.touch()
+                self.measured.unlink(missing_ok=True)
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ours, copy)
-            changed += 1
+            changed += changes_the_build
         for copy in self.tree.rglob("*"):
             if copy.is_file() and str(copy.relative_to(self.tree)) not in names and copy.suffix != ".pyc":
                 self.unsettled.touch()
