@@ -14,8 +14,10 @@ MEMORY = 4 << 30
 ENDLESS = " (endless)"
 # What the black-box cases start.
 _SCRIPTED = {"e2e": ("zum_setup_util", "correct_setup_run"), "rehearsal": ("zum_rehearse", "zum_setup_util")}
-# The scripts' cases that need what a sandbox hasn't got, and the runner's own test.
-_LEFT_OUT = re.compile(r"^(run_program_test$|rehearsal\.(InBrowser|Demo)\.)")
+# The runner's own test, and what a sandbox doesn't let pass: a browser, a build, and the numbers of threads, which begin
+# anew there and may be the one that the case sets.
+_LEFT_OUT = re.compile(r"^(run_program_test$|rehearsal\.(InBrowser|Demo)\."
+                       r"|winapi_host_test\.HostReset\.TakesBackAllThatATestCanSet$)")
 
 
 @dataclasses.dataclass
@@ -47,7 +49,8 @@ class Program(Suite):
                 self.cases.append(suite + line.strip())
             elif line.endswith("."):
                 suite = line
-        self.cases = [case for case in self.cases if "DISABLED_" not in case]
+        self.cases = [case for case in self.cases
+                      if "DISABLED_" not in case and not _LEFT_OUT.search(f"{self.name}.{case}")]
 
     def run(self, workshop, cases=None):
         """The cases share a process as far as they may."""
@@ -55,18 +58,10 @@ class Program(Suite):
         shared = [case for case in wanted if not OWN_PROCESS.search(case)]
         groups = [shared] if shared else []
         for group in groups + [[case] for case in wanted if OWN_PROCESS.search(case)]:
-            ended = self._start(workshop, [*self.command, "--gtest_fail_fast", "--gtest_filter=" + _filter(group, self.cases)],
-                                {}, MEMORY)
+            ended = self._start(workshop, [*self.command, "--gtest_fail_fast"], {"GTEST_FILTER": ":".join(group)}, MEMORY)
             if ended.status != 0:
                 return _culprit(ended, group)
         return None
-
-
-def _filter(group, cases):
-    """A whole program's shared cases are too many to be named."""
-    if len(group) > 200 and group == [case for case in cases if not OWN_PROCESS.search(case)]:
-        return "*-" + ":".join(case for case in cases if OWN_PROCESS.search(case))
-    return ":".join(group)
 
 
 def _culprit(ended, group):
