@@ -11,6 +11,7 @@ from mutation import sandbox
 
 OWN_PROCESS = re.compile(r"^[^.]*OwnProcess[/.]")
 MEMORY = 4 << 30
+MOST_CASES = 1000  # named to one process
 ENDLESS = " (endless)"
 # What the black-box cases start.
 _SCRIPTED = {"e2e": ("zum_setup_util", "correct_setup_run"), "rehearsal": ("zum_rehearse", "zum_setup_util")}
@@ -56,7 +57,7 @@ class Program(Suite):
         """The cases share a process as far as they may."""
         wanted = self.cases if cases is None else [case for case in self.cases if case in set(cases)]
         shared = [case for case in wanted if not OWN_PROCESS.search(case)]
-        groups = [shared] if shared else []
+        groups = [shared[first:first + MOST_CASES] for first in range(0, len(shared), MOST_CASES)]
         for group in groups + [[case] for case in wanted if OWN_PROCESS.search(case)]:
             ended = self._start(workshop, [*self.command, "--gtest_fail_fast"], {"GTEST_FILTER": ":".join(group)}, MEMORY)
             if ended.status != 0:
