@@ -9,7 +9,7 @@ import subprocess
 
 from mutation.suites import ENDLESS, Program
 
-LAST = ("sweep",)  # long programs, which catch little that others don't
+LATER = re.compile("sweep")  # long programs, which catch little that others don't
 LONG_SECONDS, OBJECTS_ALONE = 10, 4
 MANY_OBJECTS = 6  # of a header: above this, a few of them are tried first
 
@@ -52,16 +52,16 @@ class Trials:
         return None
 
     def order(self, file, everything):
-        """The folder's own suites, then the others that link the file; those that caught the most of it first. What takes
-        long elsewhere, and what a widely included header would have built again, comes with `everything` only."""
+        """The folder's own suites, then the others that link the file; those that caught the most of it first. Sweeps,
+        what takes long elsewhere, and what a widely included header would have built again, comes with `everything` only."""
         own = folder_of_tests(file, {suite.folder for suite in self.suites})
         linking = [suite for suite in self.suites if self._links(suite, file, own)]
         most = 0 if self._is_widely_included(file) else LONG_SECONDS
-        first = [suite for suite in linking if suite.folder == own or suite.seconds < most]
+        first = [suite for suite in linking
+                 if not LATER.search(suite.name) and (suite.folder == own or suite.seconds < most)]
         if everything:
             first = [suite for suite in linking if suite not in first]
-        return sorted(first, key=lambda suite: (suite.folder != own, any(word in suite.name for word in LAST),
-                                                -self.caught_before[file, suite.name], suite.seconds))
+        return sorted(first, key=lambda suite: (suite.folder != own, -self.caught_before[file, suite.name], suite.seconds))
 
     def _links(self, suite, file, own):
         """A program of the folder may also start others that do."""
