@@ -111,7 +111,7 @@ class Trials:
     def _link(self, target, first):
         command = self.workshop.ask_ninja("-t", "commands", "-s", f"bin/{target}")
         words = [word for word in shlex.split(command) if word not in (":", "&&")]
-        place = min(words.index(name) for name in first)
+        place = next(index for index, word in enumerate(words) if word.endswith(".o"))
         words = [word for word in words if word not in first]
         return subprocess.run(words[:place] + first + words[place:], cwd=self.workshop.build, stdout=subprocess.DEVNULL,
                               stderr=subprocess.DEVNULL).returncode == 0
