@@ -55,7 +55,7 @@ class Program(Suite):
 
     def run(self, workshop, cases=None):
         """The cases share a process as far as they may."""
-        wanted = self.cases if cases is None else [case for case in self.cases if case in set(cases)]
+        wanted = self.cases if cases is None else cases
         shared = [case for case in wanted if not OWN_PROCESS.search(case)]
         groups = [shared[first:first + MOST_CASES] for first in range(0, len(shared), MOST_CASES)]
         for group in groups + [[case] for case in wanted if OWN_PROCESS.search(case)]:

@@ -34,21 +34,26 @@ class Trials:
             if self._is_widely_included(broken.file) and not everything:
                 if caught := self._try_alone(broken.file):
                     return "caught", caught
-            for suite in self.order(broken.file, everything):
+            for suite, cases in self._steps(broken.file, everything):
                 if not self.workshop.make(*suite.targets):
                     return "uncompilable", ""
-                if caught := self._run(suite, broken.file):
+                if caught := self._run(suite, cases):
                     return "caught", caught
         return "survived", ""
 
-    def _run(self, suite, file):
-        """The cases of the files of the same name first. What fails has to fail twice, unless it ran for ever."""
-        named = self._cases_named_after(suite, file)
-        for cases in ([named] if named and len(named) < len(suite.cases) else []) + [None]:
-            failed = suite.run(self.workshop, cases)
-            if failed and (failed.endswith(ENDLESS) or failed in suite.cases and suite.run(self.workshop, [failed])
-                           or suite.run(self.workshop, cases)):
-                return f"{suite.name}: {failed}"
+    def _steps(self, file, everything):
+        """The cases that are named after the file, then all others, suite by suite."""
+        order = self.order(file, everything)
+        named = {suite.name: self._cases_named_after(suite, file) for suite in order}
+        first = [(suite, named[suite.name]) for suite in order if named[suite.name]]
+        return first + [(suite, [case for case in suite.cases if case not in named[suite.name]]) for suite in order]
+
+    def _run(self, suite, cases):
+        """What fails has to fail twice, unless it ran for ever."""
+        failed = suite.run(self.workshop, cases)
+        if failed and (failed.endswith(ENDLESS) or failed in suite.cases and suite.run(self.workshop, [failed])
+                       or suite.run(self.workshop, cases)):
+            return f"{suite.name}: {failed}"
         return None
 
     def order(self, file, everything):
@@ -88,13 +93,13 @@ class Trials:
     def _try_alone(self, file):
         """A header's break, in a few objects that include it themselves, which are linked in front of the others: its
         functions are taken from there. The other objects stay as they were, which spares compiling them all."""
-        for suite in self.order(file, everything=False):
+        for suite, cases in self._steps(file, everything=False):
             if not isinstance(suite, Program):
                 continue
             target = suite.targets[0]
             objects = self._including(file, target)
             if objects and self.workshop.make(*objects) and self._link(target, objects):
-                if caught := self._run(suite, file):
+                if caught := self._run(suite, cases):
                     return caught
         return None
 
