@@ -19,6 +19,7 @@ import collections
 import difflib
 import fcntl
 import pathlib
+import signal
 import sys
 import time
 
@@ -132,6 +133,7 @@ def main():
     if options.show:
         show(options.project, next(broken for group in found.values() for broken in group if broken.id == options.show))
         return 0
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended"))
     try:
         work(options, listed, found)
     except workshop.Unusable as unusable:

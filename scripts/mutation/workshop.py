@@ -31,6 +31,7 @@ class Workshop:
         self.project, self.folder = project, folder
         self.tree, self.build, self.kept = folder / "tree", folder / "build", folder / "kept"
         self.measured = folder / "seconds.json"  # how long each suite takes; not there when the sources have changed
+        self.sound = folder / "sound"  # the source that is broken just now, as it was
         self.unsettled = folder / "unsettled"  # there while the build isn't that of the sources
         folder.mkdir(parents=True, exist_ok=True)
 
@@ -38,6 +39,7 @@ class Workshop:
         """Brings the copy to what the checkout has, and builds it."""
         if missing := [package for tool, package in _TOOLS.items() if not shutil.which(tool)]:
             raise Unusable("to be installed first: apt-get install -t bookworm " + " ".join(missing))
+        self.mend()
         changed = self._copy_sources() or self.unsettled.exists()
         self._put_back(0)
         if changed or not (self.build / "build.ninja").exists():
@@ -118,6 +120,12 @@ class Workshop:
     def broken(self, broken):
         return _Broken(self, broken)
 
+    def mend(self):
+        """Puts the source that was broken back, with its old time."""
+        for sound in list(self._files(self.sound)):
+            shutil.copy2(sound, self.tree / sound.relative_to(self.sound))
+            sound.unlink()
+
     def make(self, *targets):
         """True when they could be built. The output goes to a file, which is there for whom it may help."""
         with open(self.folder / "make.log", "wb") as log:
@@ -137,21 +145,22 @@ class Workshop:
 
 
 class _Broken:
-    """The tree with one break in it, for as long as it is entered."""
+    """The tree with one break in it, for as long as it is entered. The sound source waits in a folder beside it, where the
+    next process finds it when this one is killed."""
 
     def __init__(self, workshop, broken):
         self.workshop, self.broken = workshop, broken
 
     def __enter__(self):
-        file = self.workshop.tree / self.broken.file
-        self.text, self.status, self.since = source.read(file), file.stat(), time.time() - 0.01
-        source.write(file, self.broken.apply(self.text))
+        file, sound = self.workshop.tree / self.broken.file, self.workshop.sound / self.broken.file
+        sound.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy2(file, sound)
+        self.since = time.time() - 0.01
+        source.write(file, self.broken.apply(source.read(sound)))
         return self
 
     def __exit__(self, *_):
-        file = self.workshop.tree / self.broken.file
-        source.write(file, self.text)
-        os.utime(file, ns=(self.status.st_atime_ns, self.status.st_mtime_ns))
+        self.workshop.mend()
         self.workshop._put_back(self.since)
 
 
