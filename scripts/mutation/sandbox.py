@@ -20,7 +20,8 @@ class Ended:
 
     @property
     def endless(self):
-        return self.status in (None, 128 + signal.SIGXCPU, 128 + signal.SIGKILL)
+        """By its own time. Wall time alone may be the machine's."""
+        return self.status in (128 + signal.SIGXCPU, 128 + signal.SIGKILL)
 
 
 def run(command, environment, shown, processor_seconds, wall_seconds, memory=None):

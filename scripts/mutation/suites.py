@@ -36,7 +36,7 @@ class Suite:
 
     def _start(self, workshop, command, environment, memory):
         limit = 5 + 4 * self.seconds
-        return sandbox.run(command, {**self.environment, **environment}, workshop.folder, limit, 30 + 3 * limit, memory)
+        return sandbox.run(command, {**self.environment, **environment}, workshop.folder, limit, 60 + 5 * limit, memory)
 
 
 class Program(Suite):
@@ -114,23 +114,38 @@ def load(workshop):
 
 
 def see_them_pass(suites, workshop):
-    """Lists the cases and measures the suites, the short ones twice, unless this was done since the last change. Returns
+    """Lists the cases and measures the suites, the short ones twice, unless this was done with what is built now. Returns
     what fails."""
-    measured = workshop.measured
-    known = json.loads(measured.read_text()) if measured.exists() else {}
+    known = json.loads(workshop.measured.read_text()) if workshop.measured.exists() else {}
     failing = []
     for suite in suites:
         if isinstance(suite, Program):
             suite.list_cases()
-        for _ in range(0 if suite.name in known else 2):
-            began = time.monotonic()
-            if failed := suite.run(workshop):
+        seconds, version = known.get(suite.name, (0, ""))
+        if version != (now := _version(suite, workshop)):
+            if failed := _measure(suite, workshop):
                 failing.append(f"{suite.name}: {failed}")
-                break
-            suite.seconds = time.monotonic() - began
-            if suite.seconds > 10:
-                break
-        if not (failing and failing[-1].startswith(suite.name + ":")):
-            suite.seconds = known.setdefault(suite.name, suite.seconds)
-            measured.write_text(json.dumps(known))
+                continue
+            known[suite.name] = suite.seconds, now
+            workshop.measured.write_text(json.dumps(known))
+        else:
+            suite.seconds = seconds
     return failing
+
+
+def _version(suite, workshop):
+    files = [workshop.build / "bin" / target for target in suite.targets]
+    if isinstance(suite, Script):
+        files += (workshop.tree / "tests").rglob("*.py")
+    return str(max(file.stat().st_mtime_ns for file in files))
+
+
+def _measure(suite, workshop):
+    for _ in range(2):
+        began = time.monotonic()
+        if failed := suite.run(workshop):
+            return failed
+        suite.seconds = time.monotonic() - began
+        if suite.seconds > 10:
+            return None
+    return None

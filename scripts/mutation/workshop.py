@@ -30,7 +30,7 @@ class Workshop:
     def __init__(self, project, folder):
         self.project, self.folder = project, folder
         self.tree, self.build, self.kept = folder / "tree", folder / "build", folder / "kept"
-        self.measured = folder / "seconds.json"  # how long each suite takes; not there when the sources have changed
+        self.measured = folder / "seconds.json"  # how long each suite takes
         self.sound = folder / "sound"  # the source that is broken just now, as it was
         self.unsettled = folder / "unsettled"  # there while the build isn't that of the sources
         folder.mkdir(parents=True, exist_ok=True)
@@ -65,7 +65,6 @@ class Workshop:
                 continue
             if changes_the_build := _BUILT.search(name) is not None:
                 self.unsettled.touch()
-                self.measured.unlink(missing_ok=True)
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ours, copy)
             changed += changes_the_build
