@@ -127,7 +127,7 @@ def main():
         return judge(listed, options.equivalent[0], "equivalent", options.equivalent[1])
     if options.accept:
         return judge(listed, options.accept[0], "survived", options.accept[1])
-    found = drawing.find_all(options.project, options.files)
+    found = drawing.find_all(options.project, () if options.report else options.files)
     if options.report:
         return report(listed, found)
     if options.show:
