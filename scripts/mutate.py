@@ -19,6 +19,7 @@ import collections
 import difflib
 import fcntl
 import pathlib
+import signal
 import sys
 import time
 
@@ -126,12 +127,13 @@ def main():
         return judge(listed, options.equivalent[0], "equivalent", options.equivalent[1])
     if options.accept:
         return judge(listed, options.accept[0], "survived", options.accept[1])
-    found = drawing.find_all(options.project, options.files)
+    found = drawing.find_all(options.project, () if options.report else options.files)
     if options.report:
         return report(listed, found)
     if options.show:
         show(options.project, next(broken for group in found.values() for broken in group if broken.id == options.show))
         return 0
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended"))
     try:
         work(options, listed, found)
     except workshop.Unusable as unusable:

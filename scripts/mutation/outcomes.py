@@ -24,12 +24,16 @@ class Row:
 class Outcomes:
     def __init__(self, path):
         self.path, self.rows = path, {}
-        if path.exists():
-            with open(path, newline="", encoding="utf-8") as file:
-                for fields in csv.DictReader(file):
-                    self.rows[fields["id"]] = Row(**{**fields, "line": int(fields["line"])})
+        self.load()
+
+    def load(self):
+        if self.path.exists():
+            with open(self.path, newline="", encoding="utf-8") as file:
+                rows = [Row(**{**fields, "line": int(fields["line"])}) for fields in csv.DictReader(file)]
+            self.rows = {row.id: row for row in rows}
 
     def note(self, broken, outcome, by):
+        self.load()  # somebody may have judged one in the meantime
         old = self.rows.get(broken.id)
         reason = old.reason if old and outcome == "survived" else ""
         self.rows[broken.id] = Row(broken.id, broken.file, broken.line, broken.kind, broken.before, broken.after, outcome,

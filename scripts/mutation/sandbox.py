@@ -8,7 +8,7 @@ import signal
 import subprocess
 import tempfile
 
-TEMPORARY_BYTES, FILE_BYTES, OUTPUT_BYTES = 2 << 30, 1 << 30, 4 << 20
+TEMPORARY_BYTES, OUTPUT_BYTES = 2 << 30, 4 << 20
 _BWRAP = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--size", str(TEMPORARY_BYTES), "--tmpfs",
           "/tmp", "--unshare-pid", "--unshare-net", "--unshare-ipc", "--die-with-parent", "--new-session"]
 
@@ -20,7 +20,8 @@ class Ended:
 
     @property
     def endless(self):
-        return self.status in (None, 128 + signal.SIGXCPU, 128 + signal.SIGKILL)
+        """By its own time. Wall time alone may be the machine's."""
+        return self.status in (128 + signal.SIGXCPU, 128 + signal.SIGKILL)
 
 
 def run(command, environment, shown, processor_seconds, wall_seconds, memory=None):
@@ -28,7 +29,6 @@ def run(command, environment, shown, processor_seconds, wall_seconds, memory=Non
     def limit():
         resource.setrlimit(resource.RLIMIT_CPU, (int(processor_seconds) + 1, int(processor_seconds) + 2))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-        resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_BYTES, FILE_BYTES))
         if memory:
             resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
 

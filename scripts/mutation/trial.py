@@ -1,6 +1,7 @@
 """Which tests try a break, in which order, and what comes of it."""
 
 import collections
+import os
 import pathlib
 import re
 import shlex
@@ -8,7 +9,7 @@ import subprocess
 
 from mutation.suites import ENDLESS, Program
 
-LAST = ("sweep",)  # long programs, which catch little that others don't
+LATER = re.compile("sweep")  # long programs, which catch little that others don't
 LONG_SECONDS, OBJECTS_ALONE = 10, 4
 MANY_OBJECTS = 6  # of a header: above this, a few of them are tried first
 
@@ -33,34 +34,39 @@ class Trials:
             if self._is_widely_included(broken.file) and not everything:
                 if caught := self._try_alone(broken.file):
                     return "caught", caught
-            for suite in self.order(broken.file, everything):
+            for suite, cases in self._steps(broken.file, everything):
                 if not self.workshop.make(*suite.targets):
                     return "uncompilable", ""
-                if caught := self._run(suite, broken.file):
+                if caught := self._run(suite, cases):
                     return "caught", caught
         return "survived", ""
 
-    def _run(self, suite, file):
-        """The cases of the files of the same name first. What fails has to fail twice, unless it ran for ever."""
-        named = self._cases_named_after(suite, file)
-        for cases in ([named] if named and len(named) < len(suite.cases) else []) + [None]:
-            failed = suite.run(self.workshop, cases)
-            if failed and (failed.endswith(ENDLESS) or failed in suite.cases and suite.run(self.workshop, [failed])
-                           or suite.run(self.workshop, cases)):
-                return f"{suite.name}: {failed}"
+    def _steps(self, file, everything):
+        """The cases that are named after the file, then all others, suite by suite."""
+        order = self.order(file, everything)
+        named = {suite.name: self._cases_named_after(suite, file) for suite in order}
+        first = [(suite, named[suite.name]) for suite in order if named[suite.name]]
+        return first + [(suite, [case for case in suite.cases if case not in named[suite.name]]) for suite in order]
+
+    def _run(self, suite, cases):
+        """What fails has to fail twice, unless it ran for ever."""
+        failed = suite.run(self.workshop, cases)
+        if failed and (failed.endswith(ENDLESS) or failed in suite.cases and suite.run(self.workshop, [failed])
+                       or suite.run(self.workshop, cases)):
+            return f"{suite.name}: {failed}"
         return None
 
     def order(self, file, everything):
-        """The folder's own suites, then the others that link the file; those that caught the most of it first. What takes
-        long elsewhere, and what a widely included header would have built again, comes with `everything` only."""
+        """The folder's own suites, then the others that link the file; those that caught the most of it first. Sweeps,
+        what takes long elsewhere, and what a widely included header would have built again, comes with `everything` only."""
         own = folder_of_tests(file, {suite.folder for suite in self.suites})
         linking = [suite for suite in self.suites if self._links(suite, file, own)]
         most = 0 if self._is_widely_included(file) else LONG_SECONDS
-        first = [suite for suite in linking if suite.folder == own or suite.seconds < most]
+        first = [suite for suite in linking
+                 if not LATER.search(suite.name) and (suite.folder == own or suite.seconds < most)]
         if everything:
             first = [suite for suite in linking if suite not in first]
-        return sorted(first, key=lambda suite: (suite.folder != own, any(word in suite.name for word in LAST),
-                                                -self.caught_before[file, suite.name], suite.seconds))
+        return sorted(first, key=lambda suite: (suite.folder != own, -self.caught_before[file, suite.name], suite.seconds))
 
     def _links(self, suite, file, own):
         """A program of the folder may also start others that do."""
@@ -87,13 +93,13 @@ class Trials:
     def _try_alone(self, file):
         """A header's break, in a few objects that include it themselves, which are linked in front of the others: its
         functions are taken from there. The other objects stay as they were, which spares compiling them all."""
-        for suite in self.order(file, everything=False):
+        for suite, cases in self._steps(file, everything=False):
             if not isinstance(suite, Program):
                 continue
             target = suite.targets[0]
             objects = self._including(file, target)
             if objects and self.workshop.make(*objects) and self._link(target, objects):
-                if caught := self._run(suite, file):
+                if caught := self._run(suite, cases):
                     return caught
         return None
 
@@ -110,7 +116,7 @@ class Trials:
     def _link(self, target, first):
         command = self.workshop.ask_ninja("-t", "commands", "-s", f"bin/{target}")
         words = [word for word in shlex.split(command) if word not in (":", "&&")]
-        place = min(words.index(name) for name in first)
+        place = next(index for index, word in enumerate(words) if word.endswith(".o"))
         words = [word for word in words if word not in first]
         return subprocess.run(words[:place] + first + words[place:], cwd=self.workshop.build, stdout=subprocess.DEVNULL,
                               stderr=subprocess.DEVNULL).returncode == 0
@@ -135,9 +141,12 @@ def _objects_by_file(workshop):
     """What is built again when a file changes, from what the compiler noted."""
     objects, current = collections.defaultdict(set), None
     tree = str(workshop.tree) + "/"
+    beside = os.path.relpath(workshop.tree, workshop.build) + "/"  # as a compiler cache calls it
     for line in workshop.ask_ninja("-t", "deps").splitlines():
         if line and not line.startswith(" "):
             current = line.partition(":")[0]
-        elif current and line.strip().startswith(tree) and current.endswith(".o"):
-            objects[line.strip()[len(tree):]].add(current)
+        elif current and current.endswith(".o"):
+            for folder in (tree, beside):
+                if line.strip().startswith(folder):
+                    objects[line.strip()[len(folder):]].add(current)
     return objects

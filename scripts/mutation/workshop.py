@@ -17,6 +17,7 @@ from mutation import source
 # No optimisation and no symbols: what counts is the time to compile, to link and to run once.
 _CMAKE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_COMPILER=g++", "-DCMAKE_CXX_FLAGS=-w",
           "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -Wl,--strip-debug"]
+_BUILT = re.compile(r"\.(?:cpp|h|cmake|in)$|^CMake|/CMakeLists.txt$|^tests/.*\.py$")
 _TOOLS = {"cmake": "cmake", "ninja": "ninja-build", "g++": "g++", "clang-14": "clang-14", "ld.lld": "lld", "bwrap": "bubblewrap"}
 COMPILE_SECONDS, MEMORY = 300, 6 << 30
 
@@ -29,20 +30,24 @@ class Workshop:
     def __init__(self, project, folder):
         self.project, self.folder = project, folder
         self.tree, self.build, self.kept = folder / "tree", folder / "build", folder / "kept"
+        self.measured = folder / "seconds.json"  # how long each suite takes
+        self.sound = folder / "sound"  # the source that is broken just now, as it was
+        self.unsettled = folder / "unsettled"  # there while the build isn't that of the sources
         folder.mkdir(parents=True, exist_ok=True)
 
     def prepare(self, jobs=1):
-        """Brings the copy to what the checkout has, and builds it. True when something is new."""
+        """Brings the copy to what the checkout has, and builds it."""
         if missing := [package for tool, package in _TOOLS.items() if not shutil.which(tool)]:
             raise Unusable("to be installed first: apt-get install -t bookworm " + " ".join(missing))
-        changed = self._copy_sources()
+        self.mend()
+        changed = self._copy_sources() or self.unsettled.exists()
         self._put_back(0)
         if changed or not (self.build / "build.ninja").exists():
             self._run(["cmake", *_CMAKE, "-S", self.tree, "-B", self.build])
         self._write_rules()
         self._run(["ninja", "-C", self.build, "-f", "trials.ninja", "-j", str(jobs)])
-        new = self._keep()
-        return new or changed
+        self._keep()
+        self.unsettled.unlink(missing_ok=True)
 
     def _run(self, command):
         run = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
@@ -58,11 +63,14 @@ class Workshop:
             ours, copy = self.project / name, self.tree / name
             if copy.exists() and copy.read_bytes() == ours.read_bytes():
                 continue
+            if changes_the_build := _BUILT.search(name) is not None:
+                self.unsettled.touch()
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ours, copy)
-            changed += 1
+            changed += changes_the_build
         for copy in self.tree.rglob("*"):
-            if copy.is_file() and str(copy.relative_to(self.tree)) not in names:
+            if copy.is_file() and str(copy.relative_to(self.tree)) not in names and copy.suffix != ".pyc":
+                self.unsettled.touch()
                 copy.unlink()
                 changed += 1
         return changed
@@ -81,8 +89,8 @@ class Workshop:
                     yield pathlib.Path(path, name)
 
     def _keep(self):
-        """Notes the build's state, file by file. True when there was another one."""
-        new, there = 0, set()
+        """Notes the build's state, file by file."""
+        there = set()
         for file in self._files(self.build):
             name = file.relative_to(self.build)
             there.add(name)
@@ -91,11 +99,9 @@ class Workshop:
                 continue
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy2(file, copy)
-            new += 1
         for copy in self._files(self.kept):
             if copy.relative_to(self.kept) not in there:
                 copy.unlink()
-        return new
 
     def _put_back(self, since):
         """All files of the build that were written after that time."""
@@ -113,15 +119,23 @@ class Workshop:
     def broken(self, broken):
         return _Broken(self, broken)
 
+    def mend(self):
+        """Puts the source that was broken back, with its old time."""
+        for sound in list(self._files(self.sound)):
+            shutil.copy2(sound, self.tree / sound.relative_to(self.sound))
+            sound.unlink()
+
     def make(self, *targets):
         """True when they could be built. The output goes to a file, which is there for whom it may help."""
         with open(self.folder / "make.log", "wb") as log:
+            ninja = subprocess.Popen(["ninja", "-C", self.build, "-f", "trials.ninja", "-j", "1", *map(str, targets)],
+                                     stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
+                                     env={**os.environ, "CCACHE_DISABLE": "1"}, preexec_fn=_limit_memory)
             try:
-                return subprocess.run(["ninja", "-C", self.build, "-f", "trials.ninja", "-j", "1", *map(str, targets)],
-                                      stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
-                                      env={**os.environ, "CCACHE_DISABLE": "1"}, timeout=COMPILE_SECONDS,
-                                      preexec_fn=_limit_memory).returncode == 0
+                return ninja.wait(COMPILE_SECONDS) == 0
             except subprocess.TimeoutExpired:
+                ninja.terminate()  # which ends its compilers
+                ninja.wait()
                 return False
 
     def ask_ninja(self, *arguments):
@@ -130,21 +144,22 @@ class Workshop:
 
 
 class _Broken:
-    """The tree with one break in it, for as long as it is entered."""
+    """The tree with one break in it, for as long as it is entered. The sound source waits in a folder beside it, where the
+    next process finds it when this one is killed."""
 
     def __init__(self, workshop, broken):
         self.workshop, self.broken = workshop, broken
 
     def __enter__(self):
-        file = self.workshop.tree / self.broken.file
-        self.text, self.status, self.since = source.read(file), file.stat(), time.time() - 0.01
-        source.write(file, self.broken.apply(self.text))
+        file, sound = self.workshop.tree / self.broken.file, self.workshop.sound / self.broken.file
+        sound.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy2(file, sound)
+        self.since = time.time() - 0.01
+        source.write(file, self.broken.apply(source.read(sound)))
         return self
 
     def __exit__(self, *_):
-        file = self.workshop.tree / self.broken.file
-        source.write(file, self.text)
-        os.utime(file, ns=(self.status.st_atime_ns, self.status.st_mtime_ns))
+        self.workshop.mend()
         self.workshop._put_back(self.since)
 
 

@@ -40,6 +40,12 @@ bool WritesNothing(const Tracer& tracer) {
   return tracer && tracer->ReserveRecord(0, nullptr, 0) == oru::MakeResultCode(0x80000043);
 }
 
+TEST(TraceSettingsTest, AreOffUnlessSet) {
+  const TraceSettings settings;
+  EXPECT_FALSE(settings.enabled);
+  EXPECT_EQ(settings.maxLevel, 0u);
+}
+
 TEST(CreateFileTracerTest, WritesTheWholeFile) {
   const tests::TemporaryFolder folder;
   {
