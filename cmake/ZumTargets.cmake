@@ -146,13 +146,12 @@ function(zum_folder_tests)
 endfunction()
 
 # zum_benchmark(NAME SOURCES ... [LINK ...])
-# A Google Benchmark program with a named peer in it. Asserts no time.
+# A program that times the product and a named peer. Asserts no time.
 function(zum_benchmark name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
-  find_package(benchmark REQUIRED)
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
-  target_link_libraries(${name} PRIVATE ${ARG_LINK} benchmark::benchmark)
+  target_link_libraries(${name} PRIVATE ${ARG_LINK})
 endfunction()
 
 # zum_fuzz_target(NAME [LINK ...] [SOURCES ...])

@@ -45,7 +45,9 @@ def show(result):
             print(f"      {point['argument']:>12} {amount(ours['median'], result['unit']):>12}"
                   f" {point['side']:>14} {amount(peer['median'], result['unit']):>12}"
                   f"   {ratio_text(point, comparison['absolute']):24} minima {ours['min'] / peer['min']:.3f}, spread"
-                  f" {100 * ours['spread']:.1f} % and {100 * peer['spread']:.1f} %, {ours['count']} values", flush=True)
+                  f" {100 * ours['spread']:.1f} % and {100 * peer['spread']:.1f} %, {ours['count']} values")
+    for remark in result["remarks"]:
+        print(f"      {remark}", flush=True)
 
 
 def table(kept):
