@@ -19,6 +19,8 @@ WHOLE = {
     "unblock": ("unblock.Unblock", {"bench-windows": BARE}),
     "memory": ("unblock.Memory", {"bench-windows": BARE}),
     "start_to_exit": ("unblock.StartToExit", {"bench-windows": BARE}),
+    "calls": ("counts.Calls", {"bench": ["seam_calls"]}),
+    "size": ("counts.Size", {"bench-windows": ["zum_setup_util", "minimal_regex"]}),
 }
 
 
