@@ -20,6 +20,8 @@ WHOLE = {
     "memory": ("unblock.Memory", {"bench-windows": BARE}),
     "start_to_exit": ("unblock.StartToExit", {"bench-windows": BARE}),
     "calls": ("counts.Calls", {"bench": ["seam_calls"]}),
+    "administrator": ("administrator.Administrator", {"bench-windows": BARE}),
+    "native": ("native.Native", {"bench": ["zum_setup_util"]}),
     "size": ("counts.Size", {"bench-windows": ["zum_setup_util", "minimal_regex"]}),
 }
 

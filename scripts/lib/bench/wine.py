@@ -89,8 +89,9 @@ class Wine:
         return done.stdout
 
     def run(self, command, expect=0, orphans=False):
-        """Nanoseconds of CPU time that a program takes with the server, and with `orphans` what it started, too. None
-        for a run in which the server saved the registry: that cost belongs to nobody."""
+        """Nanoseconds of CPU time that a program takes with the server. None for a run in which the server saved the
+        registry: that cost belongs to nobody. With `orphans`, what the program started counts, too, and so does a
+        save, since such a run may be longer than the time between two of them."""
         saves, before = self.saves(), self.server_time()
         process = subprocess.Popen([LOADER, *map(str, command)], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                    stderr=subprocess.DEVNULL, env=self.environment)
@@ -100,7 +101,7 @@ class Wine:
             raise WineError(f"{command} ended with {process.returncode}")
         spent = usage.ru_utime + usage.ru_stime + (orphans_time() if orphans else 0.0)
         total = spent * 1e9 + self.server_time() - before
-        return total if self.saves() == saves else None
+        return total if orphans or self.saves() == saves else None
 
     def measure(self, command, prepare=None, **options):
         """As run, with `prepare` called before, and once more where the server saved."""
