@@ -65,6 +65,12 @@ def table(kept):
                    f" {aim_text(comparison)} | {met_text(comparison)} |")
 
 
+def remarks(kept):
+    for result in kept:
+        for remark in result["remarks"]:
+            yield f"- {result['title']} ({result['world']}): {remark}"
+
+
 def by_commit(history):
     commits = list(dict.fromkeys(line["commit"] for line in history))[-COMMITS_SHOWN:]
     found = {}
@@ -85,8 +91,12 @@ def replaced(text, name, lines):
 
 
 def make():
+    import plots  # its library is large, and not needed for measuring
     text = PAGE.read_text(encoding="utf-8")
     text = replaced(text, "table", table(results.kept()))
+    text = replaced(text, "remarks", remarks(results.kept()))
     text = replaced(text, "history", by_commit(results.history()))
     PAGE.write_text(text, encoding="utf-8")
+    plots.draw_ratios(results.kept(), results.KEPT / "ratios.svg")
+    plots.draw_history(results.history(), results.KEPT / "history.svg")
     print(f"   {PAGE.relative_to(PROJECT)} shows the last result of each row")

@@ -14,7 +14,7 @@ PRESETS = {"native": "bench", "wine": "bench-windows"}
 BINARIES = PROJECT / "build/bench-windows/bin"
 
 # Measure -> its class, and what it needs of each preset.
-BARE = ["zum_setup_util", "bare_unblock", "bare_empty", "bench_machine"]
+BARE = ["zum_setup_util", "bare_unblock", "bare_empty", "bench_machine", "minimal_regex"]
 WHOLE = {
     "unblock": ("unblock.Unblock", {"bench-windows": BARE}),
     "memory": ("unblock.Memory", {"bench-windows": BARE}),

@@ -146,7 +146,8 @@ class StartToExit:
         self.wine = wine.Wine(core)
 
     def run_round(self, rows, samples, shortest):
-        sides = [("ours", [BINARIES / "zum_setup_util.exe"]), ("bare", [BINARIES / "bare_empty.exe"])]
+        programs = {"ours": "zum_setup_util.exe", "bare": "bare_empty.exe", "library": "minimal_regex.exe"}
+        sides = [(side, [BINARIES / name]) for side, name in programs.items()]
         for _ in range(self.RUNS if shortest >= 0.1 else 5):
             random.shuffle(sides)
             for side, command in sides:
