@@ -1,6 +1,7 @@
 """Shows results, and makes the table of docs/performance.md from what is kept."""
 
 import results
+import rows
 from rows import PROJECT
 
 PAGE = PROJECT / "docs/performance.md"
@@ -10,7 +11,7 @@ COMMITS_SHOWN = 6
 
 def ratio_text(point, absolute=False):
     if absolute:
-        return f"{point['ratio']:.4g}"
+        return f"{point['ratio']:.4g}, beside {point['peer']['median']:.4g}"
     digits = 3 if point["ratio"] < 10 else 1
     if point["low"] == point["high"]:
         return f"{point['ratio']:.{digits}f}"
@@ -90,13 +91,20 @@ def replaced(text, name, lines):
     return head + begin + "\n\n" + "\n".join(lines) + "\n\n" + end + rest.split(end, 1)[1]
 
 
+def in_order(kept):
+    """As the rows are declared; what is declared no more isn't shown."""
+    names = [row.id for row in rows.load()]
+    return sorted((result for result in kept if result["row"] in names), key=lambda result: names.index(result["row"]))
+
+
 def make():
     import plots  # its library is large, and not needed for measuring
     text = PAGE.read_text(encoding="utf-8")
-    text = replaced(text, "table", table(results.kept()))
-    text = replaced(text, "remarks", remarks(results.kept()))
+    kept = in_order(results.kept())
+    text = replaced(text, "table", table(kept))
+    text = replaced(text, "remarks", remarks(kept))
     text = replaced(text, "history", by_commit(results.history()))
     PAGE.write_text(text, encoding="utf-8")
-    plots.draw_ratios(results.kept(), results.KEPT / "ratios.svg")
+    plots.draw_ratios(kept, results.KEPT / "ratios.svg")
     plots.draw_history(results.history(), results.KEPT / "history.svg")
     print(f"   {PAGE.relative_to(PROJECT)} shows the last result of each row")
