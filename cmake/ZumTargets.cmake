@@ -146,13 +146,12 @@ function(zum_folder_tests)
 endfunction()
 
 # zum_benchmark(NAME SOURCES ... [LINK ...])
-# A Google Benchmark program with a named peer in it. Asserts no time.
+# A program that times the product and a named peer. Asserts no time.
 function(zum_benchmark name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
-  find_package(benchmark REQUIRED)
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
-  target_link_libraries(${name} PRIVATE ${ARG_LINK} benchmark::benchmark)
+  target_link_libraries(${name} PRIVATE ${ARG_LINK})
 endfunction()
 
 # zum_fuzz_target(NAME [LINK ...] [SOURCES ...])
@@ -179,6 +178,10 @@ function(zum_shipped_program name)
     OBJECT_DEPENDS "${CMAKE_CURRENT_BINARY_DIR}/${name}.manifest"
     INCLUDE_DIRECTORIES "${CMAKE_CURRENT_BINARY_DIR}")
   target_link_options(${name} PRIVATE -Wl,--gc-sections -Wl,-Map=$<TARGET_FILE:${name}>.map)
+  # In place of the standard library's handler, which carries all that spells a type's name out.
+  target_link_options(${name} PRIVATE
+    -Wl,-u,_OruTerminateHandler
+    -Wl,--defsym=__ZN9__gnu_cxx27__verbose_terminate_handlerEv=_OruTerminateHandler)
   add_custom_command(TARGET ${name} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0
             ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${name}> $<TARGET_FILE:${name}>.debug

@@ -13,6 +13,7 @@
 # What is measured, and how: docs/performance.md. How a row is added: bench/README.md.
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+export ZUM_WINEPREFIX="$project/build/wine/bench" # its products are made and removed
 . "$project/scripts/lib/wine.sh"
 
 bench() { /usr/bin/python3 scripts/lib/bench/main.py "$@"; }
@@ -30,7 +31,7 @@ rehearse() {
 build() {
     local targets
     targets=$(bench --programs "$@") || exit 1
-    [ -n "$targets" ] || return 0
+    [ -n "$targets" ] || return 1
     # shellcheck disable=SC2086  # a list of words
     configure_and_build "$1" $targets || exit 1
 }
@@ -44,7 +45,14 @@ step "Tools and build"
 # shellcheck disable=SC2086  # lists of names
 install_packages $packages_native $packages_bench
 if [ "$*" != --documents ]; then
-    build bench "$@"
+    build bench "$@" || true
+    if [ -n "$(bench --programs bench-windows "$@")" ]; then
+        # shellcheck disable=SC2086  # a list of names
+        install_packages $packages_windows
+        build bench-windows "$@"
+        trap wine_end EXIT
+        wine_begin || die "the Wine prefix can't be made"
+    fi
     step "Measuring"
 fi
 bench "$@" || die "not measured"

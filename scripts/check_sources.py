@@ -42,7 +42,7 @@ LAYERS = {
 # The seam's worlds are reached through the headers above them; no other product file names them.
 SEAM_BEHIND = ("winapi/win32/", "winapi/host/", "winapi/rehearsal/")
 WINDOWS_H_ALLOWED = ("winapi/win32/", "tests/support/win32/", "tests/e2e/helpers/", "tests/windows_check/")
-WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "tests/")
+WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "tests/", "bench/wine/")
 MOST_LINES = 500
 SUFFIXES = {".h", ".cpp"}
 TOP_FOLDERS = ("winapi", "oru", "platform", "standalone_tracer_lib", "zum_setup_util_lib", "zum_setup_util",

@@ -48,7 +48,7 @@ packages_packaging_tests="lintian man-db bash-completion unzip osslsigncode open
 packages_fresh_root="mmdebstrap"
 packages_coverage="gcovr"
 packages_deploy="ansible ansible-lint openssh-client"
-packages_bench="libbenchmark-dev libicu-dev libspdlog-dev python3 python3-matplotlib util-linux"
+packages_bench="libbenchmark-dev libicu-dev libspdlog-dev python3 python3-matplotlib time util-linux valgrind"
 packages_fuzz="clang-14 libclang-rt-14-dev"
 packages_static="cppcheck iwyu"
 

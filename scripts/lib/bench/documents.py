@@ -1,6 +1,7 @@
 """Shows results, and makes the table of docs/performance.md from what is kept."""
 
 import results
+import rows
 from rows import PROJECT
 
 PAGE = PROJECT / "docs/performance.md"
@@ -10,7 +11,7 @@ COMMITS_SHOWN = 6
 
 def ratio_text(point, absolute=False):
     if absolute:
-        return f"{point['ratio']:.4g}"
+        return f"{point['ratio']:.4g}, beside {point['peer']['median']:.4g}"
     digits = 3 if point["ratio"] < 10 else 1
     if point["low"] == point["high"]:
         return f"{point['ratio']:.{digits}f}"
@@ -45,7 +46,9 @@ def show(result):
             print(f"      {point['argument']:>12} {amount(ours['median'], result['unit']):>12}"
                   f" {point['side']:>14} {amount(peer['median'], result['unit']):>12}"
                   f"   {ratio_text(point, comparison['absolute']):24} minima {ours['min'] / peer['min']:.3f}, spread"
-                  f" {100 * ours['spread']:.1f} % and {100 * peer['spread']:.1f} %, {ours['count']} values", flush=True)
+                  f" {100 * ours['spread']:.1f} % and {100 * peer['spread']:.1f} %, {ours['count']} values")
+    for remark in result["remarks"]:
+        print(f"      {remark}", flush=True)
 
 
 def table(kept):
@@ -61,6 +64,12 @@ def table(kept):
             where = f"{worst['argument']} {result['argument']}".strip()
             yield (f"| {result['title']} | {result['world']} | {comparison['what']} | {span} | {where} |"
                    f" {aim_text(comparison)} | {met_text(comparison)} |")
+
+
+def remarks(kept):
+    for result in kept:
+        for remark in result["remarks"]:
+            yield f"- {result['title']} ({result['world']}): {remark}"
 
 
 def by_commit(history):
@@ -82,9 +91,20 @@ def replaced(text, name, lines):
     return head + begin + "\n\n" + "\n".join(lines) + "\n\n" + end + rest.split(end, 1)[1]
 
 
+def in_order(kept):
+    """As the rows are declared; what is declared no more isn't shown."""
+    names = [row.id for row in rows.load()]
+    return sorted((result for result in kept if result["row"] in names), key=lambda result: names.index(result["row"]))
+
+
 def make():
+    import plots  # its library is large, and not needed for measuring
     text = PAGE.read_text(encoding="utf-8")
-    text = replaced(text, "table", table(results.kept()))
+    kept = in_order(results.kept())
+    text = replaced(text, "table", table(kept))
+    text = replaced(text, "remarks", remarks(kept))
     text = replaced(text, "history", by_commit(results.history()))
     PAGE.write_text(text, encoding="utf-8")
+    plots.draw_ratios(kept, results.KEPT / "ratios.svg")
+    plots.draw_history(results.history(), results.KEPT / "history.svg")
     print(f"   {PAGE.relative_to(PROJECT)} shows the last result of each row")

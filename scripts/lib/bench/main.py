@@ -62,7 +62,8 @@ def measure(group, world, options):
     finally:
         method.finish()
     for row in group:
-        result = results.make(row, world, samples[row.id], took[row.id])
+        remarks = list(method.remarks(row, samples[row.id]))
+        result = results.make(row, world, samples[row.id], took[row.id], remarks)
         results.save(result)
         documents.show(result)
 

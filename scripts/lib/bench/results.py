@@ -25,9 +25,9 @@ def commit():
     return git("rev-parse", "--short=7", "HEAD").strip() + ("+" if changed else "")
 
 
-def make(row, world, samples, took):
+def make(row, world, samples, took, remarks):
     return {"row": row.id, "world": world, "title": row.title, "argument": row.argument, "unit": row.unit,
-            "what": row.what, "note": row.note, "commit": commit(), "took": round(took, 1),
+            "what": row.what, "note": row.note, "remarks": remarks, "commit": commit(), "took": round(took, 1),
             "date": datetime.date.today().isoformat(), "comparisons": samples.comparisons(row)}
 
 
