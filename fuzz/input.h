@@ -2,16 +2,17 @@
 #ifndef FUZZ_INPUT_H_
 #define FUZZ_INPUT_H_
 
+#include <fuzzer/FuzzedDataProvider.h>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <string>
 
 namespace fuzz {
 
-// Ends the program with a line that names what doesn't hold, whatever the build's kind. The fuzzer keeps the input.
+// Ends the program with a line that names what doesn't hold, whatever the build's kind. The fuzzer
+// keeps the input.
 inline void Require(bool holds, const char* what) {
   if (!holds) {
     std::fprintf(stderr, "doesn't hold: %s\n", what);

@@ -1,4 +1,5 @@
-// The list of pending renames against the rule in its plain form, which looks at all entries before each rename.
+// The list of pending renames against the rule in its plain form, which looks at all entries before
+// each rename.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
@@ -51,6 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const List list = TakeList(input);
   const List rewritten = correct_setup::detail::RewritePendingList(list);
   fuzz::Require(rewritten == RewrittenPlainly(list), "the list is the one of the plain rule");
-  fuzz::Require(correct_setup::detail::RewritePendingList(rewritten) == rewritten, "a second time changes nothing");
+  fuzz::Require(correct_setup::detail::RewritePendingList(rewritten) == rewritten,
+                "a second time changes nothing");
   return 0;
 }

@@ -5,7 +5,7 @@ set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 
 sources() {
-    find winapi oru platform standalone_tracer_lib zum_setup_util_lib zum_setup_util zum_rehearse tests bench \
+    find winapi oru platform standalone_tracer_lib zum_setup_util_lib zum_setup_util zum_rehearse tests bench fuzz \
         \( -name '*.h' -o -name '*.cpp' \) -print0
 }
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs clang-tidy, with the rules of .clang-tidy:
 #
-#   scripts/check-lint.sh             the product's sources and the benchmarks, as the native build compiles them
+#   scripts/check-lint.sh             the product's sources, the benchmarks and the fuzz targets, as the native builds
+#                                     compile them
 #   scripts/check-lint.sh windows     what is compiled for Windows only, tests' helpers included
 #   scripts/check-lint.sh tests       the tests, by tests/.clang-tidy; this takes a quarter of an hour
 #   scripts/check-lint.sh --self-test plants an offence and sees it found
@@ -38,7 +39,8 @@ case "${1:-product}" in
         needs native-clang
         find winapi oru platform standalone_tracer_lib zum_setup_util_lib zum_setup_util zum_rehearse -name '*.cpp' \
             -not -path '*/win32/*' -not -path 'zum_rehearse/windows/*' >"$list"
-        lint native-clang "$list" && needs bench && find bench -name '*.cpp' >"$list" && lint bench "$list"
+        lint native-clang "$list" && needs bench && find bench -name '*.cpp' >"$list" && lint bench "$list" &&
+            needs fuzz && find fuzz -name '*.cpp' >"$list" && lint fuzz "$list"
         ;;
     windows)
         needs windows

@@ -92,7 +92,7 @@ rollout_checks() {
 native_half() {
     step "Packages of the native half"
     # shellcheck disable=SC2086 # the lists are words
-    install_packages $packages_native $packages_native_tests $packages_bench $packages_deploy $packages_static
+    install_packages $packages_native $packages_native_tests $packages_bench $packages_deploy $packages_fuzz $packages_static
     build_and_test native
     build_and_test native-asan
     # Clang compiles all of it and links what the preset names.
@@ -113,6 +113,9 @@ native_half() {
     check "$file" format-finds-planted-offence scripts/check-format.sh --self-test
     check "$file" shell-scripts scripts/check-scripts.sh
     check "$file" shell-scripts-find-planted-offence scripts/check-scripts.sh --self-test
+    step "Fuzz targets"
+    check "$file" fuzz-ten-seconds scripts/fuzz.sh 10
+    check "$file" fuzz-finds-planted-mistake scripts/fuzz.sh --self-test
     step "Rollout"
     rollout_checks "$file"
     step "Lint"
@@ -202,7 +205,7 @@ coverage_report() {
 lint_all() {
     step "Packages of the linter"
     # shellcheck disable=SC2086 # the lists are words
-    install_packages $packages_native $packages_native_tests $packages_bench $packages_windows
+    install_packages $packages_native $packages_native_tests $packages_bench $packages_fuzz $packages_windows
     local file="$results/lint.checks" part
     expected+=("$file")
     for part in product windows tests; do
