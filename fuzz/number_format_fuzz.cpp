@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <iomanip>
 #include <ios>
 #include <limits>
@@ -171,6 +172,21 @@ void CheckText(const std::string& text, const FormatSpec& spec) {
   Require(stream.str() == padded + padded, "the stream holds both texts");
 }
 
+// Without a format: texts as they are, a result code in eight digits.
+void CheckPlainTexts(const std::string& text, oru::ResultCode code) {
+  char digits[16];
+  (void)std::snprintf(digits, sizeof(digits), "0x%08x", static_cast<std::uint32_t>(code));
+  const std::u16string source(text.begin(), text.end());
+  const oru::String16 wideText{std::u16string_view(source)};
+  oru::String16 wide;
+  wide << source.c_str() << std::u16string_view(source) << wideText << text.c_str();
+  wide << oru::ResultCodeText{code};
+  Require(Narrow(wide.view()) == text + text + text + text + digits, "the string holds them all");
+  std::ostringstream stream;
+  stream << wideText << oru::String8(std::string_view(text)) << oru::ResultCodeText{code};
+  Require(stream.str() == text + text + digits, "the stream holds them all");
+}
+
 void CheckPadding(std::int32_t width, std::int32_t alignment, std::size_t length) {
   const oru::Padding padding = oru::PaddingFor({.width = width, .alignment = alignment}, length);
   const std::int64_t missing = std::int64_t{width} - static_cast<std::int64_t>(length);
@@ -217,6 +233,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string text = input.ConsumeRandomLengthString(20);
   for (char& c : text) c = static_cast<char>(c < '!' ? 'x' : c);
   CheckText(text, spec);
+  CheckPlainTexts(text, static_cast<oru::ResultCode>(bits));
   spec.fill = input.ConsumeIntegral<std::uint32_t>() % 0x20000;
   CheckFill(spec, text);
   return 0;

@@ -25,17 +25,14 @@ inline bool Prefixed(const std::u16string& path) {
 
 // Behind the last separator, else behind a colon in second place, else all of it.
 inline std::u16string FileName(const std::u16string& path) {
-  std::u16string name;
   for (std::size_t i = path.size(); i > 0; --i) {
-    if (Separates(path[i - 1])) return name;
-    name.insert(name.begin(), path[i - 1]);
+    if (Separates(path[i - 1])) return path.substr(i);
   }
   return path.size() > 1 && path[1] == u':' ? path.substr(2) : path;
 }
 
 inline std::u16string Parent(const std::u16string& path) {
-  std::u16string parent = path;
-  for (std::size_t left = FileName(path).size(); left > 0; --left) parent.pop_back();
+  std::u16string parent = path.substr(0, path.size() - FileName(path).size());
   const std::size_t size = parent.size();
   if (size > 1 && Separates(parent[size - 1]) && parent[size - 2] != u':') parent.pop_back();
   return parent;

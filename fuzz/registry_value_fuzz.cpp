@@ -221,7 +221,25 @@ std::u16string TakeUnits(FuzzedDataProvider& input, std::size_t most) {
   return text;
 }
 
-void CheckForms(FuzzedDataProvider& input) {
+// By way of a registry that doesn't change: what was written is read, as `expected`.
+void CheckWritten(const windows_helpers::RegKey& key, const List& list, const List& expected) {
+  Require(windows_helpers::WriteMultiStringValue(key, u"list", list) == 0, "the list is written");
+  List read{u"before"};
+  Require(windows_helpers::ReadMultiStringValue(key, u"list", read) == 0, "the list is read");
+  Require(read == expected, "the list is the one that was written");
+
+  const std::u16string text = list.empty() ? u"" : list.front();
+  Require(
+      windows_helpers::WriteStringValue(key, u"text", text.data(), text.data() + text.size()) == 0,
+      "the text is written");
+  oru::String16 value;
+  Require(windows_helpers::ReadStringValue(key, u"text", value) == 0, "the text is read");
+  Require(value.view() == text, "the text is the one that was written");
+  Require(windows_helpers::DeleteValue(key, u"text") == 0, "the text is deleted");
+  Require(windows_helpers::ReadStringValue(key, u"text", value) == 2, "the text isn't there");
+}
+
+void CheckForms(FuzzedDataProvider& input, const windows_helpers::RegKey& key) {
   const std::u16string data = TakeUnits(input, 40);
   const List parsed = windows_helpers::ParseMultiString(data.data(), data.data() + data.size());
   Require(parsed == ParsedByRule(data), "the strings are the rule's");
@@ -238,9 +256,11 @@ void CheckForms(FuzzedDataProvider& input) {
   const std::u16string built = windows_helpers::BuildMultiString(list);
   Require(built == expected, "the data is the list's");
   // One empty string at the end is lost.
-  if (!list.empty() && list.back().empty()) list.pop_back();
-  Require(windows_helpers::ParseMultiString(built.data(), built.data() + built.size()) == list,
+  List kept = list;
+  if (!kept.empty() && kept.back().empty()) kept.pop_back();
+  Require(windows_helpers::ParseMultiString(built.data(), built.data() + built.size()) == kept,
           "the list comes back");
+  CheckWritten(key, list, kept);
 }
 
 void CheckGrowth(std::uint32_t pass, std::uint32_t reported) {
@@ -254,8 +274,9 @@ const windows_helpers::RegKey& TheKey() {
   static windows_helpers::RegKey key;  // closed before its machine goes
   if (key.IsValid()) return key;
   Require(winapi::host::CreateRegistryKey(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\x"), "a key is made");
-  Require(windows_helpers::OpenKey(key, winapi::HkeyLocalMachine(), u"SOFTWARE\\x",
-                                   winapi::kKeyRead | winapi::kKeyWow6464Key) == 0,
+  Require(windows_helpers::OpenKey(
+              key, winapi::HkeyLocalMachine(), u"SOFTWARE\\x",
+              winapi::kKeyRead | winapi::kKeySetValue | winapi::kKeyWow6464Key) == 0,
           "the key is opened");
   return key;
 }
@@ -273,7 +294,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FuzzedDataProvider input(data, size);
   CheckGrowth(input.ConsumeIntegralInRange(0U, 80U), input.ConsumeIntegral<std::uint32_t>());
   const auto reserved = input.ConsumeIntegralInRange(0U, 200U);
-  CheckForms(input);
+  CheckForms(input, TheKey());
   const Registry registry(input);
   CheckString(TheKey(), registry, reserved);
   CheckMultiString(TheKey(), registry);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <new>
 #include <optional>
 #include <string>
@@ -356,6 +357,27 @@ void CheckRecord(const Channel& channel, const std::string& text, std::uint32_t 
   Require(channel.line == head + text, "the line is the record's");
 }
 
+// The file's first and last lines, by the C library's calendar.
+void CheckHeaderAndFooter(std::uint64_t ticks, std::uint32_t process) {
+  const auto seconds = static_cast<std::time_t>(ticks / 10000000) - std::time_t{11644473600};
+  std::tm time{};
+  Require(::gmtime_r(&seconds, &time) != nullptr, "the C library knows the day");
+  char minute[64];
+  (void)std::snprintf(minute, sizeof(minute), "%02d.%02d.%04d %02d:%02d", time.tm_mday,
+                      time.tm_mon + 1, time.tm_year + 1900, time.tm_hour, time.tm_min);
+  const std::string at(minute);
+  const std::string header = "TVX TRACE FILE\tTime: " + at + "  PID: " + InBase(process, 10) +
+                             "(0x" + InBase(process, 16) + ")\r\nCommand line: a b\r\n" +
+                             "Time(UTC) : " + at + "  \r\n\r\n";
+  Require(standalone::trace::detail::ComposeHeader({ticks}, process, "a b") == header,
+          "the header has the calendar's time");
+  char second[8];
+  (void)std::snprintf(second, sizeof(second), ":%02d", time.tm_sec);
+  Require(standalone::trace::detail::ComposeFooter({ticks}) ==
+              "End of trace file, time: " + at + second,
+          "the footer has the calendar's time");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -370,6 +392,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto level = input.ConsumeIntegralInRange(0U, 11U) * 100 + (input.ConsumeBool() ? 50 : 0);
   const std::uint64_t ticks = input.ConsumeIntegral<std::uint64_t>() >> 2;
   winapi::host::SetClock(ticks);
+  CheckHeaderAndFooter(ticks, static_cast<std::uint32_t>(ticks >> 7));
 
   Channel channel;
   {
