@@ -215,7 +215,7 @@ FormatSpec TakeSpec(FuzzedDataProvider& input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider input(data, size);
   FormatSpec spec = TakeSpec(input);
-  std::uint64_t bits = input.ConsumeIntegral<std::uint64_t>();
+  auto bits = input.ConsumeIntegral<std::uint64_t>();
   // Edges of the widths as often as numbers at random.
   if (input.ConsumeBool()) bits = std::uint64_t{1} << (bits % 64);
   if (input.ConsumeBool()) bits = 0 - bits;

@@ -379,7 +379,7 @@ class Machine {
                                                    b.model.end(), below);
     Require((a.string == b.string) == (a.model == b.model), "equality is told");
     Require((a.string < b.string) == less, "the order is that of the unsigned values");
-    const Model head(b.model.c_str());
+    const Model head = b.model.substr(0, b.model.find(CharT()));
     Require((a.string == b.string.c_str()) == (a.model == head), "equality with a text is told");
   }
 

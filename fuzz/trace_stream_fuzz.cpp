@@ -85,6 +85,12 @@ std::string InBase(Integer value, unsigned base) {
           std::to_chars(buffer, buffer + sizeof(buffer), value, static_cast<int>(base)).ptr};
 }
 
+// What of it a zero-terminated text is.
+template <typename Text>
+Text UpToZero(const Text& text) {
+  return text.substr(0, text.find(typename Text::value_type()));
+}
+
 std::string Mark(bool isShown, unsigned base) {
   if (!isShown) return "";
   return base == 16 ? "0x" : base == 8 ? "0" : "";
@@ -154,7 +160,7 @@ class Pair {
     switch (m_input.ConsumeIntegralInRange(0, 3)) {
       case 0:
         m_stream << text.c_str();
-        return m_model.PutPadded(text.c_str());
+        return m_model.PutPadded(UpToZero(text));
       case 1:
         m_stream << std::string_view(text);
         return m_model.PutPadded(text);
@@ -175,7 +181,7 @@ class Pair {
     switch (m_input.ConsumeIntegralInRange(0, 2)) {
       case 0:
         m_stream << text.c_str();
-        return m_model.PutPadded(fuzz::Utf8ByRule(text.c_str()));
+        return m_model.PutPadded(fuzz::Utf8ByRule(UpToZero(text)));
       case 1:
         m_stream << std::u16string_view(text);
         break;
@@ -264,12 +270,12 @@ class Pair {
       case 0: {
         const std::string text = TakeNarrow();
         m_stream << oru::Format(text.c_str(), spec);
-        return m_model.PutFormatted("", std::string(text.c_str()).substr(0, limit), spec);
+        return m_model.PutFormatted("", UpToZero(text).substr(0, limit), spec);
       }
       case 1: {
         const std::u16string text = TakeWide();
         m_stream << oru::Format(text.c_str(), spec);
-        const std::u16string cut = std::u16string(text.c_str()).substr(0, limit);
+        const std::u16string cut = UpToZero(text).substr(0, limit);
         return m_model.PutFormatted("", fuzz::Utf8ByRule(cut), spec);
       }
       default:
