@@ -41,7 +41,16 @@ def cell(text):
     """Texts that could be taken for markup stand between backticks."""
     if not text:
         return "–"
-    return text if re.fullmatch(r"[\w .,:;'()-]+", text) else "`" + text.replace("|", "\\|") + "`"
+    if re.fullmatch(r"[\w .,:;'()-]+", text):
+        return text
+    return ("`` {} ``" if "`" in text else "`{}`").format(text.replace("|", "\\|"))
+
+
+def named(why):
+    """With the systems' names as in the table's head."""
+    for name, shown in (("wine-8 wine-10:", "both Wines:"), ("wine-8:", "Wine 8:"), ("wine-10:", "Wine 10:")):
+        why = why.replace(name, shown)
+    return why.replace("|", "\\|")
 
 
 def lines_of(reports):
@@ -55,7 +64,7 @@ def lines_of(reports):
         _, windows, why = next(iter(found.values()))
         if len({answer for answer, _, _ in found.values()} | {windows}) > 1:
             lines[key] = {system: cell(answer) for system, (answer, _, _) in found.items()} | {
-                HEAD[-2]: cell(windows), HEAD[-1]: why.replace("|", "\\|")}
+                HEAD[-2]: cell(windows), HEAD[-1]: named(why)}
     return lines
 
 

@@ -71,7 +71,7 @@ TEST_F(CreateProcessContract, ErrorsOfWhatCannotBeStarted) {
       {"missing folder", u"\\none\\probe.exe", 3},
       {"text", u"\\text.exe", 193},
       {"folder", u"\\folder.exe",
-       Answers<winapi::Error>(5, kHost | kWindows).Or(6, kWine, "starting a folder gives 6")},
+       Answers<winapi::Error>(5, kHost | kWindows).Or(6, kWine, "calls a folder a bad handle")},
   };
   for (const Case& one : kCases) {
     SCOPED_TRACE(one.name);

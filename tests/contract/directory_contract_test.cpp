@@ -78,7 +78,7 @@ TEST_F(DirectoryContract, TheLimitOfPaths) {
       Answers(206u, kHost | kWindows).Or(0u, kWine, "has no limit of 260 characters for paths"),
       Create(Windows(std::u16string(room + 13, u'n'))));
   EXPECT_ANSWER("one character more, with the prefix",
-                Answers(0u, kHost | kWindows).Or(183u, kWine, "made it above"),
+                Answers(0u, kHost | kWindows).Or(183u, kWine, "made it without the prefix already"),
                 Create(u"\\\\?\\" + longer));
   EXPECT_EQ(0u, Remove(longest));
   EXPECT_EQ(0u, Remove(longer));

@@ -312,12 +312,12 @@ TEST(DescriptorContract, AnAccessListCounts) {
                 made);
   const winapi::Error inside =
       ErrorOf([&] { return winapi::CreateDirectoryW((path + u"\\x").c_str(), nullptr); });
-  EXPECT_ANSWER(
-      "make another inside",
-      Answers(5u, kWindows)
-          .Or(superuser ? 0u : 5u, kWine, "an access list doesn't stop the superuser below")
-          .Or(0u, kHost, "keeps access lists and never looks at them"),
-      inside);
+  EXPECT_ANSWER("make another inside",
+                Answers(5u, kWindows)
+                    .Or(superuser ? 0u : 5u, kWine,
+                        "has the system below judge, which lets its superuser do it")
+                    .Or(0u, kHost, "keeps access lists and never looks at them"),
+                inside);
   EXPECT_TRUE(tests::RunUnixShell(folder.Path(), "chmod -R u+rwx made"));
 }
 
