@@ -56,6 +56,20 @@ TEST(Table, BreaksAtBlanksWhereItCan) {
   EXPECT_EQ(lines[2], std::string(17, ' ') + std::string(40, 'b'));
 }
 
+TEST(Table, ATextMayFillTheWidth) {
+  Report report = NotRehearsed("torn");
+  const auto linesOfNote = [&](const std::string& note) {
+    report.notes = {note};
+    return Lines(Table(report, {60, false, false}));
+  };
+  const std::string first(25, 'x');
+  const std::string second(26, 'y');
+  EXPECT_EQ(linesOfNote(first + " " + second)[1], "  note: " + first + " " + second);
+  const auto broken = linesOfNote(first + " y" + second);
+  EXPECT_EQ(broken[1], "  note: " + first);
+  EXPECT_EQ(broken[2], "        y" + second);
+}
+
 TEST(Table, FitsIntoTheLeastWidth) {
   Report report;
   report.machine = "pc";
