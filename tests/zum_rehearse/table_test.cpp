@@ -71,4 +71,28 @@ TEST(Table, FitsIntoTheLeastWidth) {
   EXPECT_TRUE(Lines(Table(report, {69, false, true}))[2].ends_with("  NAME"));
 }
 
+// A machine whose rehearsal failed, with a note.
+std::string TableWithNote(const std::string& note) {
+  Report report = NotRehearsed("torn");
+  report.notes = {note};
+  return Table(report, {.columns = 60});
+}
+
+TEST(Table, ANoteIsBrokenBeforeTheWidth) {
+  EXPECT_EQ(TableWithNote("abcdefghi abcdefghi abcdefghi abcdefghi abcdefghi abcdefghi"),
+            "Machine pc\n"
+            "  note: abcdefghi abcdefghi abcdefghi abcdefghi abcdefghi\n"
+            "        abcdefghi\n"
+            "  not rehearsed: torn\n");
+}
+
+TEST(Table, ANoteMayFillTheWidth) {
+  const std::string first(25, 'x');
+  const std::string second(26, 'y');
+  EXPECT_EQ(TableWithNote(first + " " + second),
+            "Machine pc\n  note: " + first + " " + second + "\n  not rehearsed: torn\n");
+  EXPECT_EQ(TableWithNote(first + " y" + second),
+            "Machine pc\n  note: " + first + "\n        y" + second + "\n  not rehearsed: torn\n");
+}
+
 }  // namespace
