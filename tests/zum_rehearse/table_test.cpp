@@ -56,20 +56,6 @@ TEST(Table, BreaksAtBlanksWhereItCan) {
   EXPECT_EQ(lines[2], std::string(17, ' ') + std::string(40, 'b'));
 }
 
-TEST(Table, ATextMayFillTheWidth) {
-  Report report = NotRehearsed("torn");
-  const auto linesOfNote = [&](const std::string& note) {
-    report.notes = {note};
-    return Lines(Table(report, {60, false, false}));
-  };
-  const std::string first(25, 'x');
-  const std::string second(26, 'y');
-  EXPECT_EQ(linesOfNote(first + " " + second)[1], "  note: " + first + " " + second);
-  const auto broken = linesOfNote(first + " y" + second);
-  EXPECT_EQ(broken[1], "  note: " + first);
-  EXPECT_EQ(broken[2], "        y" + second);
-}
-
 TEST(Table, FitsIntoTheLeastWidth) {
   Report report;
   report.machine = "pc";
@@ -83,6 +69,30 @@ TEST(Table, FitsIntoTheLeastWidth) {
   EXPECT_EQ(narrow[4], "      A product");
   EXPECT_TRUE(Lines(Table(report, {69, false, true}))[3].ends_with("  A product"));
   EXPECT_TRUE(Lines(Table(report, {69, false, true}))[2].ends_with("  NAME"));
+}
+
+// A machine whose rehearsal failed, with a note.
+std::string TableWithNote(const std::string& note) {
+  Report report = NotRehearsed("torn");
+  report.notes = {note};
+  return Table(report, {.columns = 60});
+}
+
+TEST(Table, ANoteIsBrokenBeforeTheWidth) {
+  EXPECT_EQ(TableWithNote("abcdefghi abcdefghi abcdefghi abcdefghi abcdefghi abcdefghi"),
+            "Machine pc\n"
+            "  note: abcdefghi abcdefghi abcdefghi abcdefghi abcdefghi\n"
+            "        abcdefghi\n"
+            "  not rehearsed: torn\n");
+}
+
+TEST(Table, ANoteMayFillTheWidth) {
+  const std::string first(25, 'x');
+  const std::string second(26, 'y');
+  EXPECT_EQ(TableWithNote(first + " " + second),
+            "Machine pc\n  note: " + first + " " + second + "\n  not rehearsed: torn\n");
+  EXPECT_EQ(TableWithNote(first + " y" + second),
+            "Machine pc\n  note: " + first + "\n        y" + second + "\n  not rehearsed: torn\n");
 }
 
 }  // namespace
