@@ -81,9 +81,10 @@ build_and_test() {
     run_ctest "$@"
 }
 
-# Only what has threads: a build for one test program, and that program.
+# Only what has threads: a build for two test programs, and these.
 threads_under_sanitizer() {
-    configure_and_build native-tsan exception_threads_test && build/native-tsan/bin/exception_threads_test
+    configure_and_build native-tsan exception_threads_test tracer_threads_test &&
+        build/native-tsan/bin/exception_threads_test && build/native-tsan/bin/tracer_threads_test
 }
 
 # rollout_play COUNT: the play of deploy/ansible on as many stand-ins, by the programs of the native build.
