@@ -58,7 +58,8 @@ void AddCases(const std::string& row, const std::u16string& text) {
 int main(int argc, char** argv) {
   for (const std::size_t length : {100u, 1000u, 32'767u}) {
     AddCases("masking_plain", Repeated(u"C:\\Program Files\\a\\tool.exe /unblock ", length));
-    AddCases("masking_secret", Repeated(u"QVPASSWD=", 9) + std::u16string(length - 9, u'x'));
+    AddCases("masking_secret",
+             Repeated(u"QVPASSWD=", /*length=*/9) + std::u16string(length - 9, u'x'));
     AddCases("masking_many", Repeated(u"QVPASSWDHEX=1 QVPASSWD=\"2\" ", length));
   }
   return bench::Run(argc, argv);

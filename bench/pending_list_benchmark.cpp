@@ -101,9 +101,9 @@ void Register(const char* name, List (*rewrite)(const List&), std::int64_t most)
 }  // namespace
 
 int main(int argc, char** argv) {
-  Register("pending_list/ours", RewritePendingList, 1'000'000);
-  Register("pending_list/reserved_set", RewriteBySet, 1'000'000);
-  Register("pending_list/plain_search", RewriteByPlainSearch, 10'000);
+  Register("pending_list/ours", RewritePendingList, /*most=*/1'000'000);
+  Register("pending_list/reserved_set", RewriteBySet, /*most=*/1'000'000);
+  Register("pending_list/plain_search", RewriteByPlainSearch, /*most=*/10'000);
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

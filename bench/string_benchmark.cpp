@@ -37,7 +37,7 @@ void PushBack(std::size_t length) {
 template <typename Side>
 void Append(std::size_t length) {
   auto text = Side::Empty();
-  for (std::size_t i = 0; i < length; i += 16) text.append(u"0123456789abcdef", 16);
+  for (std::size_t i = 0; i < length; i += 16) text.append(u"0123456789abcdef", /*n=*/16);
   bench::Keep(text);
 }
 

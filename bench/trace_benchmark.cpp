@@ -70,22 +70,22 @@ int main(int argc, char** argv) {
 #endif
   standalone::trace::TracerHolder::Instance().Install(standalone::trace::CreateFileTracer(
       path, "Command line: benchmark", {.enabled = true, .maxLevel = oru::kTraceLevelInfo}));
-  bench::Add("trace_refused", "ours", 800, [] { Statement(800); });
-  bench::Add("trace_refused", "bare_calls", 800, [] { BareCalls(800); });
-  bench::Add("trace_record", "ours", 700, [] { Statement(700); });
-  bench::Add("trace_record", "composing", 700, Compose);
-  bench::Add("trace_record", "local_time", 700,
+  bench::Add("trace_refused", "ours", /*number=*/800, [] { Statement(800); });
+  bench::Add("trace_refused", "bare_calls", /*number=*/800, [] { BareCalls(800); });
+  bench::Add("trace_record", "ours", /*number=*/700, [] { Statement(700); });
+  bench::Add("trace_record", "composing", /*number=*/700, Compose);
+  bench::Add("trace_record", "local_time", /*number=*/700,
              [] { bench::Keep(oru::datetime::ToLocalSystemTime(oru::datetime::Now())); });
 #ifndef _WIN32
   const std::string peerFile = "/tmp/zum-trace-benchmark-peer.log";
-  bench::Add("trace_record", "spdlog", 700, [logger = Peer(peerFile)] {
+  bench::Add("trace_record", "spdlog", /*number=*/700, [logger = Peer(peerFile)] {
     logger->info("setup\t[name] update LocalPackageNotExist for key = {}", kKey);
   });
 #endif
   const int status = bench::Run(argc, argv);
 #ifndef _WIN32
-  std::remove(peerFile.c_str());
-  std::remove("/tmp/zum-trace-benchmark.log");
+  (void)std::remove(peerFile.c_str());
+  (void)std::remove("/tmp/zum-trace-benchmark.log");
 #endif
   return status;
 }

@@ -32,7 +32,7 @@ void AddMatch(const std::string& row, std::size_t number, const std::string& nam
 
 int main(int argc, char** argv) {
   // The number is the name's length.
-  AddMatch("wildcard_plain", 23, "LocalPackageBackup7.msi", "local*backup?.msi");
+  AddMatch("wildcard_plain", /*number=*/23, "LocalPackageBackup7.msi", "local*backup?.msi");
   for (const std::size_t length : {100u, 1000u, 10'000u}) {
     AddMatch("wildcard_literal", length, std::string(length, 'a'), std::string(length, 'a'));
     AddMatch("wildcard_case", length, std::string(length, 'a'), std::string(length, 'A'));

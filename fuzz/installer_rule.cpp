@@ -131,7 +131,12 @@ void ReadBelow(Branch& branch, const std::u16string& path) {
   for (const host::RegistryValue& value : *values) {
     key.values[Folded(value.name)] = {value.name, value.type, value.data};
   }
-  for (const std::u16string& name : *names) ReadBelow(branch, path + u"\\" + name);
+  for (const std::u16string& name : *names) {
+    std::u16string below = path;
+    below += u'\\';
+    below += name;
+    ReadBelow(branch, below);
+  }
 }
 
 }  // namespace

@@ -116,7 +116,7 @@ class Call {
                                               {"--folders-from=none.txt"},
                                               {"--folders-from=."},
                                               {"--jso"}};
-    const std::size_t choice = m_input.ConsumeIntegralInRange<std::size_t>(0, kWrong.size() - 1);
+    const auto choice = m_input.ConsumeIntegralInRange<std::size_t>(0, kWrong.size() - 1);
     m_groups.push_back(kWrong[choice]);
   }
 

@@ -164,6 +164,7 @@ std::size_t Check(const host::RegistryKey& found, const std::u16string& path,
                   const fuzz::Branch& branch) {
   const fuzz::Key* const expected = fuzz::FindKey(branch, path);
   fuzz::Require(expected != nullptr, "no key is there that isn't in the file");
+  if (expected == nullptr) return 0;
   fuzz::Require(found.Values().size() == expected->values.size(), "a key has the file's values");
   for (const auto& [folded, value] : found.Values()) {
     const fuzz::Value* const wanted = fuzz::FindValue(*expected, value.name);

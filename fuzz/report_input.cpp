@@ -12,7 +12,6 @@
 namespace fuzz {
 namespace {
 
-using zum_rehearse::Change;
 using zum_rehearse::Product;
 using zum_rehearse::Report;
 using zum_rehearse::Value;
@@ -76,10 +75,8 @@ void TakeChanges(FuzzedDataProvider& input, Report& report) {
   std::map<std::pair<std::u16string, std::size_t>, std::optional<Value>> now;
   for (int count = input.ConsumeIntegralInRange(0, 6); count > 0 && !report.products.empty();
        --count) {
-    const std::size_t product =
-        input.ConsumeIntegralInRange<std::size_t>(0, report.products.size() - 1);
-    const std::size_t slot =
-        input.ConsumeIntegralInRange<std::size_t>(0, zum_rehearse::kSlotCount - 1);
+    const auto product = input.ConsumeIntegralInRange<std::size_t>(0, report.products.size() - 1);
+    const auto slot = input.ConsumeIntegralInRange<std::size_t>(0, zum_rehearse::kSlotCount - 1);
     const std::u16string key =
         KeyOf(report.products[product], product, slot >= zum_rehearse::kPackageName);
     const std::string_view name = zum_rehearse::kSlotNames[slot];

@@ -90,7 +90,7 @@ class basic_string_t {
   // Empties the text and keeps the capacity.
   void clear() noexcept;
   void push_back(CharT character) {
-    if (m_size == m_capacity) reserve_extra(1);
+    if (m_size == m_capacity) reserve_extra(/*n=*/1);
     m_data[m_size] = character;
     SetSize(m_size + 1);
   }
