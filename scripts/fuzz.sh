@@ -6,7 +6,8 @@
 #
 # What was found interesting stays in build/fuzz/corpus/TARGET and is where the next run begins; what broke
 # something is in build/fuzz/found/TARGET, and `build/fuzz/bin/TARGET FILE` repeats it. The exit status is 0
-# only when nothing was found.
+# only when nothing was found. Each run draws other inputs; ZUM_FUZZ_SEED=NUMBER draws the same ones again, as
+# scripts/test.sh does, so that what it says depends on the sources alone.
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 
@@ -17,7 +18,7 @@ run_target() {
     local name=$1 seconds=$2 status executions coverage
     local corpus=build/fuzz/corpus/$name found=build/fuzz/found/$name log=build/fuzz/logs/$name.log
     local arguments=(-max_total_time="$seconds" -timeout=25 -rss_limit_mb=2048 -print_final_stats=1
-        -artifact_prefix="$found/")
+        -artifact_prefix="$found/" -seed="${ZUM_FUZZ_SEED:-0}")
     mkdir -p "$corpus" "$found" build/fuzz/logs
     [ -e "fuzz/$name.dict" ] && arguments+=(-dict="fuzz/$name.dict")
     local folders=("$corpus")
