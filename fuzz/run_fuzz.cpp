@@ -127,6 +127,8 @@ void CheckTrace(const std::string& trace, std::u16string_view line, const Reques
 void Prepare(const fuzz::Branch& before, const std::u16string& line, const fuzz::Faults& faults) {
   host::ClearFaults();
   fuzz::PutIntoStore(before);
+  // The store opens its lock at its first use, which an empty branch isn't.
+  (void)host::RegistrySubKeys(u"HKEY_LOCAL_MACHINE");
   host::SetRegistrySync(false);
   host::SetClock(kNow);
   host::SetIdentity(/*processId=*/7, /*threadId=*/42);

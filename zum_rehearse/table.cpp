@@ -150,7 +150,7 @@ class TableWriter {
               kRed);
       for (const Product& product : m_report.products) {
         if (product.changes && product.refused) {
-          Line(Concat({"    ", product.code.empty() ? Printable(product.key) : product.code}));
+          Wrapped("    ", product.code.empty() ? Printable(product.key) : product.code, {});
         }
       }
     }

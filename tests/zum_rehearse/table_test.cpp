@@ -71,6 +71,22 @@ TEST(Table, FitsIntoTheLeastWidth) {
   EXPECT_TRUE(Lines(Table(report, {69, false, true}))[2].ends_with("  NAME"));
 }
 
+TEST(Table, BreaksTheKeyOfAProductThatIsPassedOver) {
+  Report report;
+  report.machine = "pc";
+  report.products.resize(1);
+  report.products[0].key = std::u16string(90, u'k');
+  report.products[0].verdicts = {zum_rehearse::Verdict::kPassedOver};
+  report.products[0].changes = true;
+  report.products[0].refused = true;
+  report.asRun = report.outcome;
+  const std::string table = Table(report, {60, false, false});
+  for (const std::string& line : Lines(table)) EXPECT_LE(Width(line), 60U) << line;
+  EXPECT_NE(table.find("\n    " + std::string(56, 'k') + "\n    " + std::string(34, 'k') + "\n"),
+            std::string::npos)
+      << table;
+}
+
 // A machine whose rehearsal failed, with a note.
 std::string TableWithNote(const std::string& note) {
   Report report = NotRehearsed("torn");
