@@ -143,8 +143,12 @@ void CheckChosen(FuzzedDataProvider& input) {
   call.Make();
   const ParsedOptions parsed = zum_rehearse::ParseOptions(call.Arguments());
   if (call.IsWrong()) {
-    CheckRefusal(parsed);
+    if (parsed.options) {
+      for (const std::string& argument : call.Arguments())
+        std::fprintf(stderr, "taken: %s\n", argument.c_str());
+    }
     fuzz::Require(!parsed.options && parsed.status == 2, "a wrong call is refused");
+    CheckRefusal(parsed);
     return;
   }
   if (!parsed.options) std::fprintf(stderr, "%s", parsed.text.c_str());

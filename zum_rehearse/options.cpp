@@ -41,6 +41,8 @@ bool ReadList(const std::string& file, std::vector<std::string>& inputs, std::st
 void Describe(CLI::App& app, Options& options, std::string& list) {
   app.footer(kFooter);
   app.set_version_flag("--version", std::string(ZUM_REHEARSE_VERSION));
+  // A value that a flag can't have ends the call, also where the flag comes once more behind it.
+  app.option_defaults()->disable_flag_override();
   app.add_flag("--all", options.all, "Show the ordinary products too");
   CLI::Option* const json =
       app.add_flag("--json", options.json, "Write one JSON object a machine, one line each");

@@ -43,6 +43,15 @@ TEST(ParseOptions, MapsWhatIsWrongTo2) {
   }
 }
 
+TEST(ParseOptions, MapsAFlagWithAWrongValueTo2AlsoWhereItComesAgain) {
+  for (const char* flag : {"--all", "--json", "--csv"}) {
+    const ParsedOptions parsed = Parse({std::string(flag) + "=maybe", flag});
+    EXPECT_FALSE(parsed.options) << flag;
+    EXPECT_EQ(parsed.status, 2) << flag;
+    EXPECT_NE(parsed.text, "") << flag;
+  }
+}
+
 TEST(ParseOptions, AnswersQuestionsWith0) {
   const ParsedOptions help = ParseOptions({"--help"});
   EXPECT_FALSE(help.options);
