@@ -4,8 +4,8 @@
     summarize.py FILE ...
     summarize.py --self-test    adds up planted results of each kind
 
-FILE is what ctest wrote as JUnit XML (.xml) or a list of lines "pass NAME" and "fail NAME" (.checks). A file that
-isn't there or holds no result counts as one failure: that part did not run. A test of ctest's that is a program of many
+FILE is what ctest wrote as JUnit XML (.xml) or a list of lines "pass NAME", "fail NAME" and "skip NAME: REASON" (.checks).
+A file that isn't there or holds no result counts as one failure: that part did not run. A test of ctest's that is a program of many
 cases has the program's own report, NAME.xml in the folder FILE without ".xml": its cases are counted in its place. Another
 one is skipped where ctest says so and its output has a line "skipped: REASON". A skip without a reason counts as a failure. Prints the failures, the skips with their reasons, a line for each file, and
 last "N passed, N failed, N skipped". Exits with 1 when anything failed.
@@ -57,7 +57,11 @@ def read_junit(path):
 def read_checks(path):
     for line in path.read_text().splitlines():
         outcome, _, name = line.partition(" ")
-        yield ("passed" if outcome == "pass" else "failed"), name, ""
+        name, _, reason = name.partition(": ")
+        if outcome == "skip" and reason:
+            yield "skipped", name, reason
+        else:
+            yield ("passed" if outcome == "pass" else "failed"), name, ""
 
 
 def read(path):
@@ -92,9 +96,10 @@ def self_test():
         planted = pathlib.Path(folder) / "planted.xml"
         planted.write_text(PLANTED, encoding="utf-8")
         checks = pathlib.Path(folder) / "planted.checks"
-        checks.write_text("pass one\nfail two\n", encoding="utf-8")
+        checks.write_text("pass one\nfail two\nskip three: too dark\nskip four\n", encoding="utf-8")
         found = [*read(planted), *read(checks), *read(pathlib.Path(folder) / "no-such.xml")]
-    expected = [*PLANTED_OUTCOMES, ("passed", "one", ""), ("failed", "two", ""), ("failed", "no-such: did not run", "")]
+    expected = [*PLANTED_OUTCOMES, ("passed", "one", ""), ("failed", "two", ""),
+                ("skipped", "three", "too dark"), ("failed", "four", ""), ("failed", "no-such: did not run", "")]
     for line in found:
         print(line)
     return 0 if found == expected else 1
