@@ -145,6 +145,32 @@ function(zum_folder_tests)
   endif()
 endfunction()
 
+# zum_python_cases(PREFIX [TIMEOUT seconds] [LOCK name ...] [LABELS label ...] [ENVIRONMENT variable=value ...])
+# The cases of the folder's run_tests.py, each a test PREFIX.CASE of its own. LOCK is what they share in the Wine prefix;
+# natively nothing is shared. ZUM_WORLD is added to their environment.
+function(zum_python_cases prefix)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "LOCK;LABELS;ENVIRONMENT" ${ARGN})
+  if(WIN32)
+    set(world ZUM_WORLD=windows)
+  else()
+    set(world ZUM_WORLD=native)
+    set(ARG_LOCK)
+  endif()
+  set(runner ${CMAKE_CURRENT_SOURCE_DIR}/run_tests.py)
+  file(GLOB scripts CONFIGURE_DEPENDS *.py)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${scripts})
+  execute_process(
+    COMMAND ${CMAKE_COMMAND} -E env ${world} ${Python3_EXECUTABLE} ${runner} --list
+    OUTPUT_VARIABLE cases OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  string(REPLACE "\n" ";" cases "${cases}")
+  foreach(case ${cases})
+    add_test(NAME ${prefix}.${case} COMMAND ${Python3_EXECUTABLE} ${runner} ${case})
+    set_tests_properties(${prefix}.${case} PROPERTIES
+      ENVIRONMENT "${world};${ARG_ENVIRONMENT}" TIMEOUT ${ARG_TIMEOUT} SKIP_RETURN_CODE 77
+      RESOURCE_LOCK "${ARG_LOCK}" LABELS "${ARG_LABELS}")
+  endforeach()
+endfunction()
+
 # zum_benchmark(NAME SOURCES ... [LINK ...])
 # A program that times the product and a named peer. Asserts no time.
 function(zum_benchmark name)

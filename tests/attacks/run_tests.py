@@ -9,7 +9,6 @@ The end-to-end suite's variables are needed, and ZUM_REHEARSE. attack_cases.py t
 
 import pathlib
 import sys
-import unittest
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
@@ -25,25 +24,5 @@ import test_two_at_once  # noqa: E402
 MODULES = [test_killed_on_windows, test_killed_rehearsal, test_killed_tool, test_limits, test_two_at_once]
 
 
-def all_cases():
-    for module in MODULES:
-        for case in vars(module).values():
-            if isinstance(case, type) and issubclass(case, unittest.TestCase) and case.__module__ == module.__name__:
-                for name in unittest.TestLoader().getTestCaseNames(case):
-                    if attack_cases.is_listed(case, getattr(case, name)):
-                        yield f"{case.__name__}.{name}", case(name)
-
-
-def main():
-    known = dict(all_cases())
-    if sys.argv[1:] == ["--list"]:
-        print("\n".join(known))
-        return 0
-    if not sys.argv[1:]:
-        print(__doc__, file=sys.stderr)
-        return 2
-    return case_runner.run(known[name] for name in sys.argv[1:])
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(case_runner.main(MODULES, attack_cases.is_listed, __doc__))

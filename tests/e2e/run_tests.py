@@ -9,7 +9,6 @@ ZUM_WORLD is "windows" or "native", ZUM_PROGRAM the program under test, ZUM_HELP
 
 import pathlib
 import sys
-import unittest
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
@@ -30,25 +29,5 @@ MODULES = [test_command_lines, test_correct_setup, test_installation, test_nativ
            test_rewrite, test_signers, test_trace]
 
 
-def all_cases():
-    for module in MODULES:
-        for case in vars(module).values():
-            if isinstance(case, type) and issubclass(case, cases.MachineCase) and case.__module__ == module.__name__:
-                for name in unittest.TestLoader().getTestCaseNames(case):
-                    if cases.is_listed(case, getattr(case, name)):
-                        yield f"{case.__name__}.{name}", case(name)
-
-
-def main():
-    known = dict(all_cases())
-    if sys.argv[1:] == ["--list"]:
-        print("\n".join(known))
-        return 0
-    if not sys.argv[1:]:
-        print(__doc__, file=sys.stderr)
-        return 2
-    return case_runner.run(known[name] for name in sys.argv[1:])
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(case_runner.main(MODULES, cases.is_listed, __doc__))

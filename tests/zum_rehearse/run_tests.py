@@ -9,7 +9,6 @@ ZUM_WORLD is "windows" or "native", ZUM_REHEARSE the program under test; the end
 
 import pathlib
 import sys
-import unittest
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
@@ -34,25 +33,5 @@ MODULES = [test_browser, test_csv, test_demo, test_documents, test_files, test_h
            test_repair_script, test_replaced_files, test_scale, test_table, test_verdicts]
 
 
-def all_cases():
-    for module in MODULES:
-        for case in vars(module).values():
-            if isinstance(case, type) and issubclass(case, unittest.TestCase) and case.__module__ == module.__name__:
-                for name in unittest.TestLoader().getTestCaseNames(case):
-                    if rehearsal_cases.is_listed(case, getattr(case, name)):
-                        yield f"{case.__name__}.{name}", case(name)
-
-
-def main():
-    known = dict(all_cases())
-    if sys.argv[1:] == ["--list"]:
-        print("\n".join(known))
-        return 0
-    if not sys.argv[1:]:
-        print(__doc__, file=sys.stderr)
-        return 2
-    return case_runner.run(known[name] for name in sys.argv[1:])
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(case_runner.main(MODULES, rehearsal_cases.is_listed, __doc__))
