@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/installer_keys.h"
 #include "winapi/host/control.h"
 #include "zum_setup_util/run.h"
 
@@ -17,11 +18,7 @@ namespace {
 namespace host = winapi::host;
 
 constexpr std::size_t kProducts = 1000;
-const std::u16string kUserData =
-    u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-"
-    u"18"
-    u"\\Products";
-const std::u16string kClasses = u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes\\Installer\\Products";
+const std::u16string kMachine = u"HKEY_LOCAL_MACHINE\\";
 
 using Counts = std::map<std::string, double>;
 
@@ -39,9 +36,8 @@ void MakeKey(const std::u16string& path, const std::u16string& value) {
 void MakeProducts() {
   for (std::size_t i = 0; i < kProducts; ++i) {
     const bool marked = i % 2 == 0;
-    MakeKey(kUserData + u"\\" + NameOf(i) + u"\\InstallProperties",
-            marked ? u"LocalPackageNotExist" : u"");
-    MakeKey(kClasses + u"\\" + NameOf(i) + u"\\SourceList", marked ? u"PackageNameNotExist" : u"");
+    MakeKey(kMachine + tests::InstallProperties(NameOf(i)), marked ? u"LocalPackageNotExist" : u"");
+    MakeKey(kMachine + tests::SourceList(NameOf(i)), marked ? u"PackageNameNotExist" : u"");
   }
 }
 
@@ -61,7 +57,7 @@ int main() {
   std::cout.rdbuf(nullptr);  // the runs' own report isn't wanted
   host::SetRegistrySync(false);
   host::SetCommandLine(u"tool.exe /unblock");
-  (void)host::CreateRegistryKey(kUserData);
+  (void)host::CreateRegistryKey(kMachine + tests::kUserData);
   (void)CallsOfARun();  // what is made at the first use only
   Counts empty = CallsOfARun();
   MakeProducts();
@@ -70,7 +66,7 @@ int main() {
     if (each != 0) std::printf("%s %g\n", operation.c_str(), each);
   }
   // Only the count was wanted: nothing is left for the next run.
-  (void)host::DeleteRegistryTree(kUserData);
-  (void)host::DeleteRegistryTree(kClasses);
+  (void)host::DeleteRegistryTree(kMachine + tests::kUserData);
+  (void)host::DeleteRegistryTree(kMachine + tests::kClasses);
   return 0;
 }

@@ -183,6 +183,8 @@ std::vector<std::u16string> SubKeys(const Branch& branch, std::u16string_view pa
 
 void PutIntoStore(const Branch& branch) {
   host::ReloadRegistry();
+  // The store opens its lock at its first use, which an empty branch isn't.
+  (void)host::RegistrySubKeys(u"HKEY_LOCAL_MACHINE");
   for (const auto& [folded, key] : branch) {
     const bool isHive = key.path.find(u'\\') == std::u16string::npos;
     Require(isHive || host::CreateRegistryKey(key.path), "the host takes the key");

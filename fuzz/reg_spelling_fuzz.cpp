@@ -9,6 +9,7 @@
 #include "fuzz/input.h"
 #include "fuzz/installer_rule.h"
 #include "fuzz/texts.h"
+#include "fuzz/utf_rules.h"
 #include "winapi/host/reg_file_reader.h"
 #include "winapi/host/registry_tree.h"
 
@@ -149,7 +150,7 @@ class Speller {
 };
 
 std::string Encoded(const std::u16string& text, unsigned encoding) {
-  if (encoding < 2) return (encoding == 0 ? "\xEF\xBB\xBF" : "") + fuzz::Utf8WithSurrogates(text);
+  if (encoding < 2) return (encoding == 0 ? "\xEF\xBB\xBF" : "") + fuzz::Utf8ByRule(text);
   const bool lowFirst = encoding % 2 == 0;
   std::string bytes = encoding < 4 ? lowFirst ? "\xFF\xFE" : "\xFE\xFF" : "";
   for (const char16_t unit : text) {

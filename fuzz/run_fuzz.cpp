@@ -7,10 +7,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,7 +17,9 @@
 #include "fuzz/installer_rule.h"
 #include "fuzz/masking_rule.h"
 #include "fuzz/texts.h"
+#include "fuzz/utf_rules.h"
 #include "standalone_tracer_lib/tracers.h"
+#include "tests/support/captured_output.h"
 #include "winapi/host/control.h"
 #include "winapi/host/locate.h"
 #include "winapi/host/paths.h"
@@ -94,13 +94,12 @@ std::string TraceBeforeTheEnd(std::u16string_view line, const Request& request,
                               const fuzz::Rewritten& rewritten) {
   std::string trace =
       "TVX TRACE FILE\tTime: 18.08.2025 14:13  PID: 7(0x7)\r\nCommand line: Command line: " +
-      fuzz::Utf8WithSurrogates(fuzz::Mask(line).text) +
-      "\r\nTime(UTC) : 18.08.2025 14:13  \r\n\r\n\r\n";
+      fuzz::Utf8ByRule(fuzz::Mask(line).text) + "\r\nTime(UTC) : 18.08.2025 14:13  \r\n\r\n\r\n";
   trace += Record("INF", "zs_util\t[main]  begin");
   if (!request.unblocks) return trace;
   trace += Record("INF", std::string(kStage) + " begin");
   for (const std::u16string& update : rewritten.updates) {
-    trace += Record("INF", kStage + fuzz::Utf8WithSurrogates(update));
+    trace += Record("INF", kStage + fuzz::Utf8ByRule(update));
   }
   return trace;
 }
@@ -127,8 +126,6 @@ void CheckTrace(const std::string& trace, std::u16string_view line, const Reques
 void Prepare(const fuzz::Branch& before, const std::u16string& line, const fuzz::Faults& faults) {
   host::ClearFaults();
   fuzz::PutIntoStore(before);
-  // The store opens its lock at its first use, which an empty branch isn't.
-  (void)host::RegistrySubKeys(u"HKEY_LOCAL_MACHINE");
   host::SetRegistrySync(false);
   host::SetClock(kNow);
   host::SetIdentity(/*processId=*/7, /*threadId=*/42);
@@ -138,23 +135,9 @@ void Prepare(const fuzz::Branch& before, const std::u16string& line, const fuzz:
   if (faults.removal != 0) host::FailCall("RegDeleteValueW", faults.removal, 5);
 }
 
-// The standard output while one lives.
-class CapturedOutput {
- public:
-  CapturedOutput() : m_before(std::cout.rdbuf(m_text.rdbuf())) {}
-  CapturedOutput(const CapturedOutput&) = delete;
-  CapturedOutput& operator=(const CapturedOutput&) = delete;
-  ~CapturedOutput() { std::cout.rdbuf(m_before); }
-  [[nodiscard]] std::string Text() const { return m_text.str(); }
-
- private:
-  std::ostringstream m_text;
-  std::streambuf* m_before;
-};
-
 void RunOnce(const std::u16string& line, const Request& request, const fuzz::Rewritten& rewritten) {
   const bool fails = request.unblocks && rewritten.failed;
-  const CapturedOutput output;
+  const tests::CapturedOutput output;
   const auto status = static_cast<std::uint32_t>(zum_setup_util::RunSetupUtil());
   TracerHolder::Instance().Install(standalone::trace::CreateEmptyTracer());
   fuzz::Require(status == (fails ? kFailureCode : 0), "the status is the rule's");

@@ -121,7 +121,7 @@ void CheckCodePoint(std::uint32_t point) {
   const char32_t character[] = {point};
   std::optional<std::string> expected;
   if (fuzz::IsSurrogate(point)) {
-    expected = fuzz::ThreeBytes(static_cast<char16_t>(point));
+    fuzz::AppendUtf8(expected.emplace(), point);
   } else {
     expected = pointToUtf8({character, 1});
   }

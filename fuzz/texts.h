@@ -63,13 +63,6 @@ inline void AppendUtf8(std::string& bytes, char32_t point) {
 
 inline bool IsSurrogate(char32_t point) { return point >= 0xD800 && point <= 0xDFFF; }
 
-// A lone surrogate has the three bytes of its own value.
-inline std::string Utf8WithSurrogates(std::u16string_view text) {
-  std::string bytes;
-  for (const char32_t point : CodePoints(text)) AppendUtf8(bytes, point);
-  return bytes;
-}
-
 // A lone surrogate becomes U+FFFD.
 inline std::string Utf8WithReplacements(std::u16string_view text) {
   std::string bytes;

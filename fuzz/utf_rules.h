@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "fuzz/input.h"
+#include "fuzz/texts.h"
 
 namespace fuzz {
 
@@ -47,11 +48,6 @@ class Iconv {
 inline bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 inline bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-inline std::string ThreeBytes(char16_t unit) {
-  return {static_cast<char>(0xE0 + unit / 4096), static_cast<char>(0x80 + unit / 64 % 64),
-          static_cast<char>(0x80 + unit % 64)};
-}
-
 // The well-formed stretches by iconv, the halves by their own value.
 inline std::string Utf8ByRule(std::u16string_view text) {
   static auto& convert = *new Iconv<char16_t, char>("UTF-16LE", "UTF-8");
@@ -68,7 +64,7 @@ inline std::string Utf8ByRule(std::u16string_view text) {
       stretch += text.substr(i++, 2);
     } else if (IsHigh(text[i]) || IsLow(text[i])) {
       flush();
-      bytes += ThreeBytes(text[i]);
+      AppendUtf8(bytes, text[i]);
     } else {
       stretch += text[i];
     }

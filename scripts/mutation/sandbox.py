@@ -13,6 +13,16 @@ _BWRAP = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "-
           "/tmp", "--unshare-pid", "--unshare-net", "--unshare-ipc", "--die-with-parent", "--new-session"]
 
 
+def why_not():
+    """The reason why no sandbox can be made here, or None."""
+    try:
+        done = subprocess.run([*_BWRAP, "true"], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.PIPE, check=False)
+    except FileNotFoundError:
+        return "bubblewrap isn't installed"
+    return None if done.returncode == 0 else "no sandbox may be made here: " + done.stderr.decode().strip()
+
+
 @dataclasses.dataclass
 class Ended:
     status: int  # of the process, 128 and more for a signal; None when it took too long

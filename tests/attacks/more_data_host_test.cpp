@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <iostream>
 #include <optional>
-#include <sstream>
 #include <string>
 
+#include "tests/support/captured_output.h"
 #include "tests/support/installer_keys.h"
 #include "tests/support/test_registry.h"
 #include "winapi/host/control.h"
@@ -19,21 +18,6 @@ namespace host = winapi::host;
 
 constexpr std::uint32_t kMoreData = 234;
 const std::u16string kProduct = u"PRODUCT";
-
-// The standard output of a run, kept.
-class CapturedOutput {
- public:
-  CapturedOutput() : m_old(std::cout.rdbuf(m_bytes.rdbuf())) {}
-  CapturedOutput(const CapturedOutput&) = delete;
-  CapturedOutput& operator=(const CapturedOutput&) = delete;
-  ~CapturedOutput() { std::cout.rdbuf(m_old); }
-
-  [[nodiscard]] std::string Text() const { return m_bytes.str(); }
-
- private:
-  std::ostringstream m_bytes;
-  std::streambuf* m_old;
-};
 
 class MoreData : public ::testing::Test {
  protected:
@@ -50,7 +34,7 @@ class MoreData : public ::testing::Test {
   }
 
   void ExpectCompleted() {
-    const CapturedOutput output;
+    const tests::CapturedOutput output;
     EXPECT_EQ(zum_setup_util::RunSetupUtil(), 0);
     EXPECT_EQ(output.Text(), "Completed");
   }

@@ -206,8 +206,8 @@ void Parser::ReadKey() {
     return;
   }
   if (!IsKnownHive(path)) return;
-  if (!m_tree.CanHold(path)) Fail("no key can have this path");
   if (IsWanted(path)) m_key = m_tree.Create(path);
+  if (m_key == nullptr && !m_tree.CanHold(path)) Fail("no key can have this path");
 }
 
 // What stands between the brackets. The name ends at the line's last bracket, since brackets may

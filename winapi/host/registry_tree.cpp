@@ -115,15 +115,19 @@ RegistryKeyPtr RegistryTree::Find(std::u16string_view path) const {
 }
 
 bool RegistryTree::CanHold(std::u16string_view path) const {
-  const std::vector<std::u16string_view> parts = SplitKeyPath(path);
+  return CanHold(path, SplitKeyPath(path));
+}
+
+bool RegistryTree::CanHold(std::u16string_view path,
+                           const std::vector<std::u16string_view>& parts) const {
   return !parts.empty() && parts.size() <= kMaxLevels && IsStorable(path) &&
          Hive(parts.front()) != nullptr;
 }
 
 // All names are looked at before the first key is made: a refused path leaves nothing behind.
 RegistryKeyPtr RegistryTree::Create(std::u16string_view path) {
-  if (!CanHold(path)) return nullptr;
   const std::vector<std::u16string_view> parts = SplitKeyPath(path);
+  if (!CanHold(path, parts)) return nullptr;
   RegistryKeyPtr key = Hive(parts.front());
   for (std::size_t i = 1; i < parts.size(); ++i) key = key->AddChild(parts[i]);
   return key;

@@ -81,6 +81,8 @@ class RegistryTree {
   [[nodiscard]] const std::vector<RegistryKeyPtr>& Hives() const { return m_hives; }
 
  private:
+  [[nodiscard]] bool CanHold(std::u16string_view path,
+                             const std::vector<std::u16string_view>& parts) const;
   [[nodiscard]] RegistryKeyPtr Hive(std::u16string_view name) const;
 
   std::vector<RegistryKeyPtr> m_hives;  // in the order of their numbers on Windows
