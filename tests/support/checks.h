@@ -14,7 +14,8 @@ namespace tests {
 // Arms the recording handler, at the head of the chain. Called by main.
 void ArmCheckRecorder();
 
-// The texts of the reported checks, in the order of the reports.
+// The texts of the reported checks, in the order of the reports. Any thread may report; whoever
+// reads the list does so when no other thread runs that could.
 std::vector<std::string>& ReportedChecks();
 
 std::size_t CountReported(std::string_view text);
