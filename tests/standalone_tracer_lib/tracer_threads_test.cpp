@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -32,13 +31,16 @@ namespace {
 constexpr int kThreads = 4;
 constexpr int kTimes = 500;
 
-// Runs `work` in all threads, which begin together; each is told its number.
+// Runs `work` in all threads, which begin together; each is told its number. They wait by asking
+// again: whoever sleeps would begin late, and the C++ library's barrier, which is no system call of
+// Windows', may leave a thread asleep there for ever.
 void InThreads(const std::function<void(int)>& work) {
-  std::barrier start(kThreads);
+  std::atomic<int> ready{0};
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
-      start.arrive_and_wait();
+      ++ready;
+      while (ready < kThreads) std::this_thread::yield();
       work(i);
     });
   }
