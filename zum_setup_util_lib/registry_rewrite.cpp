@@ -3,6 +3,7 @@
 #include <exception>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "oru/rtl/exception.h"
@@ -60,10 +61,13 @@ std::vector<std::u16string> EnumerateSubKeys(const char16_t* path) {
 }
 
 // False when the key can't be opened, which is tried with the right to write at once: what may not
-// be changed isn't looked at either.
-bool OpenProductKey(RegKey& key, const char16_t* products, const std::u16string& product,
-                    const char16_t* subKey) {
-  const std::u16string path = std::u16string(products) + u"\\" + product + u"\\" + subKey;
+// be changed isn't looked at either. Asked for twice a product, so the path is composed in one
+// block.
+bool OpenProductKey(RegKey& key, std::u16string_view products, const std::u16string& product,
+                    std::u16string_view subKey) {
+  std::u16string path;
+  path.reserve(products.size() + 1 + product.size() + 1 + subKey.size());
+  path.append(products).append(1, u'\\').append(product).append(1, u'\\').append(subKey);
   return OpenKey(key, winapi::HkeyLocalMachine(), path.c_str(), kChangeAccess) ==
          winapi::kErrorSuccess;
 }
