@@ -9,22 +9,31 @@
 
 namespace winapi::host {
 
+namespace {
+
+FileStatus MakeStatus(const struct stat& data, int folder, const std::string& name) {
+  FileStatus status{.data = data, .isLink = S_ISLNK(data.st_mode), .isDirectory = false};
+  struct stat target = data;
+  const bool isThere = !status.isLink || ::fstatat(folder, name.c_str(), &target, 0) == 0;
+  status.isDirectory = isThere && S_ISDIR(target.st_mode);
+  return status;
+}
+
+}  // namespace
+
 Error StatusOf(const Location& location, FileStatus& status) {
-  return StatusOf(location.folder.Get(), location.name, status);
+  const int folder = location.folder.Get();
+  if (!location.status) return StatusOf(folder, location.name, status);
+  status = MakeStatus(*location.status, folder, location.name);
+  return kErrorSuccess;
 }
 
 Error StatusOf(int folder, const std::string& name, FileStatus& status) {
-  FileStatus found;
-  if (::fstatat(folder, name.c_str(), &found.data, AT_SYMLINK_NOFOLLOW) != 0) {
+  struct stat data = {};
+  if (::fstatat(folder, name.c_str(), &data, AT_SYMLINK_NOFOLLOW) != 0) {
     return ErrorOfErrno(errno);
   }
-  found.isLink = S_ISLNK(found.data.st_mode);
-  found.isDirectory = S_ISDIR(found.data.st_mode);
-  if (found.isLink) {
-    struct stat target = {};
-    found.isDirectory = ::fstatat(folder, name.c_str(), &target, 0) == 0 && S_ISDIR(target.st_mode);
-  }
-  status = found;
+  status = MakeStatus(data, folder, name);
   return kErrorSuccess;
 }
 

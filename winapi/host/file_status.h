@@ -18,7 +18,8 @@ struct FileStatus {
   bool isDirectory = false;  // it, or what it leads to
 };
 
-// The file at that place, or `name` in the folder of that descriptor. 2 where there is none.
+// The file at that place, as it was when the place was looked for, or `name` in the folder of that
+// descriptor. 2 where there is none.
 [[nodiscard]] Error StatusOf(const Location& location, FileStatus& status);
 [[nodiscard]] Error StatusOf(int folder, const std::string& name, FileStatus& status);
 

@@ -31,15 +31,19 @@ Error FolderError(int number) {
   return error == kErrorFileNotFound ? kErrorPathNotFound : error;
 }
 
-bool Exists(const FileDescriptor& folder, const std::string& name) {
+std::optional<struct stat> Look(const FileDescriptor& folder, const std::string& name) {
   struct stat data = {};
-  return ::fstatat(folder.Get(), name.c_str(), &data, AT_SYMLINK_NOFOLLOW) == 0;
+  if (::fstatat(folder.Get(), name.c_str(), &data, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
+  return data;
 }
 
-// The name of the file in `folder` that `name` means: its own, else one that differs in case only.
-// Of several such the one that the host lists first: Windows has one at the most.
-std::string FindName(const FileDescriptor& folder, const std::string& name) {
-  if (Exists(folder, name)) return name;
+// The name of the file in `folder` that `name` means: its own, whose status is told, else one that
+// differs in case only. Of several such the one that the host lists first: Windows has one at the
+// most.
+std::string FindName(const FileDescriptor& folder, const std::string& name,
+                     std::optional<struct stat>& status) {
+  status = Look(folder, name);
+  if (status) return name;
   FolderStream stream(folder);
   if (!stream.IsOpen()) return name;  // what is done with the name will say why
   const std::u16string wanted = ToUtf16(name);
@@ -58,8 +62,9 @@ Error Enter(FileDescriptor& folder, const std::string& relative) {
 
 // By the host's own spelling where a name is there in several; see FindName.
 Error EnterByAnyCase(FileDescriptor& folder, const std::vector<std::string>& names) {
+  std::optional<struct stat> status;
   for (const std::string& name : names) {
-    if (const Error error = Enter(folder, FindName(folder, name)); error != 0) return error;
+    if (const Error error = Enter(folder, FindName(folder, name, status)); error != 0) return error;
   }
   return kErrorSuccess;
 }
@@ -83,10 +88,14 @@ std::vector<std::string> NamesOf(std::u16string_view fullPath) {
   return names;
 }
 
+bool IsDrive(char16_t drive) { return drive == u'C' || drive == u'Z'; }
+
+std::string FolderOf(char16_t drive) { return drive == u'C' ? DriveCFolder() : std::string("/"); }
+
 // A machine without a drive C: is a new one, and gets it with what a new Windows has there.
 Error OpenDrive(char16_t drive, FileDescriptor& folder) {
-  if (drive != u'C' && drive != u'Z') return kErrorPathNotFound;
-  const std::string root = drive == u'C' ? DriveCFolder() : std::string("/");
+  if (!IsDrive(drive)) return kErrorPathNotFound;
+  const std::string root = FolderOf(drive);
   folder = FileDescriptor(::open(root.c_str(), kFolderFlags));
   if (!folder.IsOpen() && errno == ENOENT && MakeDriveC()) {
     folder = FileDescriptor(::open(root.c_str(), kFolderFlags));
@@ -109,6 +118,20 @@ Error EnterAll(FileDescriptor& folder, const std::vector<std::string>& names) {
     bytes += name.size() + 1;
   }
   return EnterChunk(folder, chunk);
+}
+
+// At once where the path is short enough and all names are spelled as they are on disk; else from
+// the drive on, which finds out what is wrong.
+Error OpenBelowDrive(char16_t drive, const std::vector<std::string>& names,
+                     FileDescriptor& folder) {
+  if (!names.empty() && IsDrive(drive)) {
+    std::string path = FolderOf(drive);
+    for (const std::string& name : names) path.append(1, '/').append(name);
+    if (path.size() <= kChunk) folder = FileDescriptor(::open(path.c_str(), kFolderFlags));
+    if (folder.IsOpen()) return kErrorSuccess;
+  }
+  if (const Error error = OpenDrive(drive, folder); error != 0) return error;
+  return EnterAll(folder, names);
 }
 
 }  // namespace
@@ -139,8 +162,8 @@ Error ErrorOfErrno(int number) noexcept {
 
 Error OpenFolder(std::u16string_view fullPath, FileDescriptor& folder) {
   FileDescriptor opened;
-  if (const Error error = OpenDrive(fullPath[0], opened); error != 0) return error;
-  if (const Error error = EnterAll(opened, NamesOf(fullPath)); error != 0) return error;
+  const Error error = OpenBelowDrive(fullPath[0], NamesOf(fullPath), opened);
+  if (error != kErrorSuccess) return error;
   folder = std::move(opened);
   return kErrorSuccess;
 }
@@ -148,18 +171,17 @@ Error OpenFolder(std::u16string_view fullPath, FileDescriptor& folder) {
 Error Locate(const char16_t* path, Location& location) {
   const std::u16string_view text = path == nullptr ? std::u16string_view() : path;
   if (const Error error = FullPath(text, location.fullPath); error != 0) return error;
-  if (const Error error = OpenDrive(location.fullPath[0], location.folder); error != 0) {
-    return error;
-  }
   std::vector<std::string> names = NamesOf(location.fullPath);
   location.isRoot = names.empty();
-  location.name = std::string(".");
-  if (location.isRoot) return kErrorSuccess;
-  location.endsInSeparator = location.fullPath.ends_with(u'\\');
-  const std::string name = std::move(names.back());
-  names.pop_back();
-  if (const Error error = EnterAll(location.folder, names); error != 0) return error;
-  location.name = FindName(location.folder, name);
+  std::string name = ".";
+  if (!location.isRoot) {
+    name = std::move(names.back());
+    names.pop_back();
+  }
+  const Error error = OpenBelowDrive(location.fullPath[0], names, location.folder);
+  if (error != kErrorSuccess) return error;
+  location.endsInSeparator = !location.isRoot && location.fullPath.ends_with(u'\\');
+  location.name = FindName(location.folder, name, location.status);
   return kErrorSuccess;
 }
 

@@ -4,6 +4,9 @@
 #ifndef WINAPI_HOST_LOCATE_H_
 #define WINAPI_HOST_LOCATE_H_
 
+#include <sys/stat.h>
+
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,9 +16,12 @@
 namespace winapi::host {
 
 struct Location {
-  FileDescriptor folder;         // that holds the file; good for openat and its like only
-  std::string name;              // in it; "." for the root of a drive
-  std::u16string fullPath;       // on Windows, see FullPath
+  FileDescriptor folder;    // that holds the file; good for openat and its like only
+  std::string name;         // in it; "." for the root of a drive
+  std::u16string fullPath;  // on Windows, see FullPath
+  // Of the file, if there is one of exactly that name: looked at when the place was looked for. Of
+  // a link, not of what it leads to.
+  std::optional<struct stat> status;
   bool isRoot = false;           // of a drive
   bool endsInSeparator = false;  // the path does, and is no root: it can't mean a file
 };

@@ -30,8 +30,21 @@ bool HasDrive(std::u16string_view path) {
   return path.size() >= 2 && path[1] == u':' && IsLetter(path[0]);
 }
 
+// Asked for each character of each path.
 bool IsForbidden(char16_t unit) {
-  return unit < u' ' || std::u16string_view(u"<>:\"|?*/").find(unit) != std::u16string_view::npos;
+  switch (unit) {
+    case u'<':
+    case u'>':
+    case u':':
+    case u'"':
+    case u'|':
+    case u'?':
+    case u'*':
+    case u'/':
+      return true;
+    default:
+      return unit < u' ';
+  }
 }
 
 bool IsValidName(std::u16string_view name) {
