@@ -34,6 +34,26 @@ void Add(const std::string& row, const char* side, std::size_t number, Body body
 #endif
 }
 
+// The same where each run needs something that is made ready before it, and not timed.
+template <typename Ready, typename Body>
+void AddPrepared(const std::string& row, const char* side, std::size_t number, Ready ready,
+                 Body body) {
+  const std::string name = row + "/" + side + "/" + std::to_string(number);
+#ifdef _WIN32
+  timer::Register(name, std::move(body), std::move(ready));
+#else
+  benchmark::RegisterBenchmark(
+      name.c_str(), [ready = std::move(ready), body = std::move(body)](benchmark::State& state) {
+        while (state.KeepRunning()) {
+          state.PauseTiming();
+          ready();
+          state.ResumeTiming();
+          body();
+        }
+      });
+#endif
+}
+
 // A case whose result isn't the peer's: the run ends with an error.
 inline void AddFailure(const std::string& row, const char* side, std::size_t number) {
   const std::string name = row + "/" + side + "/" + std::to_string(number);

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -40,15 +41,32 @@ inline std::string& Failed() {
 
 inline void Fail(const std::string& name) { Failed() = name; }
 
+inline double Nanoseconds(std::chrono::steady_clock::duration duration) {
+  return std::chrono::duration<double, std::nano>(duration).count();
+}
+
 template <typename Body>
 void Register(const std::string& name, Body body) {
-  Cases().push_back(
-      {name, [body = std::move(body)](std::uint64_t runs) {
-         using Clock = std::chrono::steady_clock;
-         const auto start = Clock::now();
-         for (std::uint64_t i = 0; i < runs; ++i) body();
-         return std::chrono::duration<double, std::nano>(Clock::now() - start).count();
-       }});
+  Cases().push_back({name, [body = std::move(body)](std::uint64_t runs) {
+                       const auto start = std::chrono::steady_clock::now();
+                       for (std::uint64_t i = 0; i < runs; ++i) body();
+                       return Nanoseconds(std::chrono::steady_clock::now() - start);
+                     }});
+}
+
+// `ready` runs before each body, and isn't timed.
+template <typename Body, typename Ready>
+void Register(const std::string& name, Body body, Ready ready) {
+  Cases().push_back({name, [body = std::move(body), ready = std::move(ready)](std::uint64_t runs) {
+                       double sum = 0;
+                       for (std::uint64_t i = 0; i < runs; ++i) {
+                         ready();
+                         const auto start = std::chrono::steady_clock::now();
+                         body();
+                         sum += Nanoseconds(std::chrono::steady_clock::now() - start);
+                       }
+                       return sum;
+                     }});
 }
 
 // So many runs that they take a slice.
@@ -57,11 +75,17 @@ inline void Calibrate(Case& one) {
   while (one.runs < 1'000'000 && one.time(one.runs) < kSlice) one.runs *= 2;
 }
 
+// Nine slices, or as many as a fifth of a second has: what takes longer isn't lengthened much by an
+// interruption.
 inline double MedianOfSlices(Case& one) {
-  double slices[9];
-  for (double& slice : slices) slice = one.time(one.runs);
-  std::nth_element(std::begin(slices), std::begin(slices) + 4, std::end(slices));
-  return slices[4] / static_cast<double>(one.runs);
+  constexpr double kEnough = 200'000'000;
+  std::vector<double> slices;
+  for (double sum = 0; slices.size() < 9 && sum < kEnough; sum += slices.back()) {
+    slices.push_back(one.time(one.runs));
+  }
+  const auto middle = slices.begin() + static_cast<std::ptrdiff_t>(slices.size() / 2);
+  std::nth_element(slices.begin(), middle, slices.end());
+  return *middle / static_cast<double>(one.runs);
 }
 
 inline void Write(const char* file, const std::vector<Case*>& chosen) {
