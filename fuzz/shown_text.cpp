@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iterator>
 
+#include "fuzz/input.h"
 #include "fuzz/texts.h"
 
 namespace fuzz {
@@ -115,6 +116,13 @@ std::vector<char32_t> CodePointsOfUtf8(std::string_view bytes) {
     }
   }
   return points;
+}
+
+void RequireSeen(std::string_view line) {
+  for (const char32_t point : CodePointsOfUtf8(line)) {
+    Require(point < kMalformed, "a line is UTF-8");
+    Require(!IsHidden(point), "a line has nothing that isn't seen");
+  }
 }
 
 std::string Shown(std::u16string_view text) { return ShownPoints(CodePoints(text)); }

@@ -19,6 +19,9 @@ namespace fuzz {
 inline constexpr char32_t kMalformed = 0x1000000;
 [[nodiscard]] std::vector<char32_t> CodePointsOfUtf8(std::string_view bytes);
 
+// A line of which everything is seen.
+void RequireSeen(std::string_view line);
+
 [[nodiscard]] std::string Shown(std::u16string_view text);
 [[nodiscard]] std::string ShownUtf8(std::string_view bytes);
 [[nodiscard]] std::string Shown(const zum_rehearse::Value& value);

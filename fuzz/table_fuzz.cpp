@@ -43,10 +43,7 @@ std::string WithoutColours(std::string_view line) {
 }
 
 void CheckLine(const std::string& line, std::size_t columns) {
-  for (const char32_t point : fuzz::CodePointsOfUtf8(line)) {
-    fuzz::Require(point < fuzz::kMalformed, "a line is UTF-8");
-    fuzz::Require(!fuzz::IsHidden(point), "a line has nothing that isn't seen");
-  }
+  fuzz::RequireSeen(line);
   if (fuzz::Columns(line) > columns)
     std::fprintf(stderr, "%zu columns: %s\n", columns, line.c_str());
   fuzz::Require(fuzz::Columns(line) <= columns, "a line fits");
