@@ -38,8 +38,8 @@ class MemoryFile {
 
 std::size_t BytesBelow(const RegistryKey& key) {
   std::size_t bytes = 0;
-  for (const auto& [folded, value] : key.Values()) bytes += value.data.size();
-  for (const auto& [folded, child] : key.SubKeys()) bytes += BytesBelow(*child);
+  for (const auto& value : key.Values()) bytes += value.data.size();
+  for (const auto& child : key.SubKeys()) bytes += BytesBelow(*child);
   return bytes;
 }
 

@@ -23,9 +23,8 @@ using host::RegistryTree;
 bool AreSame(const RegistryKey& left, const RegistryKey& right) {
   if (left.Name() != right.Name() || left.Values() != right.Values()) return false;
   return std::equal(left.SubKeys().begin(), left.SubKeys().end(), right.SubKeys().begin(),
-                    right.SubKeys().end(), [](const auto& a, const auto& b) {
-                      return a.first == b.first && AreSame(*a.second, *b.second);
-                    });
+                    right.SubKeys().end(),
+                    [](const auto& a, const auto& b) { return AreSame(*a, *b); });
 }
 
 bool AreSame(const RegistryTree& left, const RegistryTree& right) {
@@ -97,8 +96,7 @@ void CheckBranch(std::string_view bytes, const Reading& whole) {
   if (found == nullptr) return;
   for (auto a = expected->SubKeys().begin(), b = found->SubKeys().begin();
        a != expected->SubKeys().end(); ++a, ++b) {
-    fuzz::Require(a->first == b->first && AreSame(*a->second, *b->second),
-                  "below a branch all is the file's");
+    fuzz::Require(AreSame(**a, **b), "below a branch all is the file's");
   }
   RegistryTree rest = part.tree;
   (void)rest.Delete(kBranch);

@@ -167,13 +167,13 @@ std::size_t Check(const host::RegistryKey& found, const std::u16string& path,
   fuzz::Require(expected != nullptr, "no key is there that isn't in the file");
   if (expected == nullptr) return 0;
   fuzz::Require(found.Values().size() == expected->values.size(), "a key has the file's values");
-  for (const auto& [folded, value] : found.Values()) {
+  for (const auto& value : found.Values()) {
     const fuzz::Value* const wanted = fuzz::FindValue(*expected, value.name);
     fuzz::Require(wanted != nullptr && wanted->type == value.type && wanted->data == value.data,
                   "a value is the file's");
   }
   std::size_t count = 1;
-  for (const auto& [folded, child] : found.SubKeys())
+  for (const auto& child : found.SubKeys())
     count += Check(*child, path + u"\\" + child->Name(), branch);
   return count;
 }

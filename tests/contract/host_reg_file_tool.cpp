@@ -142,14 +142,14 @@ void ShowKey(const std::u16string& path, const host::RegistryKey& key) {
   std::printf("key ");
   ShowText(path);
   std::putchar('\n');
-  for (const auto& [upper, value] : key.Values()) {
+  for (const auto& value : key.Values()) {
     std::printf("value ");
     ShowText(value.name);
     std::printf(" %u ", static_cast<unsigned>(value.type));
     for (const std::uint8_t byte : value.data) std::printf("%02x", byte);
     std::putchar('\n');
   }
-  for (const auto& [upper, child] : key.SubKeys()) ShowKey(path + u"\\" + child->Name(), *child);
+  for (const auto& child : key.SubKeys()) ShowKey(path + u"\\" + child->Name(), *child);
 }
 
 int Dump(const char* file) {

@@ -391,6 +391,12 @@ bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& erro
     error = {1, reason};
     return false;
   }
+  return ParseRegFile(text, tree, error, warnings, branches);
+}
+
+bool ParseRegFile(const RegFileText& text, RegistryTree& tree, RegFileError& error,
+                  std::vector<RegFileError>* warnings,
+                  const std::vector<std::u16string>& branches) {
   try {
     std::vector<RegFileError> told;
     tree = Parser(text, told, branches).Run();

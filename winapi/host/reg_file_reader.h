@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "winapi/host/reg_file_text.h"
 #include "winapi/host/registry_tree.h"
 
 namespace winapi::host {
@@ -39,6 +40,11 @@ struct RegFileError {
 // Where `branches` names keys, only these and what stands below them is kept. The rest is read with
 // the same care and costs no memory.
 [[nodiscard]] bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& error,
+                                std::vector<RegFileError>* warnings = nullptr,
+                                const std::vector<std::u16string>& branches = {});
+
+// The same for a file that is decoded already: its bytes needn't be kept beside the tree.
+[[nodiscard]] bool ParseRegFile(const RegFileText& text, RegistryTree& tree, RegFileError& error,
                                 std::vector<RegFileError>* warnings = nullptr,
                                 const std::vector<std::u16string>& branches = {});
 

@@ -57,29 +57,51 @@ std::optional<std::u16string> QuotableText(const RegistryValue& value) {
   return text;
 }
 
-// The whole file as text first: a registry of this size (megabytes at the most) fits, and a file
-// that is written at once is whole or not there.
+// Gathers lines and hands them on in portions; nothing more once somebody wants no more.
 class Writer {
  public:
-  void Line(std::u16string_view text) { m_text.append(text).append(u"\r\n"); }
+  explicit Writer(const std::function<bool(std::string_view)>& write) : m_write(write) {}
+
+  void Line(std::u16string_view text) {
+    Append(text);
+    Append(u"\r\n");
+    if (m_bytes.size() >= kPortion) (void)Finish();
+  }
+
+  // Hands on what is left.
+  bool Finish() {
+    m_goesOn = m_goesOn && m_write(m_bytes);
+    m_bytes.clear();
+    return m_goesOn;
+  }
 
   void Key(const std::u16string& path, const RegistryKey& key) {
     Line(u"[" + path + u"]");
-    for (const auto& [upper, value] : key.Values()) Value(value);
+    for (const auto& value : key.Values()) Value(value);
     Line(u"");
   }
 
   void KeysBelow(const std::u16string& path, const RegistryKey& key) {
-    for (const auto& [upper, child] : key.SubKeys()) {
+    for (const auto& child : key.SubKeys()) {
+      if (!m_goesOn) return;
       const std::u16string childPath = path + u"\\" + child->Name();
       Key(childPath, *child);
       KeysBelow(childPath, *child);
     }
   }
 
-  [[nodiscard]] const std::u16string& Text() const { return m_text; }
-
  private:
+  static constexpr std::size_t kPortion = 65536;
+
+  void Append(std::u16string_view text) {
+    std::size_t at = m_bytes.size();
+    m_bytes.resize(at + text.size() * 2);
+    for (const char16_t unit : text) {
+      m_bytes[at++] = static_cast<char>(unit & 0xFF);
+      m_bytes[at++] = static_cast<char>(unit >> 8);
+    }
+  }
+
   void Value(const RegistryValue& value) {
     std::u16string line = value.name.empty() ? u"@=" : u"\"" + Escaped(value.name) + u"\"=";
     if (const auto text = QuotableText(value)) {
@@ -111,30 +133,31 @@ class Writer {
     Line(line);
   }
 
-  std::u16string m_text;
+  const std::function<bool(std::string_view)>& m_write;
+  std::string m_bytes = "\xFF\xFE";
+  bool m_goesOn = true;
 };
-
-std::string Utf16Bytes(std::u16string_view text) {
-  std::string bytes = "\xFF\xFE";
-  bytes.reserve(2 + text.size() * 2);
-  for (const char16_t unit : text) {
-    bytes += static_cast<char>(unit & 0xFF);
-    bytes += static_cast<char>(unit >> 8);
-  }
-  return bytes;
-}
 
 }  // namespace
 
 std::string WriteRegFile(const RegistryTree& tree) {
-  Writer writer;
+  std::string bytes;
+  (void)WriteRegFile(tree, [&bytes](std::string_view portion) {
+    bytes.append(portion);
+    return true;
+  });
+  return bytes;
+}
+
+bool WriteRegFile(const RegistryTree& tree, const std::function<bool(std::string_view)>& write) {
+  Writer writer(write);
   writer.Line(u"Windows Registry Editor Version 5.00");
   writer.Line(u"");
   for (const RegistryKeyPtr& hive : tree.Hives()) {
     if (!hive->Values().empty()) writer.Key(hive->Name(), *hive);
     writer.KeysBelow(hive->Name(), *hive);
   }
-  return Utf16Bytes(writer.Text());
+  return writer.Finish();
 }
 
 }  // namespace winapi::host

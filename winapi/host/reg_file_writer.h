@@ -3,7 +3,9 @@
 #ifndef WINAPI_HOST_REG_FILE_WRITER_H_
 #define WINAPI_HOST_REG_FILE_WRITER_H_
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "winapi/host/registry_tree.h"
 
@@ -17,6 +19,10 @@ namespace winapi::host {
 // terminating zero, no other zero and no control character (what a line break in quotes means
 // differs from reader to reader). Else it is hex(1):. A REG_DWORD of other than 4 bytes is hex(4):.
 [[nodiscard]] std::string WriteRegFile(const RegistryTree& tree);
+
+// The same in portions, so that a large registry needn't be in memory as text too. `write` gets
+// them in their order and says whether to go on; false when it has said no.
+bool WriteRegFile(const RegistryTree& tree, const std::function<bool(std::string_view)>& write);
 
 }  // namespace winapi::host
 

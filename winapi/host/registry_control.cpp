@@ -80,7 +80,7 @@ std::optional<std::vector<std::u16string>> RegistrySubKeys(std::u16string_view p
   const RegistryKeyPtr key = store.Find(path);
   if (key == nullptr) return std::nullopt;
   std::vector<std::u16string> names;
-  for (const auto& [upper, child] : key->SubKeys()) names.push_back(child->Name());
+  for (const auto& child : key->SubKeys()) names.push_back(child->Name());
   return names;
 }
 
@@ -89,7 +89,7 @@ std::optional<std::vector<RegistryValue>> RegistryValues(std::u16string_view pat
   const RegistryKeyPtr key = store.Find(path);
   if (key == nullptr) return std::nullopt;
   std::vector<RegistryValue> values;
-  for (const auto& [upper, value] : key->Values()) values.push_back(value);
+  for (const auto& value : key->Values()) values.push_back(value);
   return values;
 }
 

@@ -84,11 +84,12 @@ FileDescriptor OpenAlone(const std::string& path) {
   }
 }
 
-bool WriteNewFile(const FileDescriptor& file, const std::string& oldPath, std::string_view bytes,
+bool WriteNewFile(const FileDescriptor& file, const std::string& oldPath, const RegistryTree& tree,
                   bool syncs) {
   if (!file.IsOpen()) return false;
   CopyMode(oldPath, file.Get());
-  return WriteAll(file, bytes) && (!syncs || ::fsync(file.Get()) == 0);
+  const auto write = [&file](std::string_view portion) { return WriteAll(file, portion); };
+  return WriteRegFile(tree, write) && (!syncs || ::fsync(file.Get()) == 0);
 }
 
 // So that the renaming itself survives a power cut. Some file systems can't; the content is safe
@@ -101,11 +102,11 @@ void SyncFolder(const std::string& path) {
 constexpr const char* kWithoutTheChanges =
     ": the file stays as it was, without the last changes of the registry";
 
-bool ReplaceFile(const std::string& path, std::string_view bytes, bool syncs) {
+bool ReplaceFile(const std::string& path, const RegistryTree& tree, bool syncs) {
   const std::filesystem::path target = BehindLinks(path);
   const std::string temporary = target.string() + ".new";
   const FileDescriptor file = OpenAlone(temporary);
-  if (!WriteNewFile(file, target, bytes, syncs) ||
+  if (!WriteNewFile(file, target, tree, syncs) ||
       ::rename(temporary.c_str(), target.c_str()) != 0) {
     Tell(path, std::string(std::strerror(errno)) + kWithoutTheChanges);
     if (file.IsOpen()) (void)::unlink(temporary.c_str());
@@ -173,7 +174,11 @@ bool RegistryStore::ReadFile() {
   }
   RegFileError error;
   std::vector<RegFileError> warnings;
-  const bool isRead = ParseRegFile(bytes, m_tree, error, &warnings);
+  RegFileText text;
+  const char* const reason = DecodeRegFile(bytes, text);
+  std::string().swap(bytes);  // a large registry's bytes, its text and its tree are much at once
+  if (reason != nullptr) error = {1, reason};
+  const bool isRead = reason == nullptr && ParseRegFile(text, m_tree, error, &warnings);
   if (!isRead) warnings.push_back(std::move(error));
   for (const RegFileError& told : warnings) {
     Tell(path + ":" + std::to_string(told.line), told.reason);
@@ -187,7 +192,7 @@ bool RegistryStore::MustBeWritten() const {
 
 bool RegistryStore::Flush() {
   if (!MustBeWritten()) return m_state != State::kDamaged;
-  if (!ReplaceFile(RegistryFilePath(), WriteRegFile(m_tree), m_syncs)) return false;
+  if (!ReplaceFile(RegistryFilePath(), m_tree, m_syncs)) return false;
   m_changed = false;
   return true;
 }

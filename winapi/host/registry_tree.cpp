@@ -35,63 +35,69 @@ bool IsStorable(std::u16string_view path) {
 }  // namespace
 
 RegistryKeyPtr RegistryKey::Child(std::u16string_view name) const {
-  const auto found = m_children.find(Upcase(name));
-  return found == m_children.end() ? nullptr : found->second;
+  const auto found = m_children.find(name);
+  return found == m_children.end() ? nullptr : *found;
 }
 
-// The system enumerates by number, and a map has no way to its n-th entry but from its start: a
+// The system enumerates by number, and a set has no way to its n-th entry but from its start: a
 // walk over 10,000 products would take 50 million steps. So the children stand in a second list
-// too, made at the first question and dropped at each change; a count that differs means that it
-// was dropped.
+// too, made at the first question and dropped at each change.
 RegistryKeyPtr RegistryKey::ChildAt(std::size_t index) {
-  if (m_order.size() != m_children.size()) {
-    m_order.clear();
-    for (const auto& [upper, child] : m_children) m_order.push_back(child);
+  if (m_order == nullptr) {
+    m_order = std::make_unique<std::vector<RegistryKeyPtr>>(m_children.begin(), m_children.end());
   }
-  return index < m_order.size() ? m_order[index] : nullptr;
+  return index < m_order->size() ? (*m_order)[index] : nullptr;
 }
 
 const RegistryValue* RegistryKey::Value(std::u16string_view name) const {
-  const auto found = m_values.find(Upcase(name));
-  return found == m_values.end() ? nullptr : &found->second;
+  const auto found = m_values.find(name);
+  return found == m_values.end() ? nullptr : &*found;
 }
 
 // The spelling is that of the first who made it, in the file too.
 RegistryKeyPtr RegistryKey::AddChild(std::u16string_view name) {
-  const auto [position, isNew] = m_children.try_emplace(Upcase(name));
-  if (isNew) {
-    position->second = std::make_shared<RegistryKey>(std::u16string(name));
-    m_order.clear();
+  const auto position = m_children.lower_bound(name);
+  if (position != m_children.end() && EqualIgnoringCase((*position)->Name(), name)) {
+    return *position;
   }
-  return position->second;
+  m_order.reset();
+  return *m_children.insert(position, std::make_shared<RegistryKey>(std::u16string(name)));
 }
 
 // Handles may still hold the child; by its mark they learn that it is gone (1018).
 bool RegistryKey::RemoveChild(std::u16string_view name) {
-  const auto found = m_children.find(Upcase(name));
+  const auto found = m_children.find(name);
   if (found == m_children.end()) return false;
-  found->second->MarkDeleted();
+  (*found)->MarkDeleted();
   m_children.erase(found);
-  m_order.clear();
+  m_order.reset();
   return true;
 }
 
 // As on Windows a value that is there keeps its name's spelling, and its place.
 void RegistryKey::SetValue(std::u16string_view name, Dword type, std::vector<std::uint8_t> data) {
-  const auto [position, isNew] = m_values.try_emplace(Upcase(name));
-  if (isNew) position->second.name = name;
-  position->second.type = type;
-  position->second.data = std::move(data);
+  const auto position = m_values.lower_bound(name);
+  if (position == m_values.end() || !EqualIgnoringCase(position->name, name)) {
+    m_values.insert(position, {std::u16string(name), type, std::move(data)});
+    return;
+  }
+  auto value = m_values.extract(position);
+  value.value().type = type;
+  value.value().data = std::move(data);
+  m_values.insert(std::move(value));
 }
 
 bool RegistryKey::RemoveValue(std::u16string_view name) {
-  return m_values.erase(Upcase(name)) != 0;
+  const auto found = m_values.find(name);
+  if (found == m_values.end()) return false;
+  m_values.erase(found);
+  return true;
 }
 
 // As deep as the tree, which kMaxLevels bounds.
 void RegistryKey::MarkDeleted() {
   m_deleted = true;
-  for (const auto& [upper, child] : m_children) child->MarkDeleted();
+  for (const RegistryKeyPtr& child : m_children) child->MarkDeleted();
 }
 
 RegistryTree::RegistryTree() {

@@ -8,13 +8,14 @@
 #define WINAPI_HOST_REGISTRY_TREE_H_
 
 #include <cstddef>
-#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "winapi/host/control.h"
+#include "winapi/host/text.h"
 #include "winapi/types.h"
 
 namespace winapi::host {
@@ -26,14 +27,25 @@ using RegistryKeyPtr = std::shared_ptr<RegistryKey>;
 // One key. Shared, since an open handle outlives the deletion of its key.
 class RegistryKey {
  public:
-  using Children = std::map<std::u16string, RegistryKeyPtr>;  // by upper-case name
-  using ValueMap = std::map<std::u16string, RegistryValue>;   // by upper-case name
+  // What is sorted has its name itself, so that each name is held once.
+  struct ByName {
+    using is_transparent = void;
+    template <class Left, class Right>
+    bool operator()(const Left& left, const Right& right) const noexcept {
+      return IsLessIgnoringCase(NameOf(left), NameOf(right));
+    }
+    static std::u16string_view NameOf(const RegistryKeyPtr& key) { return key->Name(); }
+    static std::u16string_view NameOf(const RegistryValue& value) { return value.name; }
+    static std::u16string_view NameOf(std::u16string_view name) { return name; }
+  };
+  using ChildSet = std::set<RegistryKeyPtr, ByName>;
+  using ValueSet = std::set<RegistryValue, ByName>;
 
   explicit RegistryKey(std::u16string name) : m_name(std::move(name)) {}
 
   [[nodiscard]] const std::u16string& Name() const { return m_name; }
-  [[nodiscard]] const Children& SubKeys() const { return m_children; }
-  [[nodiscard]] const ValueMap& Values() const { return m_values; }
+  [[nodiscard]] const ChildSet& SubKeys() const { return m_children; }
+  [[nodiscard]] const ValueSet& Values() const { return m_values; }
 
   // Null when there is no such child, value or index. Indexes follow the order of enumeration: by
   // upper-case name. A run of indexes costs what one walk costs.
@@ -46,22 +58,22 @@ class RegistryKey {
   // A value that is there keeps its name's spelling.
   void SetValue(std::u16string_view name, Dword type, std::vector<std::uint8_t> data);
   bool RemoveValue(std::u16string_view name);
-  void ReplaceValues(ValueMap values) { m_values = std::move(values); }
+  void ReplaceValues(ValueSet values) { m_values = std::move(values); }
 
   [[nodiscard]] bool Deleted() const { return m_deleted; }
-  // Rights that an open of this key doesn't get. Not kept in the file.
-  Dword deniedRights = 0;
   // The transaction that has changes of this key's values to commit; null: none.
   const TransactionWork* writer = nullptr;
+  // Rights that an open of this key doesn't get. Not kept in the file.
+  Dword deniedRights = 0;
 
  private:
   void MarkDeleted();
 
+  bool m_deleted = false;  // first, where it takes no room: a registry has many keys
   std::u16string m_name;
-  Children m_children;
-  ValueMap m_values;
-  std::vector<RegistryKeyPtr> m_order;  // of the children; empty: to be made anew
-  bool m_deleted = false;
+  ChildSet m_children;
+  ValueSet m_values;
+  std::unique_ptr<std::vector<RegistryKeyPtr>> m_order;  // of the children; null: to be made anew
 };
 
 class RegistryTree {

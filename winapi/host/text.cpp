@@ -169,4 +169,15 @@ bool EqualIgnoringCase(std::u16string_view left, std::u16string_view right) noex
                     [](char16_t a, char16_t b) { return Upcase(a) == Upcase(b); });
 }
 
+bool IsLessIgnoringCase(std::u16string_view left, std::u16string_view right) noexcept {
+  const std::size_t common = std::min(left.size(), right.size());
+  for (std::size_t i = 0; i < common; ++i) {
+    if (left[i] == right[i]) continue;
+    const char16_t a = Upcase(left[i]);
+    const char16_t b = Upcase(right[i]);
+    if (a != b) return a < b;
+  }
+  return left.size() < right.size();
+}
+
 }  // namespace winapi::host

@@ -30,6 +30,10 @@ namespace winapi::host {
 // Equality when case is ignored, unit by unit.
 [[nodiscard]] bool EqualIgnoringCase(std::u16string_view left, std::u16string_view right) noexcept;
 
+// The order of the upper-case forms, unit by unit, which needn't be made for it: of two names only
+// the first unit that differs is looked at closer.
+[[nodiscard]] bool IsLessIgnoringCase(std::u16string_view left, std::u16string_view right) noexcept;
+
 }  // namespace winapi::host
 
 #endif  // WINAPI_HOST_TEXT_H_

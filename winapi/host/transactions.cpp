@@ -87,7 +87,7 @@ Error TransactionWork::Commit() {
     Abandon();
     return kErrorKeyDeleted;
   }
-  std::vector<std::pair<RegistryKeyPtr, RegistryKey::ValueMap>> before;
+  std::vector<std::pair<RegistryKeyPtr, RegistryKey::ValueSet>> before;
   for (const auto& [key, changes] : m_changes) {
     before.emplace_back(key, key->Values());
     for (const auto& [name, value] : changes) Apply(*key, value, name);

@@ -16,11 +16,11 @@ enum class Wins { kNew, kOld };
 
 // Copies what stands below `from` to `to`.
 void Merge(host::RegistryKey& to, const host::RegistryKey& from, Wins wins) {
-  for (const auto& [folded, value] : from.Values()) {
+  for (const host::RegistryValue& value : from.Values()) {
     if (wins == Wins::kOld && to.Value(value.name) != nullptr) continue;
     to.SetValue(value.name, value.type, value.data);
   }
-  for (const auto& [folded, child] : from.SubKeys()) {
+  for (const auto& child : from.SubKeys()) {
     Merge(*to.AddChild(child->Name()), *child, wins);
   }
 }

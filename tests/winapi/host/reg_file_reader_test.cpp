@@ -40,7 +40,7 @@ Values Read(const std::string& bytes) {
   Values values;
   const RegistryKeyPtr key = tree.Find(u"HKEY_USERS\\k");
   if (key == nullptr) return values;
-  for (const auto& [upper, value] : key->Values()) values.push_back(value);
+  for (const auto& value : key->Values()) values.push_back(value);
   return values;
 }
 

@@ -153,7 +153,7 @@ void ExpectEqual(const RegistryKey& left, const RegistryKey& right) {
   EXPECT_EQ(left.Values(), right.Values());
   ASSERT_EQ(left.SubKeys().size(), right.SubKeys().size());
   auto other = right.SubKeys().begin();
-  for (const auto& [upper, child] : left.SubKeys()) ExpectEqual(*child, *(other++)->second);
+  for (const auto& child : left.SubKeys()) ExpectEqual(*child, **other++);
 }
 
 TEST(HostRegFileWriter, WhatIsWrittenReadsBackEqual) {
