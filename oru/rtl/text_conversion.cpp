@@ -11,6 +11,7 @@ namespace {
 
 bool IsHighSurrogate(std::uint32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLowSurrogate(std::uint32_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
+bool IsSurrogate(std::uint32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDFFF; }
 
 bool IsPair(const char16_t* at, const char16_t* last) noexcept {
   return IsHighSurrogate(at[0]) && at + 1 != last && IsLowSurrogate(at[1]);
@@ -43,6 +44,53 @@ char* PutFour(std::uint32_t codePoint, char* to) noexcept {
   to[3] = Continuation(codePoint, /*shift=*/0);
   return to + 4;
 }
+
+// The walk of both passes over a text, which so take the same turns: the second one isn't told how
+// much room it has. Each character goes to the function of `form` that is named after the number of
+// its bytes. Most units are no surrogates and needn't be decoded. Behind one of one byte or of
+// three it is asked first whether the next one is such, too; between letters of two bytes the
+// blanks stand too close for that. `form` is taken and given back as a copy, so that what it holds
+// needn't be read again behind each byte that is written.
+template <typename Form>
+Form ForEachCharacter(std::u16string_view source, Form form) noexcept {
+  const char16_t* at = source.data();
+  const char16_t* const last = at + source.size();
+  while (at != last) {
+    if (*at < 0x80) {
+      do {
+        form.One(*at);
+      } while (++at != last && *at < 0x80);
+    } else if (*at < 0x800) {
+      form.Two(*at++);
+    } else if (IsPair(at, last)) {
+      form.Four(PairOf(at[0], at[1]));
+      at += 2;
+    } else {
+      do {
+        form.Three(*at);
+      } while (++at != last && *at >= 0x800 && !IsSurrogate(*at));
+    }
+  }
+  return form;
+}
+
+struct Utf8Counter {
+  void One(char16_t /*unit*/) noexcept { length += 1; }
+  void Two(char16_t /*unit*/) noexcept { length += 2; }
+  void Three(char16_t /*unit*/) noexcept { length += 3; }
+  void Four(std::uint32_t /*codePoint*/) noexcept { length += 4; }
+
+  std::size_t length = 0;
+};
+
+struct Utf8Writer {
+  void One(char16_t unit) noexcept { *to++ = static_cast<char>(unit); }
+  void Two(char16_t unit) noexcept { to = PutTwo(unit, to); }
+  void Three(char16_t unit) noexcept { to = PutThree(unit, to); }
+  void Four(std::uint32_t codePoint) noexcept { to = PutFour(codePoint, to); }
+
+  char* to = nullptr;
+};
 
 }  // namespace
 
@@ -125,40 +173,12 @@ unsigned EncodeWide(std::uint32_t codePoint, char16_t (&units)[kMaxUnits]) noexc
 
 }  // namespace detail
 
-// The two passes go by the units, most of which are no surrogates and needn't be decoded. They have
-// to take the same turns: the second one isn't told how much room it has.
 std::size_t CountUtf8(std::u16string_view source) noexcept {
-  const char16_t* const last = source.data() + source.size();
-  std::size_t length = 0;
-  for (const char16_t* at = source.data(); at != last; ++at) {
-    if (*at < 0x80) {
-      length += 1;
-    } else if (*at < 0x800) {
-      length += 2;
-    } else if (IsPair(at, last)) {
-      length += 4;
-      ++at;
-    } else {
-      length += 3;
-    }
-  }
-  return length;
+  return ForEachCharacter(source, Utf8Counter()).length;
 }
 
 void WriteUtf8(std::u16string_view source, char* bytes) noexcept {
-  const char16_t* const last = source.data() + source.size();
-  for (const char16_t* at = source.data(); at != last; ++at) {
-    if (*at < 0x80) {
-      *bytes++ = static_cast<char>(*at);
-    } else if (*at < 0x800) {
-      bytes = PutTwo(*at, bytes);
-    } else if (IsPair(at, last)) {
-      bytes = PutFour(PairOf(at[0], at[1]), bytes);
-      ++at;
-    } else {
-      bytes = PutThree(*at, bytes);
-    }
-  }
+  (void)ForEachCharacter(source, Utf8Writer{bytes});
 }
 
 ResultCode Utf16ToUtf8(std::u16string_view source, String8& target) noexcept {
