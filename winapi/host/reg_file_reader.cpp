@@ -19,6 +19,7 @@ constexpr std::u16string_view kOlderHeader = u"REGEDIT4";
 
 bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
 bool IsLineEnd(char16_t unit) { return unit == u'\r' || unit == u'\n'; }
+bool EndsPlainText(char16_t unit) { return unit == u'"' || unit == u'\\' || IsLineEnd(unit); }
 bool IsComment(char16_t unit) { return unit == u';' || unit == u'#'; }
 // A comment isn't one: a key's name may go on with its sign.
 bool StartsStatement(char16_t unit) { return unit == u'[' || unit == u'"' || unit == u'@'; }
@@ -161,6 +162,7 @@ class Parser {
   std::size_t m_position = 0;
   std::size_t m_line = 1;
   RegistryTree m_tree;
+  RegistryTree::Trail m_trail;  // of the last key that was made
   // Null where values mean nothing: below a deletion, an unknown hive, a key that isn't wanted.
   RegistryKeyPtr m_key;
   bool m_keySeen = false;
@@ -203,10 +205,11 @@ void Parser::ReadKey() {
   m_key = nullptr;
   if (path.starts_with(u'-')) {
     (void)m_tree.Delete(path.substr(1));  // a key that isn't there is as deleted as it can be
+    m_trail.clear();
     return;
   }
   if (!IsKnownHive(path)) return;
-  if (IsWanted(path)) m_key = m_tree.Create(path);
+  if (IsWanted(path)) m_key = m_tree.Create(path, m_trail);
   if (m_key == nullptr && !m_tree.CanHold(path)) Fail("no key can have this path");
 }
 
@@ -349,6 +352,10 @@ std::u16string Parser::ReadQuoted() {
   std::u16string text;
   ++m_position;  // the quote
   while (!AtEnd()) {
+    const std::size_t start = m_position;
+    while (!AtEnd() && !EndsPlainText(Next())) ++m_position;
+    text.append(m_text.substr(start, m_position - start));
+    if (AtEnd()) break;
     const char16_t unit = Next();
     if (Take(u"\"")) return text;
     if (IsLineEnd(unit)) ++m_line;

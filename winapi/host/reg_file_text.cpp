@@ -1,6 +1,8 @@
 #include "winapi/host/reg_file_text.h"
 
+#include <bit>
 #include <cstddef>
+#include <cstring>
 #include <utility>
 
 #include "winapi/host/text.h"
@@ -16,10 +18,17 @@ constexpr char16_t kWindows1252[] = {
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
+// Where this machine has the upper half: text in its own order is copied as it is.
+constexpr std::size_t kOwnHigh = std::endian::native == std::endian::little ? 1 : 0;
+
 // `high` is where in each pair of bytes the upper half stands.
 const char* DecodeUtf16(std::string_view bytes, std::size_t high, std::u16string& text) {
   if (bytes.size() % 2 != 0) return "the UTF-16 text has an odd number of bytes";
   text.resize(bytes.size() / 2);
+  if (high == kOwnHigh) {
+    if (!text.empty()) std::memcpy(text.data(), bytes.data(), bytes.size());
+    return nullptr;
+  }
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto upper = static_cast<unsigned char>(bytes[2 * i + high]);
     const auto lower = static_cast<unsigned char>(bytes[2 * i + 1 - high]);
@@ -45,6 +54,13 @@ const char* DecodeRegFile(std::string_view bytes, RegFileText& text) {
   }
   if (reason == nullptr) text = std::move(decoded);
   return reason;
+}
+
+void AppendUtf16(std::string& bytes, std::u16string_view text) {
+  const std::size_t size = bytes.size();
+  bytes.append(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
+  if (kOwnHigh == 1) return;
+  for (std::size_t i = size; i < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
 }
 
 std::u16string FromCodePage1252(std::string_view bytes) {

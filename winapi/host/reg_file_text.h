@@ -17,6 +17,9 @@ struct RegFileText {
 // success, else the reason, a constant, with `text` as before.
 [[nodiscard]] const char* DecodeRegFile(std::string_view bytes, RegFileText& text);
 
+// Appends the text in UTF-16 of the lower byte first.
+void AppendUtf16(std::string& bytes, std::u16string_view text);
+
 // The five bytes that the code page leaves open stand for the control characters of their numbers,
 // as on Windows. Never fails.
 [[nodiscard]] std::u16string FromCodePage1252(std::string_view bytes);

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "winapi/host/reg_file_text.h"
 #include "winapi/registry.h"
 
 namespace winapi::host {
@@ -27,28 +28,30 @@ std::u16string Hexadecimal(std::uint32_t number, std::size_t digits) {
 }
 
 // Line breaks never come here from data (QuotableText refuses them), but names may have them.
-std::u16string Escaped(std::u16string_view text) {
-  std::u16string escaped;
-  escaped.reserve(text.size());
-  for (const char16_t unit : text) {
-    if (unit == u'\r') {
-      escaped += u"\\r";
-    } else if (unit == u'\n') {
-      escaped += u"\\n";
-    } else {
-      if (unit == u'\\' || unit == u'"') escaped += u'\\';
-      escaped += unit;
-    }
+bool NeedsEscape(char16_t unit) {
+  return unit == u'\\' || unit == u'"' || unit == u'\r' || unit == u'\n';
+}
+
+void AppendQuoted(std::u16string& line, std::u16string_view text) {
+  line += u'"';
+  while (!text.empty()) {
+    const auto special = std::find_if(text.begin(), text.end(), NeedsEscape);
+    const auto plain = static_cast<std::size_t>(special - text.begin());
+    line.append(text.substr(0, plain));
+    if (special == text.end()) break;
+    line += u'\\';
+    line += *special == u'\r' ? u'r' : *special == u'\n' ? u'n' : *special;
+    text.remove_prefix(plain + 1);
   }
-  return escaped;
+  line += u'"';
 }
 
 // The text of a REG_SZ that quotes carry exactly.
 std::optional<std::u16string> QuotableText(const RegistryValue& value) {
   if (value.type != kRegSz || value.data.empty() || value.data.size() % 2 != 0) return std::nullopt;
-  std::u16string text;
-  for (std::size_t i = 0; i < value.data.size(); i += 2) {
-    text += static_cast<char16_t>(value.data[i] | (value.data[i + 1] << 8));
+  std::u16string text(value.data.size() / 2, u'\0');
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    text[i] = static_cast<char16_t>(value.data[2 * i] | (value.data[2 * i + 1] << 8));
   }
   if (text.back() != u'\0') return std::nullopt;
   text.pop_back();
@@ -63,8 +66,8 @@ class Writer {
   explicit Writer(const std::function<bool(std::string_view)>& write) : m_write(write) {}
 
   void Line(std::u16string_view text) {
-    Append(text);
-    Append(u"\r\n");
+    AppendUtf16(m_bytes, text);
+    AppendUtf16(m_bytes, u"\r\n");
     if (m_bytes.size() >= kPortion) (void)Finish();
   }
 
@@ -75,41 +78,46 @@ class Writer {
     return m_goesOn;
   }
 
-  void Key(const std::u16string& path, const RegistryKey& key) {
-    Line(u"[" + path + u"]");
-    for (const auto& value : key.Values()) Value(value);
-    Line(u"");
-  }
-
-  void KeysBelow(const std::u16string& path, const RegistryKey& key) {
-    for (const auto& child : key.SubKeys()) {
-      if (!m_goesOn) return;
-      const std::u16string childPath = path + u"\\" + child->Name();
-      Key(childPath, *child);
-      KeysBelow(childPath, *child);
-    }
+  void Hive(const RegistryKey& hive) {
+    m_path = hive.Name();
+    if (!hive.Values().empty()) Key(hive);
+    KeysBelow(hive);
   }
 
  private:
   static constexpr std::size_t kPortion = 65536;
 
-  void Append(std::u16string_view text) {
-    std::size_t at = m_bytes.size();
-    m_bytes.resize(at + text.size() * 2);
-    for (const char16_t unit : text) {
-      m_bytes[at++] = static_cast<char>(unit & 0xFF);
-      m_bytes[at++] = static_cast<char>(unit >> 8);
+  // The key at m_path.
+  void Key(const RegistryKey& key) {
+    m_line.assign(1, u'[').append(m_path).append(1, u']');
+    Line(m_line);
+    for (const auto& value : key.Values()) Value(value);
+    Line(u"");
+  }
+
+  void KeysBelow(const RegistryKey& key) {
+    const std::size_t length = m_path.size();
+    for (const auto& child : key.SubKeys()) {
+      if (!m_goesOn) return;
+      m_path.append(1, u'\\').append(child->Name());
+      Key(*child);
+      KeysBelow(*child);
+      m_path.resize(length);
     }
   }
 
   void Value(const RegistryValue& value) {
-    std::u16string line = value.name.empty() ? u"@=" : u"\"" + Escaped(value.name) + u"\"=";
+    m_line.clear();
+    if (value.name.empty()) m_line = u"@";
+    if (!value.name.empty()) AppendQuoted(m_line, value.name);
+    m_line += u'=';
     if (const auto text = QuotableText(value)) {
-      Line(line + u"\"" + Escaped(*text) + u"\"");
+      AppendQuoted(m_line, *text);
+      Line(m_line);
     } else if (value.type == kRegDword && value.data.size() == 4) {
-      Line(line + u"dword:" + DwordText(value.data));
+      Line(m_line + u"dword:" + DwordText(value.data));
     } else {
-      HexLines(std::move(line), value);
+      HexLines(m_line, value);
     }
   }
 
@@ -136,6 +144,8 @@ class Writer {
   const std::function<bool(std::string_view)>& m_write;
   std::string m_bytes = "\xFF\xFE";
   bool m_goesOn = true;
+  std::u16string m_path;  // of the key that is written
+  std::u16string m_line;  // kept for its memory
 };
 
 }  // namespace
@@ -154,8 +164,7 @@ bool WriteRegFile(const RegistryTree& tree, const std::function<bool(std::string
   writer.Line(u"Windows Registry Editor Version 5.00");
   writer.Line(u"");
   for (const RegistryKeyPtr& hive : tree.Hives()) {
-    if (!hive->Values().empty()) writer.Key(hive->Name(), *hive);
-    writer.KeysBelow(hive->Name(), *hive);
+    writer.Hive(*hive);
   }
   return writer.Finish();
 }

@@ -21,6 +21,8 @@ bool IsLineEnd(char16_t unit) { return unit == u'\r' || unit == u'\n'; }
 // can tell where it ends (see Parser::TakePath): no bracket closes before the last of them, and no
 // line begins as a key or a value does.
 bool IsStorable(std::u16string_view path) {
+  const auto isControl = [](char16_t unit) { return unit < u' '; };
+  if (std::none_of(path.begin(), path.end(), isControl)) return true;  // as nearly every path
   bool hasBracket = false;
   for (std::size_t i = 0; i < path.size(); ++i) {
     if (path[i] == u'\0') return false;
@@ -56,7 +58,9 @@ const RegistryValue* RegistryKey::Value(std::u16string_view name) const {
 
 // The spelling is that of the first who made it, in the file too.
 RegistryKeyPtr RegistryKey::AddChild(std::u16string_view name) {
-  const auto position = m_children.lower_bound(name);
+  // Files have their keys in this order, so the new one mostly is the last.
+  const bool isLast = m_children.empty() || ByName()(*m_children.rbegin(), name);
+  const auto position = isLast ? m_children.end() : m_children.lower_bound(name);
   if (position != m_children.end() && EqualIgnoringCase((*position)->Name(), name)) {
     return *position;
   }
@@ -132,11 +136,21 @@ bool RegistryTree::CanHold(std::u16string_view path,
 
 // All names are looked at before the first key is made: a refused path leaves nothing behind.
 RegistryKeyPtr RegistryTree::Create(std::u16string_view path) {
+  Trail trail;
+  return Create(path, trail);
+}
+
+RegistryKeyPtr RegistryTree::Create(std::u16string_view path, Trail& trail) {
   const std::vector<std::u16string_view> parts = SplitKeyPath(path);
   if (!CanHold(path, parts)) return nullptr;
-  RegistryKeyPtr key = Hive(parts.front());
-  for (std::size_t i = 1; i < parts.size(); ++i) key = key->AddChild(parts[i]);
-  return key;
+  const auto [end, part] =
+      std::mismatch(trail.begin(), trail.end(), parts.begin(), parts.end(),
+                    [](const auto& step, std::u16string_view name) { return step.first == name; });
+  trail.erase(end, trail.end());
+  for (auto name = part; name != parts.end(); ++name) {
+    trail.emplace_back(*name, trail.empty() ? Hive(*name) : trail.back().second->AddChild(*name));
+  }
+  return trail.back().second;
 }
 
 bool RegistryTree::Delete(std::u16string_view path) {
@@ -151,6 +165,7 @@ bool RegistryTree::Delete(std::u16string_view path) {
 
 std::vector<std::u16string_view> SplitKeyPath(std::u16string_view path) {
   std::vector<std::u16string_view> parts;
+  parts.reserve(16);  // as many as nearly every path has
   while (!path.empty()) {
     const std::size_t length = std::min(path.find(u'\\'), path.size());
     if (length != 0) parts.push_back(path.substr(0, length));

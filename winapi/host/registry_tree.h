@@ -12,6 +12,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "winapi/host/control.h"
@@ -85,6 +86,10 @@ class RegistryTree {
   // With the keys above it. Null for a path that no key can have: an unknown hive, more than 512
   // levels, a zero in a name, or a line break where the file couldn't carry it.
   RegistryKeyPtr Create(std::u16string_view path);
+  // The same for many paths, of which most lie near the one before. `trail` is that one's and then
+  // this one's: the names point into the paths, and it has to be emptied when a key is deleted.
+  using Trail = std::vector<std::pair<std::u16string_view, RegistryKeyPtr>>;
+  RegistryKeyPtr Create(std::u16string_view path, Trail& trail);
   // What Create needs of a path.
   [[nodiscard]] bool CanHold(std::u16string_view path) const;
   // False when the key isn't there or is a hive, which can't be deleted.

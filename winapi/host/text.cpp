@@ -102,6 +102,10 @@ constexpr PairedRange kPaired[] = {
     {0x0460, 0x0481}, {0x048A, 0x04BF}, {0x04C1, 0x04CE}, {0x04D0, 0x0513},
 };
 
+bool AreSameIgnoringCase(char16_t a, char16_t b) noexcept {
+  return a == b || Upcase(a) == Upcase(b);
+}
+
 }  // namespace
 
 std::u16string ToUtf16(std::string_view utf8) {
@@ -140,11 +144,7 @@ std::string ToUtf8(std::u16string_view text) {
   return utf8;
 }
 
-char16_t Upcase(char16_t unit) noexcept {
-  // Nearly all that is asked for; a registry's names are compared by this.
-  if (unit < 0x80) {
-    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - (u'a' - u'A')) : unit;
-  }
+char16_t UpcaseBeyondAscii(char16_t unit) noexcept {
   for (const ShiftedRange& range : kShifted) {
     if (unit >= range.first && unit <= range.last) {
       return static_cast<char16_t>(unit - range.distance);
@@ -165,19 +165,16 @@ std::u16string Upcase(std::u16string_view text) {
 }
 
 bool EqualIgnoringCase(std::u16string_view left, std::u16string_view right) noexcept {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](char16_t a, char16_t b) { return Upcase(a) == Upcase(b); });
+  return left.size() == right.size() &&
+         std::equal(left.begin(), left.end(), right.begin(), AreSameIgnoringCase);
 }
 
 bool IsLessIgnoringCase(std::u16string_view left, std::u16string_view right) noexcept {
-  const std::size_t common = std::min(left.size(), right.size());
-  for (std::size_t i = 0; i < common; ++i) {
-    if (left[i] == right[i]) continue;
-    const char16_t a = Upcase(left[i]);
-    const char16_t b = Upcase(right[i]);
-    if (a != b) return a < b;
-  }
-  return left.size() < right.size();
+  const auto common = static_cast<std::ptrdiff_t>(std::min(left.size(), right.size()));
+  const auto [a, b] =
+      std::mismatch(left.begin(), left.begin() + common, right.begin(), AreSameIgnoringCase);
+  if (a == left.begin() + common) return left.size() < right.size();
+  return Upcase(*a) < Upcase(*b);
 }
 
 }  // namespace winapi::host

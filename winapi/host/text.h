@@ -24,7 +24,12 @@ namespace winapi::host {
 // circled and full-width letters. As on Windows, "ß" and the dotless "ı" stay themselves. All other
 // units, surrogates among them, stand for themselves too: names in other scripts with an upper case
 // are told apart by case here, which Windows wouldn't do.
-[[nodiscard]] char16_t Upcase(char16_t unit) noexcept;
+[[nodiscard]] char16_t UpcaseBeyondAscii(char16_t unit) noexcept;
+// Nearly all that is asked for is ASCII; a registry's names are compared by this.
+[[nodiscard]] inline char16_t Upcase(char16_t unit) noexcept {
+  if (unit >= 0x80) return UpcaseBeyondAscii(unit);
+  return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - (u'a' - u'A')) : unit;
+}
 [[nodiscard]] std::u16string Upcase(std::u16string_view text);
 
 // Equality when case is ignored, unit by unit.

@@ -123,6 +123,19 @@ TEST(HostRegFileReader, DeletionsOfKeys) {
   EXPECT_EQ(ReadLine("\"w\"=hex:01\r\n[-HKEY_USERS\\k]\r\n" + kKey + "\"v\"=hex:01"), one);
 }
 
+// Not to one that the deletion took away with it.
+TEST(HostRegFileReader, AKeyBehindADeletionIsANewOne) {
+  RegistryTree tree;
+  RegFileError error;
+  ASSERT_TRUE(
+      ParseRegFile("Windows Registry Editor Version 5.00\r\n\r\n[HKEY_USERS\\k\\a]\r\n"
+                   "\"v\"=hex:01\r\n[-HKEY_USERS\\k]\r\n[HKEY_USERS\\k\\b]\r\n",
+                   tree, error))
+      << error.reason;
+  ASSERT_NE(tree.Find(u"HKEY_USERS\\k\\b"), nullptr);
+  EXPECT_EQ(tree.Find(u"HKEY_USERS\\k\\a"), nullptr);
+}
+
 TEST(HostRegFileReader, KeysByTheirLines) {
   struct Case {
     const char* name;

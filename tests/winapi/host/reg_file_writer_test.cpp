@@ -5,6 +5,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "winapi/host/reg_file_reader.h"
@@ -170,6 +171,36 @@ TEST(HostRegFileWriter, WhatIsWrittenReadsBackEqual) {
     }
     ASSERT_FALSE(HasFailure()) << "seed " << seed;
   }
+}
+
+// More than one portion has room for.
+RegistryTree LargeTree() {
+  RegistryTree tree;
+  const RegistryKeyPtr key = tree.Create(u"HKEY_USERS\\k");
+  for (char16_t name = u'a'; name <= u'z'; ++name) {
+    key->SetValue(std::u16string(1, name), /*type=*/3, Bytes(5000, 0x5A));
+  }
+  return tree;
+}
+
+TEST(HostRegFileWriter, PortionsAreTheWholeFile) {
+  const RegistryTree tree = LargeTree();
+  std::vector<std::string> portions;
+  EXPECT_TRUE(WriteRegFile(tree, [&portions](std::string_view portion) {
+    portions.emplace_back(portion);
+    return true;
+  }));
+  EXPECT_GT(portions.size(), 3U);
+  std::string whole;
+  for (const std::string& portion : portions) whole += portion;
+  EXPECT_EQ(whole, WriteRegFile(tree));
+}
+
+TEST(HostRegFileWriter, NothingMoreIsHandedOnBehindARefusal) {
+  const RegistryTree tree = LargeTree();
+  int handedOn = 0;
+  EXPECT_FALSE(WriteRegFile(tree, [&handedOn](std::string_view) { return ++handedOn < 2; }));
+  EXPECT_EQ(handedOn, 2);
 }
 
 }  // namespace

@@ -80,6 +80,25 @@ TEST(HostRegistryTree, AKeyMadeAgainIsANewOne) {
   EXPECT_EQ(fresh->Value(u"v"), nullptr);
 }
 
+TEST(HostRegistryTree, ATrailLeadsToTheSameKeys) {
+  RegistryTree tree;
+  RegistryTree::Trail trail;
+  constexpr std::u16string_view kPaths[] = {u"HKEY_USERS\\b\\c\\d", u"HKEY_USERS\\b\\c",
+                                            u"HKEY_USERS\\b\\a\\d", u"HKEY_USERS\\B\\c\\D",
+                                            u"hkey_users\\b",       u"HKEY_USERS",
+                                            u"HKEY_USERS\\A",       u"HKEY_LOCAL_MACHINE\\b"};
+  for (const std::u16string_view path : kPaths) {
+    const RegistryKeyPtr key = tree.Create(path, trail);
+    ASSERT_NE(key, nullptr);
+    EXPECT_EQ(key, tree.Find(path));
+    EXPECT_EQ(trail.back().second, key);
+  }
+  EXPECT_EQ(tree.Create(u"HKEY_NONE\\b", trail), nullptr);
+  EXPECT_EQ(tree.Find(u"HKEY_USERS")->SubKeys().size(), 2U);
+  EXPECT_EQ(tree.Find(u"HKEY_USERS\\b")->SubKeys().size(), 2U);
+  EXPECT_EQ(tree.Find(u"HKEY_USERS\\b\\c")->SubKeys().size(), 1U);
+}
+
 TEST(HostRegistryTree, EnumerationFollowsEachChange) {
   RegistryTree tree;
   const RegistryKeyPtr key = tree.Create(u"HKEY_USERS\\a");
