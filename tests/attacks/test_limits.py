@@ -147,7 +147,7 @@ class LongTrace(AttackCase):
         if NATIVE:
             subprocess.run([writer, f"Z:{file}", str(count)], check=True, timeout=600)
         else:
-            self.machine.wine(writer, self.machine.windows_path(file), str(count))
+            self.machine.wine(writer, self.machine.windows_path(file), str(count), timeout=1800)
         with open(file, "rb") as lines:
             head = [next(lines) for _ in range(5)]
             self.assertTrue(head[0].startswith(b"TVX TRACE FILE\t"), head)

@@ -73,14 +73,14 @@ class WineMachine(Machine):
         """The folder that is C: to the programs."""
         return pathlib.Path(os.environ.get("ZUM_WINEPREFIX") or PROJECT / "build/wine/tests") / "drive_c"
 
-    def wine(self, program, *arguments, given="", cwd=None, environment=None):
+    def wine(self, program, *arguments, given="", cwd=None, environment=None, timeout=240):
         """Runs a Windows program through the project's script; its standard output. The streams are files: what Wine
         starts beside the first program of a prefix lives on and would hold a pipe open."""
         with tempfile.TemporaryFile() as source, tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
             source.write(given.encode("ascii"))
             source.seek(0)
             done = subprocess.run([PROJECT / "scripts/wine-run.sh", program, *arguments], stdin=source, stdout=output,
-                                  stderr=errors, cwd=cwd or self.folder, timeout=240, check=False,
+                                  stderr=errors, cwd=cwd or self.folder, timeout=timeout, check=False,
                                   env=os.environ | (environment or {}))
             output.seek(0)
             errors.seek(0)
