@@ -204,6 +204,9 @@ function(zum_shipped_program name)
     OBJECT_DEPENDS "${CMAKE_CURRENT_BINARY_DIR}/${name}.manifest"
     INCLUDE_DIRECTORIES "${CMAKE_CURRENT_BINARY_DIR}")
   target_link_options(${name} PRIVATE -Wl,--gc-sections -Wl,-Map=$<TARGET_FILE:${name}>.map)
+  # Sections lie in the file as they do in memory, so that they can be mapped: read in, each of their pages would have to
+  # be copied before the program begins.
+  target_link_options(${name} PRIVATE -Wl,--file-alignment=4096)
   # In place of the standard library's handler, which carries all that spells a type's name out.
   target_link_options(${name} PRIVATE
     -Wl,-u,_OruTerminateHandler
