@@ -58,6 +58,13 @@ def check_flags(file):
         yield "has no relocations, so it can't be moved"
 
 
+def check_alignment(file):
+    """The optional header has the alignment of sections in memory at 32 and in the file at 36."""
+    in_memory, in_file = file.u32(file.optional + 32), file.u32(file.optional + 36)
+    if in_memory != in_file:
+        yield f"sections lie in the file by {in_file} and can't be mapped to memory by {in_memory}"
+
+
 def check_manifest(file):
     data = file.resource(pe_file.RT_MANIFEST)
     if data is None:
@@ -187,6 +194,9 @@ class Binary(unittest.TestCase):
         self.check(check_flags, self.patched(at, struct.pack("<H", flags & ~DYNAMIC_BASE)),
                    self.patched(at, struct.pack("<H", flags & ~NX_COMPAT)),
                    self.patched(self.file.header + 22, struct.pack("<H", self.file.characteristics | 1)))
+
+    def testSectionsCanBeMapped(self):
+        self.check(check_alignment, self.patched(self.file.optional + 36, struct.pack("<I", 512)))
 
     def testManifestAsksForNoElevationAndNamesTheSystems(self):
         self.check(check_manifest, self.replaced(b'level="asInvoker"', b'level="asInviter"'),
