@@ -42,7 +42,7 @@ constexpr std::string_view kExport =
 using Files = std::map<std::string, std::string>;
 
 std::string TakeContent(FuzzedDataProvider& input) {
-  const std::string bytes = input.ConsumeRandomLengthString(512);
+  std::string bytes = input.ConsumeRandomLengthString(512);
   switch (input.ConsumeIntegralInRange(0, 4)) {
     case 0:
       return std::string(kExport) + bytes;
@@ -138,7 +138,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   options.all = input.ConsumeBool();
   options.json = input.ConsumeBool();
   options.csv = !options.json && input.ConsumeBool();
-  for (std::size_t count = input.ConsumeIntegralInRange<std::size_t>(1, 5); count != 0; --count) {
+  for (auto count = input.ConsumeIntegralInRange<std::size_t>(1, 5); count != 0; --count) {
     options.inputs.push_back(folder / input.PickValueInArray(kInputs));
   }
   const Files files = TakeFiles(input);

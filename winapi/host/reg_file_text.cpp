@@ -57,10 +57,14 @@ const char* DecodeRegFile(std::string_view bytes, RegFileText& text) {
 }
 
 void AppendUtf16(std::string& bytes, std::u16string_view text) {
-  const std::size_t size = bytes.size();
-  bytes.append(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
-  if (kOwnHigh == 1) return;
-  for (std::size_t i = size; i < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
+  if constexpr (kOwnHigh == 1) {
+    bytes.append(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
+  } else {
+    for (const char16_t unit : text) {
+      bytes += static_cast<char>(unit & 0xFF);
+      bytes += static_cast<char>(unit >> 8);
+    }
+  }
 }
 
 std::u16string FromCodePage1252(std::string_view bytes) {
