@@ -54,9 +54,9 @@ struct Hex {
 template <class T>
 class Answers {
  public:
-  // The one answer of all systems.
+  // The one answer of all systems. It stands by itself in a table, and only what converts is taken.
   template <std::convertible_to<T> U>
-  Answers(U&& answer)  // NOLINT(google-explicit-constructor): in a table it stands by itself
+  Answers(U&& answer)  // NOLINT(google-explicit-constructor,bugprone-forwarding-reference-overload)
       : Answers(static_cast<T>(std::forward<U>(answer)), kAll) {}
   // The answer of some.
   Answers(T answer, Systems systems) { m_listed.push_back({std::move(answer), systems, ""}); }
