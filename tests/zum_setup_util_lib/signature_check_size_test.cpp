@@ -41,8 +41,9 @@ winapi::CryptProviderCert* WTHelperGetProvCertFromChain(winapi::CryptProviderSig
                                                         winapi::Dword) noexcept {
   return nullptr;
 }
-// The signature is the platform's. NOLINTNEXTLINE(readability-non-const-parameter)
 winapi::Dword CertGetNameStringW(const winapi::CertContext*, winapi::Dword, winapi::Dword, void*,
+                                 // The signature is the platform's.
+                                 // NOLINTNEXTLINE(readability-non-const-parameter)
                                  char16_t* name, winapi::Dword size) noexcept {
   nameCalls.emplace_back(name != nullptr, size);
   return toldSize;
