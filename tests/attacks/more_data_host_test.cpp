@@ -33,7 +33,7 @@ class MoreData : public ::testing::Test {
     host::SetCommandLine(u"tool.exe /unblock");
   }
 
-  void ExpectCompleted() {
+  static void ExpectCompleted() {
     const tests::CapturedOutput output;
     EXPECT_EQ(zum_setup_util::RunSetupUtil(), 0);
     EXPECT_EQ(output.Text(), "Completed");
