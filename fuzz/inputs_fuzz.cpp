@@ -31,13 +31,12 @@ constexpr std::string_view kInputs[] = {"a.reg", "b.REG",  "hive", "notes.txt", 
 // The two branches, with a product that is marked twice.
 constexpr std::string_view kExport =
     "Windows Registry Editor Version 5.00\r\n\r\n"
-    "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-"
-    "18\\"
-    "Products\\0123456789ABCDEF0123456789ABCDEF\\InstallProperties]\r\n"
+    "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData"
+    "\\S-1-5-18\\Products\\0123456789ABCDEF0123456789ABCDEF\\InstallProperties]\r\n"
     "\"LocalPackageNotExist\"=\"C:\\\\p.msi\"\r\n\r\n"
-    "[HKEY_LOCAL_"
-    "MACHINE\\SOFTWARE\\Classes\\Installer\\Products\\0123456789ABCDEF0123456789ABCDEF\\"
-    "SourceList]\r\n\"PackageNameNotExist\"=\"zum_win.msi\"\r\n";
+    "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes\\Installer\\Products"
+    "\\0123456789ABCDEF0123456789ABCDEF\\SourceList]\r\n"
+    "\"PackageNameNotExist\"=\"zum_win.msi\"\r\n";
 
 using Files = std::map<std::string, std::string>;
 

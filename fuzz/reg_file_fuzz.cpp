@@ -48,8 +48,8 @@ struct Reading {
 Reading Read(std::string_view bytes, const std::vector<std::u16string>& branches = {}) {
   Reading reading;
   (void)reading.tree.Create(u"HKEY_USERS\\before");
-  reading.isRead =
-      host::ParseRegFile(bytes, reading.tree, reading.error, &reading.warnings, branches);
+  reading.isRead = host::ParseRegFile(std::string(bytes), reading.tree, reading.error,
+                                      &reading.warnings, branches);
   if (!reading.isRead) {
     fuzz::Require(IsOneLine(reading.error.reason) && reading.error.line > 0, "damage is told");
     RegistryTree before;

@@ -33,7 +33,7 @@ class MachineFromFiles {
   // say of the keys at and below `branches`, which begin with the full name of a hive. Values of a
   // later file win. `remarks` gets what was read otherwise than it may have been meant. False for a
   // damaged file, wherever in it the damage is: it adds nothing.
-  [[nodiscard]] bool AddExport(std::string_view bytes, const std::vector<std::u16string>& branches,
+  [[nodiscard]] bool AddExport(std::string bytes, const std::vector<std::u16string>& branches,
                                std::vector<FileRemark>& remarks, FileRemark& damage);
 
   // Adds what stands below the key `from` to the key `to`, where values that are there stay, and

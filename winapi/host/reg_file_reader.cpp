@@ -390,7 +390,7 @@ char16_t Parser::ReadEscape() {
 
 }  // namespace
 
-bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& error,
+bool ParseRegFile(std::string bytes, RegistryTree& tree, RegFileError& error,
                   std::vector<RegFileError>* warnings,
                   const std::vector<std::u16string>& branches) {
   RegFileText text;
@@ -398,12 +398,7 @@ bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& erro
     error = {1, reason};
     return false;
   }
-  return ParseRegFile(text, tree, error, warnings, branches);
-}
-
-bool ParseRegFile(const RegFileText& text, RegistryTree& tree, RegFileError& error,
-                  std::vector<RegFileError>* warnings,
-                  const std::vector<std::u16string>& branches) {
+  std::string().swap(bytes);  // a large file's bytes, its text and its tree are much at once
   try {
     std::vector<RegFileError> told;
     tree = Parser(text, told, branches).Run();

@@ -19,7 +19,6 @@
 #include <string_view>
 #include <vector>
 
-#include "winapi/host/reg_file_text.h"
 #include "winapi/host/registry_tree.h"
 
 namespace winapi::host {
@@ -32,19 +31,15 @@ struct RegFileError {
 
 // Replaces `tree` by what the file says; later lines win over earlier ones. On failure gives false
 // with `error` filled, and `tree` is as before. The time grows with the size of `bytes` (times the
-// logarithm of the names in a key), whatever they are.
+// logarithm of the names in a key), whatever they are. They are let go of before the tree is made,
+// so that who hands them over has less in memory.
 //
 // `warnings` gets what was read otherwise than it may have been meant: one for each unknown hive,
 // and one for a file of the older form that isn't ASCII. Null where nobody wants them.
 //
 // Where `branches` names keys, only these and what stands below them is kept. The rest is read with
 // the same care and costs no memory.
-[[nodiscard]] bool ParseRegFile(std::string_view bytes, RegistryTree& tree, RegFileError& error,
-                                std::vector<RegFileError>* warnings = nullptr,
-                                const std::vector<std::u16string>& branches = {});
-
-// The same for a file that is decoded already: its bytes needn't be kept beside the tree.
-[[nodiscard]] bool ParseRegFile(const RegFileText& text, RegistryTree& tree, RegFileError& error,
+[[nodiscard]] bool ParseRegFile(std::string bytes, RegistryTree& tree, RegFileError& error,
                                 std::vector<RegFileError>* warnings = nullptr,
                                 const std::vector<std::u16string>& branches = {});
 

@@ -108,8 +108,11 @@ class Writer {
 
   void Value(const RegistryValue& value) {
     m_line.clear();
-    if (value.name.empty()) m_line = u"@";
-    if (!value.name.empty()) AppendQuoted(m_line, value.name);
+    if (value.name.empty()) {
+      m_line += u'@';
+    } else {
+      AppendQuoted(m_line, value.name);
+    }
     m_line += u'=';
     if (const auto text = QuotableText(value)) {
       AppendQuoted(m_line, *text);

@@ -174,11 +174,7 @@ bool RegistryStore::ReadFile() {
   }
   RegFileError error;
   std::vector<RegFileError> warnings;
-  RegFileText text;
-  const char* const reason = DecodeRegFile(bytes, text);
-  std::string().swap(bytes);  // a large registry's bytes, its text and its tree are much at once
-  if (reason != nullptr) error = {1, reason};
-  const bool isRead = reason == nullptr && ParseRegFile(text, m_tree, error, &warnings);
+  const bool isRead = ParseRegFile(std::move(bytes), m_tree, error, &warnings);
   if (!isRead) warnings.push_back(std::move(error));
   for (const RegFileError& told : warnings) {
     Tell(path + ":" + std::to_string(told.line), told.reason);

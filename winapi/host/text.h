@@ -19,13 +19,15 @@ namespace winapi::host {
 // Never fails. A lone surrogate is written in its three-byte form.
 [[nodiscard]] std::string ToUtf8(std::u16string_view text);
 
+// Upcase for units from 0x80 on. Nearly all that it is asked for is ASCII, which needn't be called
+// for: a registry's names are compared by it.
+[[nodiscard]] char16_t UpcaseBeyondAscii(char16_t unit) noexcept;
+
 // The upper-case form of one code unit, by which names of keys, values and files are compared: the
 // simple mapping of Latin (to U+017E), Greek, Cyrillic and Armenian letters, Roman numerals,
 // circled and full-width letters. As on Windows, "ß" and the dotless "ı" stay themselves. All other
 // units, surrogates among them, stand for themselves too: names in other scripts with an upper case
 // are told apart by case here, which Windows wouldn't do.
-[[nodiscard]] char16_t UpcaseBeyondAscii(char16_t unit) noexcept;
-// Nearly all that is asked for is ASCII; a registry's names are compared by this.
 [[nodiscard]] inline char16_t Upcase(char16_t unit) noexcept {
   if (unit >= 0x80) return UpcaseBeyondAscii(unit);
   return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - (u'a' - u'A')) : unit;

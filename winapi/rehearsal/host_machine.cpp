@@ -46,13 +46,12 @@ std::u16string NameOfThisMachine() {
 
 MachineFromFiles::MachineFromFiles() : m_content(std::make_shared<MachineContent>()) {}
 
-bool MachineFromFiles::AddExport(std::string_view bytes,
-                                 const std::vector<std::u16string>& branches,
+bool MachineFromFiles::AddExport(std::string bytes, const std::vector<std::u16string>& branches,
                                  std::vector<FileRemark>& remarks, FileRemark& damage) {
   host::RegistryTree tree;
   host::RegFileError error;
   std::vector<host::RegFileError> warnings;
-  if (!host::ParseRegFile(bytes, tree, error, &warnings, branches)) {
+  if (!host::ParseRegFile(std::move(bytes), tree, error, &warnings, branches)) {
     damage = {error.line, error.reason};
     return false;
   }

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <system_error>
 #include <unordered_set>
+#include <utility>
 
 #include "winapi/rehearsal_files.h"
 #include "zum_rehearse/files.h"
@@ -101,7 +102,7 @@ bool AddExport(MachineFromFiles& machine, const std::string& file, LoadedMachine
                                                 std::u16string(kMergedClasses)};
   std::vector<FileRemark> remarks;
   FileRemark damage;
-  if (!machine.AddExport(bytes, branches, remarks, damage)) {
+  if (!machine.AddExport(std::move(bytes), branches, remarks, damage)) {
     loaded.error = Place(file, damage);
     return false;
   }

@@ -194,6 +194,12 @@ TEST(HostRegFileWriter, PortionsAreTheWholeFile) {
   std::string whole;
   for (const std::string& portion : portions) whole += portion;
   EXPECT_EQ(whole, WriteRegFile(tree));
+  RegistryTree back;
+  RegFileError error;
+  ASSERT_TRUE(ParseRegFile(whole, back, error)) << error.reason;
+  for (std::size_t i = 0; i < tree.Hives().size(); ++i) {
+    ExpectEqual(*tree.Hives()[i], *back.Hives()[i]);
+  }
 }
 
 TEST(HostRegFileWriter, NothingMoreIsHandedOnBehindARefusal) {
