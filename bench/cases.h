@@ -22,9 +22,13 @@ void Keep(const T& value) {
   asm volatile("" : : "g"(&value) : "memory");
 }
 
+inline std::string CaseName(const std::string& row, const char* side, std::size_t number) {
+  return row + "/" + side + "/" + std::to_string(number);
+}
+
 template <typename Body>
 void Add(const std::string& row, const char* side, std::size_t number, Body body) {
-  const std::string name = row + "/" + side + "/" + std::to_string(number);
+  const std::string name = CaseName(row, side, number);
 #ifdef _WIN32
   timer::Register(name, std::move(body));
 #else
@@ -38,7 +42,7 @@ void Add(const std::string& row, const char* side, std::size_t number, Body body
 template <typename Ready, typename Body>
 void AddPrepared(const std::string& row, const char* side, std::size_t number, Ready ready,
                  Body body) {
-  const std::string name = row + "/" + side + "/" + std::to_string(number);
+  const std::string name = CaseName(row, side, number);
 #ifdef _WIN32
   timer::Register(name, std::move(body), std::move(ready));
 #else
@@ -56,7 +60,7 @@ void AddPrepared(const std::string& row, const char* side, std::size_t number, R
 
 // A case whose result isn't the peer's: the run ends with an error.
 inline void AddFailure(const std::string& row, const char* side, std::size_t number) {
-  const std::string name = row + "/" + side + "/" + std::to_string(number);
+  const std::string name = CaseName(row, side, number);
 #ifdef _WIN32
   timer::Fail(name);
 #else
