@@ -6,10 +6,12 @@ import signal
 import subprocess
 import sys
 import tempfile
+import types
 
-from mutation import breaks, outcomes, sandbox, source
+from mutation import breaks, outcomes, sandbox, source, suites
 
-MUTATE = pathlib.Path(__file__).resolve().parent.parent / "mutate.py"
+PROJECT = pathlib.Path(__file__).resolve().parent.parent.parent
+MUTATE = PROJECT / "scripts/mutate.py"
 FUNCTION = """// Not code: c >= '0' && c <= '9'
 bool NAME(char c) { return c >= '0' && c <= '9'; }  // c >= '0'
 """
@@ -59,6 +61,10 @@ def _told(name, holds):
 
 def _checks():
     yield from _checks_of_places()
+    if (PROJECT / "build/native/CTestTestfile.cmake").exists():
+        yield "each native test is of a known kind", _knows_the_tests_of(PROJECT / "build/native")
+    else:
+        print("not looked at: the kinds of the native tests, which aren't built")
     with tempfile.TemporaryDirectory() as folder:
         project = pathlib.Path(folder)
         _plant(project)
@@ -84,8 +90,19 @@ def _checks_of_places():
     ids = {broken.id for broken in found}
     above = {broken.id for broken in breaks.find("oru/strong.cpp", "int above;\n" + text)}
     yield "an id outlives an edit of other lines", above >= ids
+    both = text.join(("#ifdef _WIN32\n", "#else\nint native = 1;\n#endif\n"))
+    found = breaks.find("oru/strong.cpp", both)
+    yield "nor is what only Windows compiles", found and all(broken.begin > both.index("native") for broken in found)
     changed = {broken.id for broken in breaks.find("oru/strong.cpp", text.replace("bool", "auto"))}
     yield "but not of its own", not changed & ids
+
+
+def _knows_the_tests_of(build):
+    try:
+        return len(suites.load(types.SimpleNamespace(build=build))) > 0
+    except ValueError as unknown:
+        print(unknown)
+        return False
 
 
 def _plant(project):

@@ -7,6 +7,7 @@ import subprocess
 
 CLANG = "clang-14"
 _TOKEN = re.compile(rb"^(\w+) '.*?Loc=<.*?:(\d+):(\d+)>", re.M | re.S)
+_DIRECTIVE = re.compile(r"^[ \t]*#(?:[^\n\\]|\\.)*\n", re.M | re.S)
 _OPEN, _CLOSE = ("(", "[", "{"), (")", "]", "}")
 
 
@@ -111,7 +112,7 @@ class Source:
 
 
 def _tokens(text):
-    """Without what stands in preprocessor lines."""
+    """Without what stands in preprocessor lines, and what is compiled for Windows only."""
     raw = text.encode("latin-1")
     starts = [0]
     for line in raw.split(b"\n"):
@@ -119,9 +120,28 @@ def _tokens(text):
     places = [(name.decode(), starts[int(line) - 1] + int(column) - 1)
               for name, line, column in _TOKEN.findall(_dump(raw))]
     ends = [offset for _, offset in places[1:]] + [len(raw)]
-    directives = [match.span() for match in re.finditer(r"^[ \t]*#(?:[^\n\\]|\\.)*\n", text, re.M | re.S)]
+    directives = list(_DIRECTIVE.finditer(text))
+    hidden = [match.span() for match in directives] + list(_windows_only(directives))
     return [_token(name, text, begin, end) for (name, begin), end in zip(places, ends)
-            if name not in ("unknown", "comment", "eof") and not any(first <= begin < last for first, last in directives)]
+            if name not in ("unknown", "comment", "eof") and not any(first <= begin < last for first, last in hidden)]
+
+
+def _windows_only(directives):
+    """The parts between directives that no native build compiles."""
+    open_, begin = [], 0
+    for directive in directives:
+        words = directive[0].split()
+        if "Windows" in open_:
+            yield begin, directive.start()
+        if words[0].startswith("#if"):
+            about = re.search(r"\b_WIN32\b", directive[0])
+            without = words[0] == "#ifndef" or "!defined(_WIN32)" in directive[0]
+            open_.append("" if not about else "native" if without else "Windows")
+        elif words[0] == "#else":
+            open_.append({"native": "Windows", "Windows": "native"}.get(open_.pop(), ""))
+        elif words[0] == "#endif":
+            open_.pop()
+        begin = directive.end()
 
 
 def _dump(raw):

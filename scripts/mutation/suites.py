@@ -15,9 +15,9 @@ MOST_CASES = 1000  # named to one process
 ENDLESS = " (endless)"
 # What the black-box cases start.
 _SCRIPTED = {"e2e": ("zum_setup_util", "correct_setup_run"), "rehearsal": ("zum_rehearse", "zum_setup_util")}
-# The tests of the runner and of winapi/host, neither of which is broken, and what a sandbox doesn't let pass: a browser,
-# and a build.
-_LEFT_OUT = re.compile(r"^(run_program_test$|winapi_host_test$|rehearsal\.(InBrowser|Demo)\.)")
+# The tests of the runner and of winapi/host, neither of which is broken, what kills a program over and over, and what a
+# sandbox doesn't let pass: a browser, and a build.
+_LEFT_OUT = re.compile(r"^(run_program_test$|winapi_host_test$|attacks\.|rehearsal\.(InBrowser|Demo)\.)")
 
 
 @dataclasses.dataclass

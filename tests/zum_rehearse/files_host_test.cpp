@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -25,6 +26,13 @@ TEST(ReadWholeFileOnHost, AFileMayHoldLessThanItsSizeSays) {
   EXPECT_TRUE(std::all_of(bytes.begin(), bytes.end() - 1, [](char digit) {
     return digit >= '0' && digit <= '9';
   })) << bytes;
+}
+
+TEST(LastReasonOnHost, SaysSomethingWithoutAnErrorToo) {
+  errno = 0;
+  EXPECT_EQ(zum_rehearse::LastReason(), "it can't be opened");
+  errno = EACCES;
+  EXPECT_EQ(zum_rehearse::LastReason(), "Permission denied");
 }
 
 }  // namespace

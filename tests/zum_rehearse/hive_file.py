@@ -50,6 +50,13 @@ def lists_first_subkey_only(data, names):
     return bytes(patched)
 
 
+def loses_data_of(data, name):
+    """The hive with a value of this name whose data lies outside of the file."""
+    place = data.index(name.encode("ascii"), BLOCK) - 20
+    assert data[place:place + 2] == b"vk"
+    return data[:place + 8] + struct.pack("<I", 0x7FFFFFF0) + data[place + 12:]
+
+
 def write(path, branch):
     """A hive of HKEY_LOCAL_MACHINE\\SOFTWARE with what the branch holds."""
     path.write_bytes(empty_hive())

@@ -54,6 +54,15 @@ class Hives(RehearsalCase):
         report, = self.parse(self.call("--json", hive).stdout)
         self.assertEqual(report["notes"], [f"{hive} was in use when it was copied: what stands in its logs only isn't seen"])
 
+    def test_a_value_without_its_data_is_left_out_and_told(self):
+        values = {**MARKED, "DisplayVersion": (SZ, sz("1.2.3.4"))}
+        hive = self.hive(product(key_name(1), values, {}))
+        hive.write_bytes(hive_file.loses_data_of(hive.read_bytes(), "DisplayVersion"))
+        done = self.call("--json", hive)
+        report, = self.parse(done.stdout)
+        self.assertEqual((done.returncode, report["products"][0]["version"]), (1, None))
+        self.assertEqual(report["notes"], [f"{hive} has 1 values that can't be read"])
+
     def test_a_damaged_hive_is_told(self):
         hive = self.hive(product(key_name(1), MARKED, {}))
         data = hive.read_bytes()

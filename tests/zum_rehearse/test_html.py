@@ -54,8 +54,10 @@ class Html(RehearsalCase):
         return file.read_text(encoding="utf-8")
 
     def test_tells_what_the_table_tells(self):
-        page = Page(self.page(product("26F1C3B745A9D0E4C812D5E6F708192A", MARKED, MARKED_NAME)
-                              | product(key_name(2), ORDINARY, {})))
+        text = self.page(product("26F1C3B745A9D0E4C812D5E6F708192A", MARKED, MARKED_NAME)
+                         | product(key_name(2), ORDINARY, {}))
+        self.assertIn("<p>1 machine; status of the whole: 1</p>", text)
+        page = Page(text)
         self.assertEqual(page.open, [])
         heading, machine, row = page.rows
         self.assertEqual(heading, ["Machine", "Status", "Product", "Name", "Version", "Verdict", "Values"])
@@ -95,7 +97,9 @@ class Html(RehearsalCase):
         (self.machine.folder / "<b>").mkdir()
         done = self.call("--json", "--html", "page.html", "one", "<b>")
         self.assertEqual(done.returncode, 2)
-        page = Page((self.machine.folder / "page.html").read_text(encoding="utf-8"))
+        text = (self.machine.folder / "page.html").read_text(encoding="utf-8")
+        self.assertIn("<p>2 machines; status of the whole: 2</p>", text)
+        page = Page(text)
         self.assertEqual([row[:2] for row in page.rows[1:]], [["one", "1"], ["one", "1"], ["<b>", "2"]])
         self.assertIn("not rehearsed: <b>: there is no export", page.rows[3][5])
 

@@ -98,6 +98,10 @@ TEST(Exception, WhatIsTheNameOfTheClass) {
   EXPECT_STREQ(oru::CreateInstanceException().what(), "CreateInstanceException");
 }
 
+TEST(Exception, WithoutArgumentsNamesNoClass) {
+  EXPECT_EQ(oru::CreateInstanceException().ClassId(), 0u);
+}
+
 TEST(Exception, AClassWithoutItsOwnWhatInheritsThatOfItsBase) {
   EXPECT_STREQ(Open().what(), "Unknown exception");
 }

@@ -52,6 +52,18 @@ std::vector<std::uint32_t> Growths(const RecordingTracer& tracer) {
   return sizes;
 }
 
+TEST(TraceStream, FlagsHaveTheValuesOfTheHostsLibrary) {
+  EXPECT_EQ(oru::TraceStream::kSkipWhiteSpace, 0x001u);
+  EXPECT_EQ(oru::TraceStream::kShowBase, 0x008u);
+  EXPECT_EQ(oru::TraceStream::kLeft, 0x040u);
+  EXPECT_EQ(oru::TraceStream::kRight, 0x080u);
+  EXPECT_EQ(oru::TraceStream::kInternal, 0x100u);
+  EXPECT_EQ(oru::TraceStream::kAdjustField, 0x1C0u);
+  EXPECT_EQ(oru::TraceStream::kDecimal, 0x200u);
+  EXPECT_EQ(oru::TraceStream::kOctal, 0x400u);
+  EXPECT_EQ(oru::TraceStream::kHexadecimal, 0x800u);
+}
+
 TEST(TraceStream, StartsWithTheFormattingStateOfTheHostsLibrary) {
   Opened opened;
   EXPECT_EQ(opened.stream.Capacity(), 512u);

@@ -208,6 +208,14 @@ TEST_F(RehearsalRegistry, KeysAreOpenedBelowOpenKeys) {
             winapi::kErrorFileNotFound);
 }
 
+TEST_F(RehearsalRegistry, AnOpenKeyLeadsBelowItWithAnyRights) {
+  const Rehearsal rehearsal(Machine::ThisOne());
+  const winapi::Key writing = Open(kPath, winapi::kKeySetValue | winapi::kKeyWow6464Key);
+  winapi::Key first = nullptr;
+  EXPECT_EQ(winapi::RegOpenKeyExW(writing, u"first", 0, kBothRights, &first), 0U);
+  EXPECT_EQ(Query(writing, u"Name").error, winapi::kErrorAccessDenied);
+}
+
 TEST_F(RehearsalRegistry, NothingOutlivesARehearsal) {
   winapi::Key old = nullptr;
   {
@@ -236,9 +244,16 @@ TEST_F(RehearsalRegistry, AWriteWithoutDataNeedsNoSize) {
   EXPECT_EQ(winapi::RegSetValueExW(key, u"Name", 0, winapi::kRegSz, nullptr, 2),
             winapi::kErrorNoAccess);
   EXPECT_EQ(winapi::RegSetValueExW(key, u"Name", 0, winapi::kRegSz, nullptr, 0), 0U);
-  const std::u16string longName(16384, u'n');
-  EXPECT_EQ(winapi::RegSetValueExW(key, longName.c_str(), 0, winapi::kRegSz, nullptr, 0),
-            winapi::kErrorInvalidParameter);
+  EXPECT_EQ(rehearsal.Record().changes.size(), 1U);
+}
+
+TEST_F(RehearsalRegistry, ANameMayHave16383Characters) {
+  const Rehearsal rehearsal(Machine::ThisOne());
+  const winapi::Key key = Open(kPath);
+  const std::u16string longest(16383, u'n');
+  const std::u16string longer(16384, u'n');
+  EXPECT_EQ(Set(key, longest.c_str(), winapi::kRegBinary, m_new, 2), 0U);
+  EXPECT_EQ(Set(key, longer.c_str(), winapi::kRegBinary, m_new, 2), winapi::kErrorInvalidParameter);
   EXPECT_EQ(rehearsal.Record().changes.size(), 1U);
 }
 

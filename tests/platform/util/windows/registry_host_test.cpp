@@ -1,6 +1,8 @@
 // What the wrappers ask of the system, call by call, and what they give when it refuses.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
+#include <cstddef>
 #include <sstream>
 
 #include "platform/util/windows/registry.h"
@@ -209,6 +211,48 @@ TEST_F(RegistryOnHost, EmptyRangeWritesZeroBytes) {
   const char16_t text[] = u"ab";
   EXPECT_EQ(windows_helpers::WriteStringValue(key, u"v", text, text), 0u);
   EXPECT_EQ(TheCall("RegSetValueExW").Argument("size"), "0");
+}
+
+// 4 GiB of addresses and one character more, with no memory behind them: nobody may read there.
+class Addresses {
+ public:
+  Addresses() : m_begin(::mmap(nullptr, kBytes, PROT_NONE, kFlags, -1, 0)) {}
+  Addresses(const Addresses&) = delete;
+  Addresses& operator=(const Addresses&) = delete;
+  ~Addresses() { ::munmap(m_begin, kBytes); }
+  [[nodiscard]] bool IsThere() const { return m_begin != MAP_FAILED; }
+  [[nodiscard]] const char16_t* Begin() const { return static_cast<const char16_t*>(m_begin); }
+
+ private:
+  static constexpr std::size_t kBytes = (std::size_t{1} << 32) + 2;
+  static constexpr int kFlags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
+
+  void* m_begin;
+};
+
+TEST_F(RegistryOnHost, ARangeOfTheLargestSizeGoesToTheSystem) {
+  const Addresses addresses;
+  ASSERT_TRUE(addresses.IsThere());
+  RegKey key;
+  Open(key);
+  host::FailCall("RegSetValueExW", 1, 1450);
+  EXPECT_EQ(windows_helpers::WriteStringValue(key, u"v", addresses.Begin(),
+                                              addresses.Begin() + 0x7FFFFFFF),
+            1450u);
+  EXPECT_EQ(ReportedChecks(), Reports());
+}
+
+TEST_F(RegistryOnHostOwnProcess, ALargerRangeIsReportedAndItsBytesAreCountedIn32Bits) {
+  const Addresses addresses;
+  ASSERT_TRUE(addresses.IsThere());
+  RegKey key;
+  Open(key);
+  StartLog();
+  EXPECT_EQ(windows_helpers::WriteStringValue(key, u"v", addresses.Begin(),
+                                              addresses.Begin() + 0x80000000),
+            0u);
+  EXPECT_EQ(TheCall("RegSetValueExW").Argument("size"), "0");
+  EXPECT_EQ(ReportedChecks(), Reports{"value.size() <= MaxSize"});
 }
 
 TEST_F(RegistryOnHost, WriteMultiStringValuePassesTheWholeFormat) {
