@@ -11,6 +11,7 @@
 #include "winapi/errors.h"
 #include "winapi/host/control.h"
 #include "winapi/registry.h"
+#include "zum_rehearse/html.h"
 #include "zum_rehearse/json.h"
 #include "zum_rehearse/printable.h"
 #include "zum_rehearse/reg_text.h"
@@ -100,6 +101,30 @@ TEST_F(RehearseHost, WithoutTheRightToWriteItSaysWhoIsPassedOver) {
                  "and leave unrepaired:\n    A\n    B\n"),
       std::string::npos)
       << table;
+  const std::string rows = HtmlRows(report, /*all=*/false);
+  EXPECT_NE(rows.find("with this run's rights it would print <bdi>Completed</bdi> and pass over "
+                      "what it may not write"),
+            std::string::npos)
+      << rows;
+}
+
+TEST_F(RehearseHost, AFailureAtAProductThatIsPassedOverIsNoneWithoutTheRight) {
+  Deny(InstallPath(u"B"), winapi::kKeySetValue);
+  host::FailCall("RegDeleteValueW", 3, winapi::kErrorDiskFull);
+  const Report report = Run();
+  EXPECT_EQ(report.outcome.code, 0xA1780003U);
+  EXPECT_EQ(report.products[1].verdicts.front(), Verdict::kFailsHere);
+  ASSERT_TRUE(report.asRun);
+  EXPECT_EQ(report.asRun->line, "Completed");
+}
+
+TEST_F(RehearseHost, AFailureAtAnotherProductStays) {
+  Deny(InstallPath(u"A"), winapi::kKeySetValue);
+  host::FailCall("RegDeleteValueW", 3, winapi::kErrorDiskFull);
+  const Report report = Run();
+  EXPECT_EQ(report.products[1].verdicts.front(), Verdict::kFailsHere);
+  ASSERT_TRUE(report.asRun);
+  EXPECT_EQ(report.asRun->code, 0xA1780003U);
 }
 
 TEST_F(RehearseHost, RecordsThatMayNotBeReadAreSaidToBeSo) {

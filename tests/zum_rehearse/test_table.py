@@ -83,6 +83,14 @@ class Table(RehearsalCase):
             return b""
 
     @only_on("native")
+    def test_without_a_terminal_columns_tells_the_width(self):
+        file = self.export(product(CODE, MARKED_5_1, MARKED_NAME))
+        narrow, wide = (self.call(file, environment={"COLUMNS": columns}).stdout.decode("utf-8").splitlines()
+                        for columns in ("60", "120"))
+        self.assertLessEqual(max(map(len, narrow)), 60)
+        self.assertGreater(max(map(len, wide)), 60)
+
+    @only_on("native")
     def test_uses_the_terminals_width_and_colours(self):
         for columns in (70, 120):
             text = self.on_terminal(columns)

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <iterator>
+#include <map>
 #include <set>
+#include <string_view>
 
 namespace {
 
@@ -28,10 +30,22 @@ TEST(Verdicts, TellTheirIds) {
   EXPECT_EQ(zum_rehearse::VerdictId(Verdict::kOrdinary), "ordinary");
 }
 
-TEST(Verdicts, AMissingPackageComesWithWhatToDo) {
-  EXPECT_NE(zum_rehearse::VerdictAdvice(Verdict::kPackageMissing).find("1612"),
-            std::string_view::npos);
-  EXPECT_EQ(zum_rehearse::VerdictAdvice(Verdict::kOrdinary), "");
+TEST(Verdicts, ComeWithWhatToDo) {
+  const std::map<Verdict, std::string_view> advices = {
+      {Verdict::kFailsHere,
+       "look into the trace; the products before it are changed all the same"},
+      {Verdict::kUnreadable, "run elevated"},
+      {Verdict::kPassedOver, "run /unblock elevated"},
+      {Verdict::kPackageMissing,
+       "the installer goes on with 1612: put the package of this very product and version at that "
+       "path, or start the installer with it"},
+  };
+  for (const Verdict verdict : kAllVerdicts) {
+    const auto advice = advices.find(verdict);
+    EXPECT_EQ(zum_rehearse::VerdictAdvice(verdict),
+              advice == advices.end() ? std::string_view() : advice->second)
+        << zum_rehearse::VerdictId(verdict);
+  }
 }
 
 }  // namespace

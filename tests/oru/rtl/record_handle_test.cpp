@@ -31,6 +31,15 @@ TEST(RecordHandle, ANullTracerOpensNothing) {
   EXPECT_FALSE(record.IsOpen());
 }
 
+TEST(RecordHandle, AnOpeningThatFailsLosesTheAreaThatWasOpen) {
+  RecordingTracer tracer;
+  RecordHandle record;
+  ASSERT_TRUE(record.Open(&tracer, 700));
+  EXPECT_FALSE(record.Open(nullptr, 700));
+  EXPECT_FALSE(record.IsOpen());
+  EXPECT_EQ(record.Text(), nullptr);
+}
+
 TEST(RecordHandle, OpensAnAreaOf512Bytes) {
   RecordingTracer tracer;
   RecordHandle record;
