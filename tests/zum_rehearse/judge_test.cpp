@@ -121,6 +121,19 @@ TEST(Judge, AFailureLeavesTheRestUntouched) {
   EXPECT_EQ(products[3].verdicts, std::vector{Verdict::kOrdinary});
 }
 
+TEST(Judge, WhatIsLeftAloneIsToldWhereItFailsToo) {
+  Findings findings;
+  findings.records = {Marked(u"A"), Marked(u"B")};
+  for (ProductRecord& record : findings.records) {
+    record.values[kPackageNameMarked] = Value{winapi::kRegBinary, {1}};
+  }
+  findings.correction.failedChanges = {
+      {kInstallPath + u"A\InstallProperties", u"LocalPackage", winapi::kErrorDiskFull}};
+  findings.failed = true;
+  EXPECT_EQ(VerdictsOf(findings, 0), (std::vector{Verdict::kFailsHere, Verdict::kNotAString}));
+  EXPECT_EQ(VerdictsOf(findings, 1), std::vector{Verdict::kNotReached});
+}
+
 TEST(Judge, AFailureWithoutAPlaceLeavesWhatDidNotChangeUntouched) {
   Findings findings;
   findings.records = {Marked(u"A"), Marked(u"B"), Listed(u"C")};

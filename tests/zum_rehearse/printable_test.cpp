@@ -49,6 +49,7 @@ TEST(Printable, ShowsMalformedBytes) {
   EXPECT_EQ(Printable("\xFF\xE2\x82"), "\\x{ff}\\x{e2}\\x{82}");
   EXPECT_EQ(Printable("\xC0\x80\xED\xA0\x80"), "\\x{c0}\\x{80}\\x{ed}\\x{a0}\\x{80}");
   EXPECT_EQ(Printable("\xE2\x82\xAC\x1B"), "\u20AC\\u{1b}");
+  EXPECT_EQ(Printable("\xC2\x80\xE0\xA0\x80\xF0\x90\x80\x80"), "\\u{80}\u0800\U00010000");
   EXPECT_EQ(Printable("\xF4\x90\x80\x80"), "\\x{f4}\\x{90}\\x{80}\\x{80}");
 }
 

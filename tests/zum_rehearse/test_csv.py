@@ -51,6 +51,7 @@ class Csv(RehearsalCase):
         self.assertEqual([(row["machine"], row["status"]) for row in rows],
                          [("plain", "0"), ("marked", "1"), ("marked", "1"), ("empty", "2")])
         self.assertEqual(rows[0]["key"], "")
+        self.assertEqual([list(row.values()).count(None) for row in rows], [0] * 4)
         self.assertEqual(rows[3]["error"], "empty: there is no export (*.reg) and no hive in the folder")
 
     @only_on("native")

@@ -96,6 +96,16 @@ class Hives(RehearsalCase):
         self.assertEqual(done.returncode, 2)
         self.assertEqual(report["error"], f"{hive}: the hive is damaged: a key or a value stands at two places")
 
+    def test_keys_of_a_branch_may_lie_64_levels_deep(self):
+        # The branch begins three levels above the products.
+        deep = self.hive({"\\".join([USER_DATA, *["x"] * 60]): {}}, "deep")
+        self.assertEqual(self.call("--json", deep).returncode, 0)
+        deeper = self.hive({"\\".join([USER_DATA, *["x"] * 61]): {}}, "deeper")
+        done = self.call("--json", deeper)
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual(self.parse(done.stdout)[0]["error"],
+                         f"{deeper}: the hive is damaged: its keys lie too deep")
+
     def test_a_hive_of_something_else_holds_no_branch(self):
         hive = self.machine.folder / "SYSTEM"
         hive.write_bytes(hive_file.empty_hive())

@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -25,15 +26,21 @@ TEST(Verdicts, EachHasAnIdAndATextOfItsOwn) {
   EXPECT_EQ(texts.count(""), 0U);
 }
 
+// As the schema of the JSON form lists them.
 TEST(Verdicts, TellTheirIds) {
-  EXPECT_EQ(zum_rehearse::VerdictId(Verdict::kFailsHere), "fails-here");
-  EXPECT_EQ(zum_rehearse::VerdictId(Verdict::kOrdinary), "ordinary");
+  std::vector<std::string_view> ids;
+  for (const Verdict verdict : kAllVerdicts) ids.push_back(zum_rehearse::VerdictId(verdict));
+  EXPECT_EQ(ids, (std::vector<std::string_view>{
+                     "fails-here", "not-reached", "not-listed", "unreadable", "passed-over",
+                     "package-missing", "would-be-repaired", "left-alone-no-install-properties",
+                     "left-alone-source-list-only", "left-alone-not-a-string", "half-marked",
+                     "overwrites-ordinary-value", "package-name-lost", "empty-path",
+                     "second-value-unknown", "package-not-known-here", "ordinary"}));
 }
 
 TEST(Verdicts, ComeWithWhatToDo) {
   const std::map<Verdict, std::string_view> advices = {
-      {Verdict::kFailsHere,
-       "look into the trace; the products before it are changed all the same"},
+      {Verdict::kFailsHere, "look into the trace; the products before it are changed all the same"},
       {Verdict::kUnreadable, "run elevated"},
       {Verdict::kPassedOver, "run /unblock elevated"},
       {Verdict::kPackageMissing,

@@ -118,6 +118,13 @@ TEST_F(RehearsalRegistry, ADeletedValueIsGoneForReadsAndTheMachineKeepsIt) {
   ExpectMachineUntouched();
 }
 
+TEST_F(RehearsalRegistry, AWriteIsSeenThroughAHandleOfOtherRights) {
+  const Rehearsal rehearsal(Machine::ThisOne());
+  EXPECT_EQ(Set(Open(kPath), u"Name", winapi::kRegBinary, m_new, 2), 0U);
+  const winapi::Key reading = Open(kPath, winapi::kKeyQueryValue | winapi::kKeyWow6464Key);
+  EXPECT_EQ(Query(reading, u"Name").type, winapi::kRegBinary);
+}
+
 TEST_F(RehearsalRegistry, NotesEachChangeWithWhatWasThere) {
   const Rehearsal rehearsal(Machine::ThisOne());
   const winapi::Key key = Open(u"SOFTWARE\\\\ZumRehearsalTest\\");

@@ -77,6 +77,15 @@ TEST_F(TransactionsOnHostOwnProcess, MissingFunctionsAre127) {
   EXPECT_EQ(winapi::GetLastError(), 127u);
 }
 
+TEST_F(TransactionsOnHostOwnProcess, AFunctionMissingWithoutAnErrorIs127Too) {
+  host::FailCall("GetProcAddress", 1, 0, host::Repeat::kForever);
+  EXPECT_EQ(Create(), winapi::InvalidHandleValue());
+  EXPECT_EQ(winapi::GetLastError(), 127u);
+  winapi::SetLastError(0);
+  EXPECT_EQ(CommitTransaction(nullptr), 0);
+  EXPECT_EQ(winapi::GetLastError(), 127u);
+}
+
 TEST_F(TransactionsOnHost, FailuresOfTheSystemAreItsOwn) {
   host::FailCall("CreateTransaction", 1, 6702);
   EXPECT_EQ(Create(), winapi::InvalidHandleValue());
