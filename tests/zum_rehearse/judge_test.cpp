@@ -128,7 +128,7 @@ TEST(Judge, WhatIsLeftAloneIsToldWhereItFailsToo) {
     record.values[kPackageNameMarked] = Value{winapi::kRegBinary, {1}};
   }
   findings.correction.failedChanges = {
-      {kInstallPath + u"A\InstallProperties", u"LocalPackage", winapi::kErrorDiskFull}};
+      {kInstallPath + u"A\\InstallProperties", u"LocalPackage", winapi::kErrorDiskFull}};
   findings.failed = true;
   EXPECT_EQ(VerdictsOf(findings, 0), (std::vector{Verdict::kFailsHere, Verdict::kNotAString}));
   EXPECT_EQ(VerdictsOf(findings, 1), std::vector{Verdict::kNotReached});
