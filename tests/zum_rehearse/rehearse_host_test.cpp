@@ -196,8 +196,12 @@ TEST_F(RehearseHost, AKeyThatNoFileCanCarryIsLeftOutAndNamed) {
   report.changes.push_back({u"HKEY_LOCAL_MACHINE\\a\nb", u"LocalPackage", {}, {}});
   report.changes.push_back({u"HKEY_LOCAL_MACHINE\\Products\\C", u"LocalPackage", {}, {}});
   EXPECT_EQ(Entries(ChangesFile(report, "now")), std::vector<std::string>{"C\"LocalPackage\"=-"});
-  EXPECT_EQ(KeysThatNoFileCarries(report),
-            std::vector<std::u16string>{u"HKEY_LOCAL_MACHINE\\a\nb"});
+  // Each once, however many of its values change.
+  report.changes.push_back({u"HKEY_LOCAL_MACHINE\\a\nb", u"PackageName", {}, {}});
+  report.changes.push_back({u"HKEY_LOCAL_MACHINE\\c\nd", u"LocalPackage", {}, {}});
+  EXPECT_EQ(
+      KeysThatNoFileCarries(report),
+      (std::vector<std::u16string>{u"HKEY_LOCAL_MACHINE\\a\nb", u"HKEY_LOCAL_MACHINE\\c\nd"}));
 }
 
 TEST_F(RehearseHost, AListThatBreaksOffIsNoted) {
