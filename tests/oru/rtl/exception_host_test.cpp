@@ -249,6 +249,17 @@ TEST(TraceFaults, AScopeWithoutMemoryForItsNameIsSilent) {
   EXPECT_GE(faults, silent);
 }
 
+TEST(TraceFaults, AScopeWithoutATracerTakesNoMemory) {
+  const oru::String16 name(u"a name that is too long for the buffer of a string ");
+  host::StartCallLog();
+  host::ClearCallLog();
+  {
+    oru::TraceScope scope;
+    scope.Start(nullptr, name);
+  }
+  EXPECT_TRUE(host::CallsOf("HeapAlloc").empty());
+}
+
 // Refuses every opening.
 class ClosedTracer final : public tests::ObjectStub<oru::ITracer> {
  public:
