@@ -188,6 +188,16 @@ TEST_F(RehearsalRegistry, AClosedHandleStandsForNothing) {
   EXPECT_EQ(winapi::RegCloseKey(winapi::HkeyLocalMachine()), 0U);
 }
 
+TEST_F(RehearsalRegistry, HandlesAreMultiplesOfFourAndNeverGivenTwice) {
+  const Rehearsal rehearsal(Machine::ThisOne());
+  const winapi::Key first = Open(kPath);
+  EXPECT_EQ(winapi::RegCloseKey(first), 0U);
+  const winapi::Key second = Open(kPath);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first) % 4, 0U);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(second) % 4, 0U);
+  EXPECT_NE(first, second);
+}
+
 TEST_F(RehearsalRegistry, AnOpenFailsAsInTheMachine) {
   const Rehearsal rehearsal(Machine::ThisOne());
   winapi::Key key = winapi::HkeyLocalMachine();
