@@ -121,6 +121,19 @@ TEST(Judge, AFailureLeavesTheRestUntouched) {
   EXPECT_EQ(products[3].verdicts, std::vector{Verdict::kOrdinary});
 }
 
+TEST(Judge, AValueThatIsWrittenCountsThoughItsMarkStays) {
+  Findings findings;
+  findings.records = {Marked(u"A")};
+  findings.records[0].values[kPackageName] = Text(u"old");
+  const std::u16string source = kSourcePath + u"A\\SourceList";
+  findings.correction.changes.push_back(
+      {source, u"PackageName", Text(u"old"), Text(u"zum_win.msi")});
+  findings.correction.failedChanges = {{source, u"PackageNameNotExist", winapi::kErrorDiskFull}};
+  findings.failed = true;
+  EXPECT_EQ(VerdictsOf(findings, 0),
+            (std::vector{Verdict::kFailsHere, Verdict::kOverwritesOrdinaryValue}));
+}
+
 TEST(Judge, WhatIsLeftAloneIsToldWhereItFailsToo) {
   Findings findings;
   findings.records = {Marked(u"A"), Marked(u"B")};

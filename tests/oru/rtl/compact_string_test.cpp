@@ -49,6 +49,15 @@ TEST_F(CompactStringTest, ConstantsAreThoseOfTheShortAndTheLongForm) {
   EXPECT_EQ(sizeof(CompactString), sizeof(void*) == 4 ? 12u : 16u);
 }
 
+TEST_F(CompactStringTest, IsEmptyWithoutCharacters) {
+  CompactString text;
+  EXPECT_TRUE(text.empty());
+  text.append("a");
+  EXPECT_FALSE(text.empty());
+  text.clear();
+  EXPECT_TRUE(text.empty());
+}
+
 TEST_F(CompactStringTest, ElevenCharactersStayShortWithALastByteOfZero) {
   const CompactString string("12345678901");
   EXPECT_TRUE(Holds(string, "12345678901"));

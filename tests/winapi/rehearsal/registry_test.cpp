@@ -198,6 +198,26 @@ TEST_F(RehearsalRegistry, HandlesAreMultiplesOfFourAndNeverGivenTwice) {
   EXPECT_NE(first, second);
 }
 
+TEST_F(RehearsalRegistry, ANameNeedsRoomForItsZero) {
+  const Rehearsal rehearsal(Machine::ThisOne());
+  const winapi::Key key = Open(kPath);
+  char16_t name[6] = {};
+  EXPECT_EQ(winapi::RegEnumKeyW(key, 0, name, 5), winapi::kErrorMoreData);
+  EXPECT_EQ(winapi::RegEnumKeyW(key, 0, name, 6), 0U);
+  EXPECT_EQ(std::u16string(name), u"first");
+}
+
+TEST_F(RehearsalRegistry, RightsByOtherNamesAreSpelledOut) {
+  constexpr winapi::Dword kMaximumAllowed = 0x02000000;
+  constexpr winapi::Dword kGenericAll = 0x10000000;
+  const Rehearsal rehearsal(Machine::ThisOne());
+  for (const winapi::Dword rights : {kMaximumAllowed, kGenericAll}) {
+    const winapi::Key key = Open(kPath, rights | winapi::kKeyWow6464Key);
+    EXPECT_EQ(Query(key, u"Name").error, 0U) << rights;
+    EXPECT_EQ(Set(key, u"Name", winapi::kRegBinary, m_new, 2), 0U) << rights;
+  }
+}
+
 TEST_F(RehearsalRegistry, AnOpenFailsAsInTheMachine) {
   const Rehearsal rehearsal(Machine::ThisOne());
   winapi::Key key = winapi::HkeyLocalMachine();
