@@ -204,6 +204,13 @@ TEST_F(RehearseHost, AKeyThatNoFileCanCarryIsLeftOutAndNamed) {
       (std::vector<std::u16string>{u"HKEY_LOCAL_MACHINE\\a\nb", u"HKEY_LOCAL_MACHINE\\c\nd"}));
 }
 
+TEST_F(RehearseHost, FilesEndWithAnEmptyLine) {
+  const Report report = Run();
+  const std::string end("\r\0\n\0\r\0\n\0", 8);
+  EXPECT_TRUE(ChangesFile(report, "now").ends_with(end));
+  EXPECT_TRUE(UndoFile(report, "now").ends_with(end));
+}
+
 TEST_F(RehearseHost, AListThatBreaksOffIsNoted) {
   tests::CreateKey(kUserData + u"\\" + std::u16string(300, u'B'));
   const Report report = Run();

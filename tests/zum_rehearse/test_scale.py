@@ -37,6 +37,14 @@ class Scale(RehearsalCase):
         self.assertEqual(done.returncode, 2)
         self.assertEqual(len(done.stderr.splitlines()), kinds.count("torn"))
 
+    def test_without_a_second_process_it_says_why(self):
+        self.machines(2)
+        done = subprocess.run([PROGRAM, "m00000", "m00001"], cwd=self.machine.folder, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, check=False, timeout=60, restore_signals=False,
+                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (4, 4)))
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assertEqual(done.stderr, b"zum_rehearse: a worker can't be started: Too many open files\n")
+
     def test_a_process_that_is_killed_costs_one_machine(self):
         self.machines(6)
         pipe = self.machine.folder / "m00001/x.reg"
