@@ -94,7 +94,8 @@ def prepare(options, listed):
 def chosen(options, found, listed):
     by_id = {broken.id: broken for group in found.values() for broken in group}
     if options.again or options.all_tests:
-        return [by_id[row.id] for row in list(listed.rows.values()) if row.outcome == "survived" and row.id in by_id]
+        return [by_id[row.id] for row in list(listed.rows.values())
+                if row.outcome == "survived" and not row.reason and row.id in by_id]
     return drawing.draw(found, listed, options.seed, options.least, options.count)
 
 

@@ -50,11 +50,26 @@ def lists_first_subkey_only(data, names):
     return bytes(patched)
 
 
-def loses_data_of(data, name):
-    """The hive with a value of this name whose data lies outside of the file."""
+def value_at(data, name):
+    """Where the record of the value of this name begins; size and place of its data stand behind four bytes."""
     place = data.index(name.encode("ascii"), BLOCK) - 20
     assert data[place:place + 2] == b"vk"
-    return data[:place + 8] + struct.pack("<I", 0x7FFFFFF0) + data[place + 12:]
+    return place
+
+
+def loses_data_of(data, name):
+    """The hive with a value of this name whose data lies outside of the file."""
+    place = value_at(data, name) + 8
+    return data[:place] + struct.pack("<I", 0x7FFFFFF0) + data[place + 4:]
+
+
+def shares_data_of(data, name, others):
+    """The hive with values of other names that have the bytes of this one."""
+    shared = data[value_at(data, name) + 4:][:8]
+    for other in others:
+        place = value_at(data, other) + 4
+        data = data[:place] + shared + data[place + 8:]
+    return data
 
 
 def write(path, branch):

@@ -63,6 +63,19 @@ class Hives(RehearsalCase):
         self.assertEqual((done.returncode, report["products"][0]["version"]), (1, None))
         self.assertEqual(report["notes"], [f"{hive} has 1 values that can't be read"])
 
+    def test_values_that_share_their_bytes_are_damage(self):
+        others = [f"Other{number:02}" for number in range(20)]
+        values = {"Largest": (SZ, sz("x" * 500)), **{name: (SZ, sz("small")) for name in others}}
+        hive = self.hive(product(key_name(1), values, {}))
+        data = hive.read_bytes()
+        self.assertEqual(self.call("--json", hive).returncode, 0)
+        hive.write_bytes(hive_file.shares_data_of(data, "Largest", others))
+        self.assertGreater(20 * 1000, len(data))
+        done = self.call("--json", hive)
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual(self.parse(done.stdout)[0]["error"],
+                         f"{hive}: the hive is damaged: its values hold more bytes than the file")
+
     def test_a_damaged_hive_is_told(self):
         hive = self.hive(product(key_name(1), MARKED, {}))
         data = hive.read_bytes()

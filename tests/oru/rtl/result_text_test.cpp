@@ -8,6 +8,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "tests/support/checks.h"
 #include "tests/support/text.h"
@@ -20,6 +21,31 @@ using tests::Hexadecimal;
 struct Row {
   std::uint32_t code;
   const char* text;
+};
+
+// The codes that have a name, by the text of what they are named after.
+constexpr std::pair<oru::ResultCode, const char*> kNamed[] = {
+    {oru::sOk, "No error"},
+    {oru::sFalse, "False"},
+    {oru::errNotSupportedInterface, "Interface not supported"},
+    {oru::errUnexpected, "Unexpected"},
+    {oru::errOutOfMemory, "Out of memory"},
+    {oru::errNotImplemented, "Not implemented"},
+    {oru::errBufferTooSmall, "Buffer too small"},
+    {oru::errInvalidArgument, "Invalid argument"},
+    {oru::errNotMatched, "Not matched"},
+    {oru::errUnspecified, "Unspecified error"},
+    {oru::errInvalidSignature, "Invalid signature"},
+    {oru::errInvalidType, "Invalid type"},
+    {oru::errInvalidState, "Invalid state"},
+    {oru::errUnknownException, "Unknown exception"},
+    {oru::errTraceLevelOk, "Trace level ok"},
+    {oru::errTraceLevelProhibited, "Trace level prohibited"},
+    {oru::errPlatformUnspecified, "Unspecified platform error"},
+    {oru::errFileNotFound, "File not found"},
+    {oru::errPathNotFound, "Path not found"},
+    {oru::errInvalidPathName, "Invalid path name"},
+    {oru::errWaitAbandoned, "Wait abandoned"},
 };
 
 constexpr Row kRtlRows[] = {
@@ -243,6 +269,10 @@ TEST(FrameworkResultText, IsNeverEmpty) {
     EXPECT_EQ(oru::GetFrameworkResultText(MakeResultCode(code)).view(), u"Unknown result code")
         << Hexadecimal(code);
   }
+}
+
+TEST(ResultCode, NamesMeanWhatTheirTextsSay) {
+  for (const auto& [code, text] : kNamed) EXPECT_EQ(oru::LookupResultText(code), text);
 }
 
 TEST(ResultCode, FailureIsExactlyTheSeverityBit) {
