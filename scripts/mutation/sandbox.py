@@ -39,8 +39,8 @@ def run(command, environment, shown, processor_seconds, wall_seconds, memory=Non
     def limit():
         resource.setrlimit(resource.RLIMIT_CPU, (int(processor_seconds) + 1, int(processor_seconds) + 2))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-        if memory:
-            resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
+        if memory:  # addresses that nothing is written to don't count
+            resource.setrlimit(resource.RLIMIT_DATA, (memory, memory))
 
     cage = [*_BWRAP, "--ro-bind", str(shown), str(shown), "--chdir", "/tmp"]
     with tempfile.TemporaryFile() as output:

@@ -10,6 +10,7 @@ import re
 import shutil
 import subprocess
 import sys
+import tempfile
 
 PROJECT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(PROJECT / "tests/e2e"))
@@ -22,6 +23,7 @@ from registry_rule import CLASSES, USER_DATA  # noqa: E402
 PROGRAM = pathlib.Path(os.environ["ZUM_REHEARSE"]) if "ZUM_REHEARSE" in os.environ else None
 SCHEMA = json.loads((PROJECT / "docs/rehearsal.schema.json").read_text(encoding="utf-8"))
 NATIVE = os.environ.get("ZUM_WORLD") == "native"
+NOBODY = 65534  # the number of a user without rights
 COMPLETED = {"code": "0x00000000", "line": "Completed"}
 FAILED = {"code": "0xa1780003", "line": "Failed: 0xa1780003 (Problem in disable protective upgrade registry)"}
 
@@ -53,6 +55,22 @@ class RehearsalCase(MachineCase):
                               cwd=cwd or self.machine.folder, timeout=240, check=False,
                               env={name: value for name, value in os.environ.items() if name != "COLUMNS"}
                               | {"ZUM_HOST_ROOT": "/nonexistent/host"} | (environment or {}))
+
+    def call_without_rights(self, *arguments):
+        """The native program as a user to whom something can be forbidden, and who finds it, and the files that are
+        given, where he may look."""
+        folder = pathlib.Path(tempfile.mkdtemp(prefix="zum-rehearse-", dir="/tmp"))
+        self.addCleanup(shutil.rmtree, folder)
+        folder.chmod(0o755)
+        command = []
+        for argument in (PROGRAM, *arguments):
+            source = pathlib.Path(argument)
+            if source.is_relative_to(self.machine.folder) and source.is_file() or source == PROGRAM:
+                source = pathlib.Path(shutil.copy(source, folder))
+                source.chmod(0o555)
+            command.append(source)
+        user = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
+        return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False, timeout=60, **user)
 
     def rehearse(self, branch, *arguments):
         """Status and standard output of a run on the branch; the machine must be the same afterwards."""

@@ -3,6 +3,7 @@
 import os
 import pathlib
 import subprocess
+import tempfile
 
 import reg_file
 from products import MARKED, MARKED_NAME, ORDINARY, ORDINARY_NAME, key_name, product
@@ -82,6 +83,14 @@ class Inputs(RehearsalCase):
         done = self.call("--json", folder)
         self.assertEqual((done.returncode, self.names(done)), (1, ["\ufffd\ufffd"]))
         self.assertIn(b"\\x{ff}\\x{fe}", self.call(folder).stdout)
+
+    def test_a_folder_that_may_not_be_read_is_told(self):
+        folder = pathlib.Path(tempfile.mkdtemp(prefix="zum-rehearse-", dir="/tmp"))
+        self.addCleanup(folder.rmdir)
+        folder.chmod(0o111)
+        done = self.call_without_rights(folder)
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual(done.stderr.decode(), f"zum_rehearse: {folder}: Permission denied\n")
 
     def test_unreadable_input_is_named_and_the_others_go_on(self):
         self.export(BOTH, "good/x.reg")

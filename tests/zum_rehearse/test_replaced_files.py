@@ -14,7 +14,6 @@ from rehearsal_cases import PROGRAM, RehearsalCase, only_on
 BRANCH = product(key_name(1), MARKED, {})
 OPTIONS = ("--undo", "--changes", "--html")
 OLD = b"an older file"
-NOBODY = 65534
 
 
 @only_on("native")
@@ -78,18 +77,6 @@ class ReplacedFiles(RehearsalCase):
                 self.assertEqual(self.target.read_bytes(), OLD)
                 self.check_no_leftovers()
 
-    def call_without_rights(self, *arguments):
-        """As a user to whom something can be forbidden, and who finds the program where he may look."""
-        folder = pathlib.Path(tempfile.mkdtemp(prefix="zum-rehearse-", dir="/tmp"))
-        self.addCleanup(shutil.rmtree, folder)
-        folder.chmod(0o755)
-        for name, source in (("program", PROGRAM), ("in.reg", self.export_file)):
-            shutil.copyfile(source, folder / name)
-            (folder / name).chmod(0o555)
-        user = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
-        return subprocess.run([folder / "program", folder / "in.reg", *arguments], stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, check=False, timeout=60, **user)
-
     def test_rights_of_file_and_folder(self):
         """A file that may not be written to stays, though its folder would let it be replaced; one that may be is
         written to where its folder takes no other file."""
@@ -103,7 +90,7 @@ class ReplacedFiles(RehearsalCase):
                     target.write_bytes(OLD)
                     target.chmod(file_mode)
                     folder.chmod(folder_mode)
-                    done = self.call_without_rights(option, target)
+                    done = self.call_without_rights(self.export_file, option, target)
                     self.assertEqual(done.returncode, 1 if is_replaced else 2, done.stderr)
                     data = target.read_bytes()
                     self.assertTrue(self.is_new(data) if is_replaced else data == OLD, data)
