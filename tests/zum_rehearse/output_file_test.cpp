@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/support/temporary_folder.h"
+#include "winapi/process.h"
 
 namespace {
 
@@ -34,6 +35,9 @@ TEST_F(OutputFileTest, ANewFileIsThereOnceItIsWhole) {
   OutputFile file(Path());
   file.Stream() << "text" << std::flush;
   EXPECT_FALSE(std::filesystem::exists(Path()));
+  // Where a run that is killed leaves it.
+  const std::string beside = "report." + std::to_string(winapi::GetCurrentProcessId()) + ".new";
+  EXPECT_EQ(ContentOf(Path().parent_path() / beside), "text");
   std::string reason;
   EXPECT_TRUE(file.Commit(reason)) << reason;
   EXPECT_EQ(ContentOf(Path()), "text");

@@ -67,6 +67,8 @@ TEST_F(RehearseHost, WithAllRightsAllAreRepaired) {
   const Report report = Run();
   EXPECT_EQ(report.ChangedProducts(), 3U);
   EXPECT_EQ(report.outcome.line, "Completed");
+  EXPECT_EQ(report.products[0].verdicts,
+            (std::vector{Verdict::kWouldBeRepaired, Verdict::kPackageNotKnownHere}));
   EXPECT_FALSE(report.asRun);
   EXPECT_EQ(StatusOf(report), 1);
   EXPECT_EQ(report.changes.size(), 12U);
