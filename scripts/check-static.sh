@@ -47,7 +47,7 @@ run_analyzer() {
 import json, pathlib, sys
 for entry in json.loads(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8")):
     command = entry["command"].split(" -o ")[0]
-    print(f"cd {entry['directory']} && timeout 300 {command} {sys.argv[2]} -S -o /dev/null {entry['file']}")
+    print(f"cd {entry['directory']} && timeout 1200 {command} {sys.argv[2]} -S -o /dev/null {entry['file']}")
 END
 }
 

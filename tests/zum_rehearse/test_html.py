@@ -56,7 +56,8 @@ class Html(RehearsalCase):
     def test_tells_what_the_table_tells(self):
         text = self.page(product("26F1C3B745A9D0E4C812D5E6F708192A", MARKED, MARKED_NAME)
                          | product(key_name(2), ORDINARY, {}))
-        self.assertIn("<p>1 machine; status of the whole: 1</p>", text)
+        status = 1 if NATIVE else 4  # on Windows the package is looked for
+        self.assertIn(f"<p>1 machine; status of the whole: {status}</p>", text)
         page = Page(text)
         self.assertEqual(page.open, [])
         heading, machine, row = page.rows
