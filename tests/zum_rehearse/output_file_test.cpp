@@ -2,62 +2,48 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <ostream>
+#include <set>
 #include <string>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/directory_tree.h"
 #include "winapi/process.h"
 
 namespace {
 
 using zum_rehearse::OutputFile;
+using Names = std::set<std::u16string>;
 
-std::string ContentOf(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-class OutputFileTest : public ::testing::Test {
- protected:
-  [[nodiscard]] std::filesystem::path Path() const { return m_folder.Path() / "report"; }
-  [[nodiscard]] std::ptrdiff_t FilesThere() const {
-    return std::distance(std::filesystem::directory_iterator(Path().parent_path()), {});
-  }
-
- private:
-  tests::TemporaryFolder m_folder;
-};
-
-TEST_F(OutputFileTest, ANewFileIsThereOnceItIsWhole) {
-  OutputFile file(Path());
+TEST(OutputFileTest, ANewFileIsThereOnceItIsWhole) {
+  const tests::DirectoryTree tree;
+  OutputFile file(tree.File(u"report"));
   file.Stream() << "text" << std::flush;
-  EXPECT_FALSE(std::filesystem::exists(Path()));
+  EXPECT_FALSE(tree.Has(u"report"));
   // Where a run that is killed leaves it.
   const std::string beside = "report." + std::to_string(winapi::GetCurrentProcessId()) + ".new";
-  EXPECT_EQ(ContentOf(Path().parent_path() / beside), "text");
+  EXPECT_EQ(tree.Read(std::u16string(beside.begin(), beside.end())), "text");
   std::string reason;
   EXPECT_TRUE(file.Commit(reason)) << reason;
-  EXPECT_EQ(ContentOf(Path()), "text");
-  EXPECT_EQ(FilesThere(), 1);
+  EXPECT_EQ(tree.Read(u"report"), "text");
+  EXPECT_EQ(tree.Names(), Names{u"report"});
 }
 
-TEST_F(OutputFileTest, AnOldFileIsAsItWasUntilThen) {
-  std::ofstream(Path()) << "old";
-  OutputFile file(Path());
+TEST(OutputFileTest, AnOldFileIsAsItWasUntilThen) {
+  const tests::DirectoryTree tree;
+  tree.Write(u"report", "old");
+  OutputFile file(tree.File(u"report"));
   file.Stream() << "text" << std::flush;
-  EXPECT_EQ(ContentOf(Path()), "old");
+  EXPECT_EQ(tree.Read(u"report"), "old");
   std::string reason;
   EXPECT_TRUE(file.Commit(reason)) << reason;
-  EXPECT_EQ(ContentOf(Path()), "text");
-  EXPECT_EQ(FilesThere(), 1);
+  EXPECT_EQ(tree.Read(u"report"), "text");
+  EXPECT_EQ(tree.Names(), Names{u"report"});
 }
 
-TEST_F(OutputFileTest, WhatIsNotCommittedLeavesNothing) {
-  OutputFile(Path()).Stream() << "text" << std::flush;
-  EXPECT_EQ(FilesThere(), 0);
+TEST(OutputFileTest, WhatIsNotCommittedLeavesNothing) {
+  const tests::DirectoryTree tree;
+  OutputFile(tree.File(u"report")).Stream() << "text" << std::flush;
+  EXPECT_EQ(tree.Names(), Names());
 }
 
 }  // namespace

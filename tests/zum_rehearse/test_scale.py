@@ -11,6 +11,10 @@ from products import MARKED, ORDINARY, key_name, product
 from rehearsal_cases import PROGRAM, RehearsalCase, only_on
 
 
+def is_sanitized():
+    return b"__asan_init" in PROGRAM.read_bytes()
+
+
 @only_on("native")
 class Scale(RehearsalCase):
     def machines(self, count):
@@ -38,7 +42,7 @@ class Scale(RehearsalCase):
         self.assertEqual(len(done.stderr.splitlines()), kinds.count("torn"))
 
     def test_without_a_second_process_it_says_why(self):
-        if b"__asan_init" in PROGRAM.read_bytes():
+        if is_sanitized():
             self.skipTest("the sanitizers need files of their own")
         self.machines(2)
         done = subprocess.run([PROGRAM, "m00000", "m00001"], cwd=self.machine.folder, stdout=subprocess.PIPE,
@@ -99,7 +103,7 @@ class Scale(RehearsalCase):
         raise AssertionError("no worker waits for the pipe")
 
     def test_memory_does_not_grow_with_the_machines(self):
-        if b"__asan_init" in PROGRAM.read_bytes():
+        if is_sanitized():
             self.skipTest("the address sanitizer keeps freed memory, so the peak says nothing")
         self.machines(400)
         peaks = []
