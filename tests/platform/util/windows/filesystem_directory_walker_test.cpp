@@ -9,10 +9,14 @@
 #include "tests/support/checks.h"
 #include "tests/support/directory_tree.h"
 #include "tests/support/result_code.h"
+#include "winapi/files.h"
 
 namespace {
 
+using product_platform::filesystem::ClassifyEntry;
 using product_platform::filesystem::DirectoryWalker;
+using product_platform::filesystem::EntryClass;
+using product_platform::filesystem::FindContext;
 using product_platform::filesystem::FlatPolicy;
 using product_platform::filesystem::IsDotName;
 using product_platform::filesystem::RemovalPolicy;
@@ -65,6 +69,32 @@ TEST(DirectoryWalker, RemovalPolicyEntersAndRemovesOnTheWayOut) {
   EXPECT_FALSE(tree.Has(u"empty"));
   EXPECT_TRUE(tree.Has(u"full/b"));  // the files are the caller's
   EXPECT_TRUE(tree.Has(u""));        // and the first directory too
+}
+
+// Goes into every plain directory and changes nothing.
+struct ReadingPolicy {
+  void Start() noexcept {}
+  [[nodiscard]] static constexpr bool Descends() noexcept { return true; }
+  void Enter() noexcept {}
+  void Leave(const std::u16string& /*directory*/) noexcept {}
+};
+
+// A drive's root lists neither "." nor "..", so that a directory may come first. Under Windows the
+// root is the system's own, and is only read.
+TEST(DirectoryWalker, OpensARootWithinItsFirstDirectory) {
+#ifndef _WIN32
+  ASSERT_NE(winapi::CreateDirectoryW(u"C:\\sub", nullptr), 0);
+#endif
+  FindContext root;
+  ASSERT_EQ(root.OpenFind(u"C:\\"), oru::sOk);
+  const std::u16string first = u"C:\\" + std::u16string(root.Name());
+  if (ClassifyEntry(root.Data().dwFileAttributes) != EntryClass::kDirectory ||
+      ORU_FAILED(FindContext().OpenFind(first))) {
+    GTEST_SKIP() << "the root's first entry isn't a directory that can be listed";
+  }
+  DirectoryWalker<ReadingPolicy> walker;
+  ASSERT_EQ(walker.Open(u"C:\\"), oru::sOk);
+  EXPECT_EQ(walker.CurrentPath(), first + u"\\.");
 }
 
 TEST(DirectoryWalker, IsEmptyBeforeAndAfterAWalk) {
