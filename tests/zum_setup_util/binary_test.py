@@ -24,6 +24,11 @@ import pe_file  # noqa: E402
 ALLOWED_IMPORTS = {"kernel32.dll", "advapi32.dll", "ole32.dll", "msvcrt.dll"}
 LOADED_ON_FIRST_USE = ("wintrust.dll", "crypt32.dll", "ktmw32.dll")
 DYNAMIC_BASE, NX_COMPAT = 0x0040, 0x0100
+# The process-wide tables of functions, which are filled before the entry and which nothing refers to.
+LOOKED_UP_AT_THE_START = (
+    "NtSuspendProcess", "NtResumeProcess", "NtQueryInformationProcess", "NtSetInformationProcess",
+    "NtQueryInformationThread", "NtSetInformationThread", "RtlNtStatusToDosError",
+    "GetThreadDescription", "SetThreadDescription", "InitializeProcThreadAttributeList", "UpdateProcThreadAttribute")
 MOST_BYTES = 1_380_000  # the standard library's handler of uncaught exceptions alone would be 48,000 more
 SUPPORTED_SYSTEMS = {
     "{35138b9a-5d96-4fbd-8e2d-a2440225f93a}": "Windows 7", "{4a2f28e3-53b9-4441-ba9c-d69d4a4a6e38}": "Windows 8",
@@ -103,6 +108,12 @@ def check_exports(file):
         yield f"exports {file.exports()}"
 
 
+def check_entry_tables(file):
+    for name in LOOKED_UP_AT_THE_START:
+        if name.encode() + b"\0" not in file.data:
+            yield f"doesn't look {name} up"
+
+
 def check_size(file):
     if len(file.data) > MOST_BYTES:
         yield f"has {len(file.data)} bytes"
@@ -160,7 +171,7 @@ class Binary(unittest.TestCase):
 
     def replaced(self, old, new):
         self.assertEqual(len(old), len(new))
-        self.assertIn(old, self.data)
+        self.assertTrue(old in self.data, f"{old} isn't in the program")
         return self.data.replace(old, new)
 
     def replaced_text(self, old, new):
@@ -214,6 +225,10 @@ class Binary(unittest.TestCase):
         at = self.file.export_name_offset()
         self.check(check_exports, self.patched(at, b"_etTracer"),
                    self.patched(self.file.optional + 96 + 8 * pe_file.EXPORTS, b"\0" * 8))
+
+    def testLooksUpTheEntryTables(self):
+        names = [name.encode() for name in LOOKED_UP_AT_THE_START]
+        self.check(check_entry_tables, *(self.replaced(name, b"x" * len(name)) for name in names))
 
     def testIsSmall(self):
         self.check(check_size, self.data + b"\0" * MOST_BYTES)
