@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "oru/rtl/alloc_std.h"
 #include "oru/rtl/object_impl.h"
 #include "oru/rtl/object_ptr.h"
 #include "oru/rtl/result_code.h"
@@ -252,6 +253,20 @@ TEST(SimpleChannelTracerTest, HoldsItsChannelAndLetsGoOfIt) {
   }
   EXPECT_EQ(channel->AddRef(), 2u);
   EXPECT_EQ(channel->Release(), 1u);
+}
+
+TEST(SimpleChannelTracerTest, EachHasAnAllocatorObjectOfItsOwn) {
+  const std::int32_t before = oru::AllocStd::LiveCount();
+  {
+    const Fixture first;
+    EXPECT_EQ(oru::AllocStd::LiveCount(), before + 1);
+    {
+      const Fixture second;
+      EXPECT_EQ(oru::AllocStd::LiveCount(), before + 2);
+    }
+    EXPECT_EQ(oru::AllocStd::LiveCount(), before + 1);
+  }
+  EXPECT_EQ(oru::AllocStd::LiveCount(), before);
 }
 
 TEST(SimpleChannelTracerTestOwnProcess, MissingChannelIsReportedAtTheCommitToo) {
