@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <memory>
+#include <vector>
 
 #include "oru/rtl/exception_text.h"
 #include "tests/support/checks.h"
@@ -17,6 +19,20 @@ namespace {
 std::u16string MessageOf(const oru::Exception& exception) {
   return std::u16string(exception.Message().view());
 }
+
+// Shows the field that has no accessor.
+class Open : public WindowsErrorException {
+ public:
+  using WindowsErrorException::WindowsErrorException;
+  template <typename Member>
+  [[nodiscard]] std::size_t Offset(const Member& member) const {
+    return static_cast<std::size_t>(reinterpret_cast<const char*>(&member) -
+                                    reinterpret_cast<const char*>(this));
+  }
+  [[nodiscard]] std::vector<std::size_t> Offsets() const {
+    return {Offset(m_resultCode), Offset(systemError)};
+  }
+};
 
 constexpr winapi::Dword kWithoutText = 0x2000BEEF;
 
@@ -136,6 +152,16 @@ TEST(WindowsErrorException, CopyHasTheStatus) {
   const WindowsErrorException copy(exception);
   EXPECT_EQ(copy.systemError, 0xC0000022u);
   EXPECT_EQ(MessageOf(copy), MessageOf(exception));
+}
+
+TEST(WindowsErrorException, StatusStandsBehindTheResultCode) {
+  const std::vector<std::size_t> offsets = Open(5, "F(x)").Offsets();
+#ifdef _WIN32
+  EXPECT_EQ(offsets, (std::vector<std::size_t>{52, 56}));
+  EXPECT_EQ(sizeof(WindowsErrorException), 60u);
+#else
+  EXPECT_EQ(offsets[1], offsets[0] + 4);
+#endif
 }
 
 TEST(WindowsErrorException, RethrowAndCloneKnowTheType) {
