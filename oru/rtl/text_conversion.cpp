@@ -143,14 +143,6 @@ unsigned EncodeUtf8Units(std::uint32_t codePoint, char (&units)[kMaxUnits]) noex
   return n;
 }
 
-// For the trace, where a text with a mark in it is worth more than none.
-unsigned EncodeUtf8OrMark(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept {
-  const unsigned n = EncodeUtf8Units(codePoint, units);
-  if (n != 0) return n;
-  units[0] = '?';
-  return 1;
-}
-
 // The low 16 bits only: a code point from 0x10000 up isn't refused for its size but taken for
 // another one, U+10041 for "A" and U+10000 for the zero character.
 unsigned EncodeAnsi(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept {

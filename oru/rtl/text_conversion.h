@@ -26,7 +26,8 @@ namespace oru {
 [[nodiscard]] unsigned EncodeUtf8(std::uint32_t codePoint, char (&bytes)[4]) noexcept;
 
 // The UTF-8 form as the trace stream wants it, into memory of its own: the first gives the number
-// of bytes, the second writes them. A code point that EncodeUtf8 refuses stands as "?".
+// of bytes, the second writes them. Nothing is refused, and so needs a "?" in its place: what
+// 16-bit text can hold ends at 0x10FFFF.
 [[nodiscard]] std::size_t CountUtf8(std::u16string_view source) noexcept;
 void WriteUtf8(std::u16string_view source, char* bytes) noexcept;
 

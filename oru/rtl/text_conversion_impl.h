@@ -28,8 +28,6 @@ inline constexpr std::size_t kMaxUnits = 16;
 [[nodiscard]] bool DecodeAnsi(const char*& first, const char* last,
                               std::uint32_t& codePoint) noexcept;
 [[nodiscard]] unsigned EncodeUtf8Units(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept;
-// "?" for what the one above refuses.
-[[nodiscard]] unsigned EncodeUtf8OrMark(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept;
 [[nodiscard]] unsigned EncodeAnsi(std::uint32_t codePoint, char (&units)[kMaxUnits]) noexcept;
 // Nothing from 0x110000 on.
 [[nodiscard]] unsigned EncodeWide(std::uint32_t codePoint, char16_t (&units)[kMaxUnits]) noexcept;

@@ -61,8 +61,8 @@ class TraceStream {
   // Inserts a number in `base`, limited to 16 (below 2 counts as 10), padded like text. kShowBase
   // puts "0x" in front in base 16 and "0" in base 8, also for 0.
   void InsertUnsigned(std::uint64_t value, unsigned base) noexcept;
-  // Inserts 16-bit text as UTF-8, padded like text of that many bytes, with "?" for what can't be
-  // encoded. errOutOfMemory when there is no place.
+  // Inserts 16-bit text as UTF-8, padded like text of that many bytes. errOutOfMemory when there is
+  // no place.
   [[nodiscard]] ResultCode InsertUtf16(std::u16string_view text) noexcept;
 
   // The same three with the width, the alignment and the fill of `spec` in place of the stream's. A

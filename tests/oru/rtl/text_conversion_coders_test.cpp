@@ -83,14 +83,6 @@ TEST(EncodeWide, KnowsItsEdges) {
   EXPECT_EQ(oru::detail::EncodeWide(0xFFFFFFFF, units), 0u);
 }
 
-TEST(EncodeUtf8OrMark, PutsAMarkForWhatHasNoForm) {
-  char units[kMaxUnits] = {};
-  EXPECT_EQ(oru::detail::EncodeUtf8OrMark(0x110000, units), 1u);
-  EXPECT_EQ(units[0], '?');
-  EXPECT_EQ(oru::detail::EncodeUtf8OrMark(0x20AC, units), 3u);
-  EXPECT_EQ(std::string(units, 3), "\xE2\x82\xAC");
-}
-
 TEST(AppendWidened, StopsAtTheFirstCharacterThatFails) {
   String16 target(u"old ");
   oru::detail::AppendWidened(target, "ab!cd", DecodeWithGaps);
