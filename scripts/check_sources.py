@@ -13,6 +13,7 @@ The rules:
                includes it first; main.cpp and the seam's two worlds have none
   length       no file has more than 500 lines
   text         no tabs, no trailing blanks, a line end at the end
+  checks       the reported checks of a file have the texts that are listed for it
   drawings     each file and folder that a drawing in docs/drawings names is there, and the SVG shows what its source says
 """
 
@@ -44,6 +45,26 @@ SEAM_BEHIND = ("winapi/win32/", "winapi/host/", "winapi/rehearsal/")
 WINDOWS_H_ALLOWED = ("winapi/win32/", "tests/support/win32/", "tests/e2e/helpers/", "tests/windows_check/")
 WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "tests/", "bench/wine/")
 MOST_LINES = 500
+# All reported checks of the files with one that no test can make fail. Its text is the expression in the source: it would
+# change with the name of a local, and no test would see it.
+CHECK_TEXTS = {
+    "oru/rtl/compact_string.cpp": [
+        "n <= max_size() - capacity", "min_capacity() < n", "n <= max_size()", "n < capacity_including_null_char",
+        "data != nullptr", "size < capacity_including_null_char", "ptr != nullptr",
+        "oru::math::is_aligned(capacity_including_null_char, heap_capacity_alignment)",
+        "n <= capacity_without_null_char()"],
+    "oru/rtl/object_impl.h": ["m_ref == 0", "memory != nullptr", "m_ref > 0"],
+    "oru/rtl/vector.h": [
+        "size() + n > capacity()", "max_size() >= size_now", "n <= max_size()", "size() <= max_size() - n"],
+    "oru/system/datetime/windows/year_function.cpp": ["nullptr != g_fnGetTimeZoneInformationForYear"],
+    "platform/util/windows/filesystem/file_operations.cpp": ["finder.IsValid()"],
+    "platform/util/windows/registry.cpp": [
+        "!newKey.IsValid()", "newKey.IsValid()", "key.IsValid()", "value.size() <= MaxSize",
+        "multistring.size() <= MaxSize"],
+    "platform/util/windows/registry_query.cpp": [
+        "MaxSize <= value.max_size()", "key.IsValid()", "key.GetValue() != (( HKEY ) (ULONG_PTR)((LONG)0x80000004) )",
+        "i < OverallInterationsLimit", "capacity <= MaxSize", "newCapacity > capacity"],
+}
 SUFFIXES = {".h", ".cpp"}
 TOP_FOLDERS = ("winapi", "oru", "platform", "standalone_tracer_lib", "zum_setup_util_lib", "zum_setup_util",
                "zum_rehearse", "tests", "bench", "fuzz")
@@ -120,6 +141,20 @@ def check_text(lines, text):
         yield len(lines), "text", "has no line end at its end"
 
 
+def check_check_texts(root):
+    """What ORU_CHECK makes a text of, with the blanks that the compiler leaves, and the text of ORU_CHECK_TEXT."""
+    for path, listed in CHECK_TEXTS.items():
+        text = (root / path).read_text(encoding="utf-8")
+        found = {}
+        for match in re.finditer(r'\bORU_CHECK(?:\((.*?)|_TEXT\(.*?,\s*"((?:\\.|[^"\\])*)")\);', text, re.DOTALL):
+            shown = match.group(2) or " ".join(match.group(1).split())
+            found[shown] = text.count("\n", 0, match.start()) + 1
+        for shown in sorted(found.keys() - set(listed)):
+            yield path, found[shown], "checks", f"the check {shown!r} isn't listed"
+        for missing in sorted(set(listed) - found.keys()):
+            yield path, 1, "checks", f"no check has the text {missing!r}"
+
+
 def check_drawings(root):
     """The texts of each drawing's boxes, from its source: paths must lead somewhere, and the SVG must hold them all."""
     for source in sorted((root / "docs/drawings").glob("*.dot")):
@@ -136,6 +171,7 @@ def check_drawings(root):
 
 
 def offences(root):
+    yield from check_check_texts(root)
     yield from check_drawings(root)
     for top in TOP_FOLDERS:
         for file in sorted((root / top).rglob("*")):
@@ -162,6 +198,9 @@ PLANTS = [
     ("own-header", "oru/rtl/planted6.cpp", '#include "oru/rtl/check.h"\n'),
     ("length", "oru/rtl/planted4.cpp", "\n" * 501),
     ("text", "oru/rtl/planted5.cpp", "int planted = 0; \n"),
+    ("checks", "oru/rtl/vector.h", "".join(f"ORU_CHECK({text.replace('size_now', 'old_size')});\n"
+                                          for text in CHECK_TEXTS["oru/rtl/vector.h"])),
+    ("checks", "oru/system/datetime/windows/year_function.cpp", 'ORU_CHECK_TEXT(function, "nullptr != function");\n'),
     ("drawings", "docs/drawings/planted.dot", 'digraph { box [label="planted\\noru/rtl/no_such_file.cpp"] }\n'),
 ]
 
