@@ -2,9 +2,10 @@
 // file, natively against spdlog's sink for plain files with the same line. What such a line costs
 // by the way in which it has to be composed stands beside it.
 #include <cstdint>
-#include <cstdio>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "bench/cases.h"
@@ -12,6 +13,7 @@
 #include "oru/system/datetime/datetime.h"
 #include "standalone_tracer_lib/trace_lines.h"
 #include "standalone_tracer_lib/tracers.h"
+#include "winapi/process.h"
 
 #ifndef _WIN32
 #include <spdlog/pattern_formatter.h>
@@ -20,6 +22,8 @@
 #endif
 
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr char kKey[] = "26F1C3B745A9D0E4C812D5E6F708192A";
 
@@ -49,6 +53,36 @@ void Compose() {
   bench::Keep(standalone::trace::detail::ComposeRecord(record));
 }
 
+// Of this run alone, since two may go on at once; goes away with its files.
+class Folder {
+ public:
+  Folder()
+      : m_path(fs::temp_directory_path() /
+               ("zum-trace-benchmark-" + std::to_string(winapi::GetCurrentProcessId()))) {
+    fs::create_directory(m_path);
+  }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  ~Folder() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+  }
+
+  [[nodiscard]] fs::path File(const char* name) const { return m_path / name; }
+
+ private:
+  fs::path m_path;
+};
+
+// As the product calls it.
+oru::String16 NameOf(const fs::path& file) {
+#ifdef _WIN32
+  return oru::String16(file.u16string().c_str());
+#else
+  return oru::String16((u"Z:" + file.u16string()).c_str());
+#endif
+}
+
 #ifndef _WIN32
 // Its thread number is decimal; else it is the same line.
 auto Peer(const std::string& file) {
@@ -63,13 +97,11 @@ auto Peer(const std::string& file) {
 }  // namespace
 
 int main(int argc, char** argv) {
-#ifdef _WIN32
-  const oru::String16 path(u"C:\\windows\\temp\\zum-trace-benchmark.log");
-#else
-  const oru::String16 path(u"Z:\\tmp\\zum-trace-benchmark.log");
-#endif
-  standalone::trace::TracerHolder::Instance().Install(standalone::trace::CreateFileTracer(
-      path, "Command line: benchmark", {.enabled = true, .maxLevel = oru::kTraceLevelInfo}));
+  const Folder folder;
+  auto& holder = standalone::trace::TracerHolder::Instance();
+  holder.Install(standalone::trace::CreateFileTracer(
+      NameOf(folder.File("ours.log")), "Command line: benchmark",
+      {.enabled = true, .maxLevel = oru::kTraceLevelInfo}));
   bench::Add("trace_refused", "ours", /*number=*/800, [] { Statement(800); });
   bench::Add("trace_refused", "bare_calls", /*number=*/800, [] { BareCalls(800); });
   bench::Add("trace_record", "ours", /*number=*/700, [] { Statement(700); });
@@ -77,15 +109,11 @@ int main(int argc, char** argv) {
   bench::Add("trace_record", "local_time", /*number=*/700,
              [] { bench::Keep(oru::datetime::ToLocalSystemTime(oru::datetime::Now())); });
 #ifndef _WIN32
-  const std::string peerFile = "/tmp/zum-trace-benchmark-peer.log";
-  bench::Add("trace_record", "spdlog", /*number=*/700, [logger = Peer(peerFile)] {
+  bench::Add("trace_record", "spdlog", /*number=*/700, [logger = Peer(folder.File("peer.log"))] {
     logger->info("setup\t[name] update LocalPackageNotExist for key = {}", kKey);
   });
 #endif
   const int status = bench::Run(argc, argv);
-#ifndef _WIN32
-  (void)std::remove(peerFile.c_str());
-  (void)std::remove("/tmp/zum-trace-benchmark.log");
-#endif
+  holder.Install(standalone::trace::CreateEmptyTracer());  // an open file would stay
   return status;
 }
