@@ -95,6 +95,9 @@ TEST(DirectoryWalker, OpensARootWithinItsFirstDirectory) {
   DirectoryWalker<ReadingPolicy> walker;
   ASSERT_EQ(walker.Open(u"C:\\"), oru::sOk);
   EXPECT_EQ(walker.CurrentPath(), first + u"\\.");
+#ifndef _WIN32
+  EXPECT_NE(winapi::RemoveDirectoryW(u"C:\\sub"), 0);
+#endif
 }
 
 TEST(DirectoryWalker, IsEmptyBeforeAndAfterAWalk) {
