@@ -49,6 +49,12 @@ class Machine:
         return "Z:" + str(path).replace("/", "\\")
 
 
+# What regload is told for a machine without products.
+CLEARING = [f"D {text_digits(root + end)}" for root, end in
+            ((ROOTS[0], "\\UserData\\S-1-5-18\\Products"), (ROOTS[1], "\\Products"),
+             (ROOTS[2], "\\UserData\\S-1-5-18\\Products"), (ROOTS[3], "\\Products"))]
+
+
 class WineMachine(Machine):
     """The Windows program under Wine. Status: all 32 bits."""
 
@@ -58,7 +64,9 @@ class WineMachine(Machine):
         super().__init__()
         self.program = pathlib.Path(os.environ["ZUM_PROGRAM"])
         self.helpers = pathlib.Path(os.environ["ZUM_HELPERS"])
-        self.clear()
+        # What the machine isn't told yet. To start a program takes longer than what it does, and most cases load a branch
+        # first of all.
+        self.waiting = CLEARING
 
     def close(self):
         self.clear()
@@ -76,6 +84,8 @@ class WineMachine(Machine):
     def wine(self, program, *arguments, given="", cwd=None, environment=None, timeout=240):
         """Runs a Windows program through the project's script; its standard output. The streams are files: what Wine
         starts beside the first program of a prefix lives on and would hold a pipe open."""
+        if self.waiting:
+            self.registry([])
         with tempfile.TemporaryFile() as source, tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
             source.write(given.encode("ascii"))
             source.seek(0)
@@ -92,13 +102,12 @@ class WineMachine(Machine):
         return self.wine(self.helpers / f"{name}.exe", *arguments, **options).decode("ascii").splitlines()
 
     def registry(self, lines):
-        self.helper("regload", given="\n".join(lines) + "\n")
+        given, self.waiting = [*self.waiting, *lines], []
+        self.helper("regload", given="\n".join(given) + "\n")
 
     def clear(self):
         """Removes the products of all views; the keys of the installer itself stay."""
-        self.registry([f"{letter} {text_digits(root + end)}" for letter in "D" for root, end in
-                       ((ROOTS[0], "\\UserData\\S-1-5-18\\Products"), (ROOTS[1], "\\Products"),
-                        (ROOTS[2], "\\UserData\\S-1-5-18\\Products"), (ROOTS[3], "\\Products"))])
+        self.registry(CLEARING)
 
     def load(self, branch):
         lines = []
