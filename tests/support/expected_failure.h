@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
 
 #include "oru/rtl/exception.h"
@@ -27,6 +29,18 @@ inline void ExpectFailureOf(const char* file, std::uint32_t code,
     EXPECT_STREQ(exception.File(), file);
     EXPECT_GT(exception.Line(), 0u);
   }
+}
+
+// Whether the traced text of a failure ends with the position of its cause: this source file, and a
+// line of it, which is never 0.
+[[nodiscard]] inline bool EndsAtALineOf(std::string_view text, const std::string& file) {
+  const std::string head = ". At " + file + "(";
+  const std::size_t start = text.rfind(head);
+  if (start == std::string_view::npos) return false;
+  const std::string_view line = text.substr(start + head.size());
+  const std::size_t end = line.find_first_not_of("0123456789");
+  return end != std::string_view::npos && line[0] >= '1' && line[0] <= '9' &&
+         line.substr(end) == ") ";
 }
 
 }  // namespace tests

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/expected_failure.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "tests/zum_setup_util_lib/pending_on_host.h"
 #include "tests/zum_setup_util_lib/system_pending_list.h"
@@ -30,6 +31,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 const std::string& kTry = tests::kPendingStage;
 const std::string& kOne = tests::kPendingAttempt;
+const std::string kSource = "zum_setup_util_lib/correct_setup";
 const std::string kRepeat = "setup\t[correct_setup::helpers::TryExecuteWithRepeat] ";
 
 TEST_F(PendingOnHost, ListIsRewrittenInOneTransaction) {
@@ -203,6 +205,7 @@ TEST_F(PendingOnHost, FailedWriteIsRepeatedInANewTransaction) {
       "5[correct_setup::detail::CorrectPendingOperations] value = PendingFileRenameOperations: "
       "0x80000045 (Access denied). At zum_setup_util_lib/correct_setup(";
   EXPECT_TRUE(ErrorRecords()[0].starts_with(start)) << ErrorRecords()[0];
+  EXPECT_TRUE(tests::EndsAtALineOf(ErrorRecords()[0], kSource)) << ErrorRecords()[0];
   EXPECT_EQ(ErrorRecords()[0], ErrorRecords()[1]);
 }
 
@@ -254,7 +257,7 @@ TEST_F(PendingOnHost, FailedCommitIsRolledBackAndRepeated) {
       << text;
   EXPECT_NE(text.find(". Expression: '::CommitTransaction(m_transaction)': 0x"), std::string::npos)
       << text;
-  EXPECT_NE(text.find("At zum_setup_util_lib/correct_setup("), std::string::npos) << text;
+  EXPECT_TRUE(tests::EndsAtALineOf(text, kSource)) << text;
 }
 
 TEST_F(PendingOnHost, FailureBetweenWriteAndCommitLeavesTheOldList) {
@@ -270,7 +273,8 @@ TEST_F(PendingOnHost, PermanentFailureIs301RunsAnd300Delays) {
   const auto failure = RunFailing();
   ASSERT_TRUE(failure.has_value());
   EXPECT_EQ(failure->Code(), oru::MakeResultCode(0xA1780006));
-  EXPECT_STREQ(failure->File(), "zum_setup_util_lib/correct_setup");
+  EXPECT_STREQ(failure->File(), kSource.c_str());
+  EXPECT_GT(failure->Line(), 0u);
   EXPECT_TRUE(failure->Message().empty());
   EXPECT_EQ(Raw(), ListBytes({u"\\A", u"\\B"}));
   EXPECT_EQ(Count("CreateTransaction"), 301u);
@@ -280,6 +284,7 @@ TEST_F(PendingOnHost, PermanentFailureIs301RunsAnd300Delays) {
   const std::vector<std::string> errors = ErrorRecords();
   ASSERT_EQ(errors.size(), 302u);
   EXPECT_TRUE(errors[300].starts_with(kRepeat)) << errors[300];
+  EXPECT_TRUE(tests::EndsAtALineOf(errors[300], kSource)) << errors[300];
   EXPECT_EQ(errors[301], kTry + errors[300].substr(kRepeat.size()));
   EXPECT_EQ(Records().back(), Record(700, kTry + " end"));
 }
@@ -293,6 +298,7 @@ TEST_F(PendingOnHostOwnProcess, PermanentlyFailingCommitIs301RunsToo) {
   EXPECT_EQ(Count("CreateTransaction"), 301u);
   EXPECT_EQ(Raw(), ListBytes({u"\\A", u"\\B"}));
   EXPECT_NE(ErrorRecords().back().find("System error: 0x0000007f"), std::string::npos);
+  EXPECT_TRUE(tests::EndsAtALineOf(ErrorRecords().back(), kSource)) << ErrorRecords().back();
 }
 
 // Another transaction has written to the key and goes on living.
@@ -311,6 +317,7 @@ TEST_F(PendingOnHost, ForeignWriterIsAConflict) {
   ASSERT_TRUE(failure.has_value());
   EXPECT_EQ(failure->Code(), oru::MakeResultCode(0xA1780006));
   EXPECT_NE(ErrorRecords().back().find("system result code: 6800"), std::string::npos);
+  EXPECT_TRUE(tests::EndsAtALineOf(ErrorRecords().back(), kSource)) << ErrorRecords().back();
   EXPECT_EQ(winapi::RegCloseKey(key), 0u);
   EXPECT_NE(winapi::CloseHandle(other), 0);
   TryCorrectPendingOperations();

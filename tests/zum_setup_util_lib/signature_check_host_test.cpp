@@ -14,6 +14,7 @@
 #include "oru/rtl/exception.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
+#include "tests/support/expected_failure.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "winapi/host/control.h"
 #include "zum_setup_util_lib/signature_check.h"
@@ -59,18 +60,21 @@ class SignatureOnHost : public ::testing::Test {
     } catch (const oru::CheckResultFailedException& exception) {
       EXPECT_EQ(exception.Code(), oru::MakeResultCode(0xA1780007));
       EXPECT_STREQ(exception.File(), "zum_setup_util_lib/correct_setup");
+      EXPECT_GT(exception.Line(), 0u);
       EXPECT_TRUE(exception.Message().empty());
       return false;
     }
   }
 
-  // Expects a failure with this record of the cause, up to the line of its source.
+  // Expects a failure with a record of the cause that begins so and ends with its line.
   void ExpectCause(const std::string& start) {
     EXPECT_FALSE(Passes());
     const tests::TraceRecords records = m_tracer.Records();
     ASSERT_FALSE(records.empty());
     EXPECT_EQ(records.back().first, 300u);
     EXPECT_TRUE(records.back().second.starts_with(kPrefix + start)) << records.back().second;
+    EXPECT_TRUE(tests::EndsAtALineOf(records.back().second, "zum_setup_util_lib/correct_setup"))
+        << records.back().second;
   }
   [[nodiscard]] tests::TraceRecords Records() const { return m_tracer.Records(); }
 

@@ -32,6 +32,8 @@ class SignatureCheck : public ::testing::Test {
     EXPECT_EQ(records[0].second, kPrefix + "path = " + narrow);
     EXPECT_EQ(records[1].first, 300u);
     EXPECT_TRUE(records[1].second.starts_with(kPrefix)) << records[1].second;
+    EXPECT_TRUE(tests::EndsAtALineOf(records[1].second, "zum_setup_util_lib/correct_setup"))
+        << records[1].second;
     return records[1].second.substr(kPrefix.size());
   }
 
