@@ -230,6 +230,7 @@ TEST(DropFilesystemObjects, FillsANewDirectoryAndOwnsIt) {
                 {700, "setup\t[correct_setup::CopyFilesystemObjects] objects = [ file:a.msi ]"},
                 {700, action + "CopyFileT] " + from + "\\a.msi -> " + to + "\\a.msi"},
                 {700, own + " end"}}));
+  tests::ExpectProbes(tracer, 1);
 }
 
 TEST(DropFilesystemObjects, DirectoryThatIsThereIsLeftAlone) {

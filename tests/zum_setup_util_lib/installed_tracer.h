@@ -2,6 +2,9 @@
 #ifndef TESTS_ZUM_SETUP_UTIL_LIB_INSTALLED_TRACER_H_
 #define TESTS_ZUM_SETUP_UTIL_LIB_INSTALLED_TRACER_H_
 
+#include <gtest/gtest.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -42,6 +45,16 @@ class InstalledTracer {
 
   RecordingTracer m_tracer;
 };
+
+// Expects that many scopes to have begun, each with a question for the level of its records.
+inline void ExpectProbes(const InstalledTracer& tracer, std::size_t scopes) {
+  using Seen = RecordingTracer::Seen;
+  std::vector<Seen> probes;
+  for (const Seen& call : tracer->Calls()) {
+    if (call.call == RecordingTracer::Call::kProbe) probes.push_back(call);
+  }
+  EXPECT_EQ(probes, std::vector<Seen>(scopes, {RecordingTracer::Call::kProbe, 700, 0}));
+}
 
 }  // namespace tests
 

@@ -54,6 +54,7 @@ class InstallerLaunch : public ::testing::Test {
   [[nodiscard]] const std::filesystem::path& Folder() const { return m_folder.Path(); }
   [[nodiscard]] std::u16string WindowsFolder() const { return m_folder.WindowsPath(); }
   [[nodiscard]] tests::TraceRecords Records() const { return m_tracer.Records(); }
+  [[nodiscard]] const InstalledTracer& Tracer() const { return m_tracer; }
 
  private:
   tests::TemporaryFolder m_folder;
@@ -101,6 +102,7 @@ TEST_F(InstallerLaunch, RealInstallerRefusesAMissingPackage) {
   EXPECT_EQ(Records().at(1).second,
             kPrefix + "application name = C:\\windows\\system32\\msiexec.exe; arguments = '" +
                 std::string(line.begin(), line.end()) + "'");
+  tests::ExpectProbes(Tracer(), 1);
 }
 #endif
 

@@ -82,6 +82,7 @@ class InstallerRecords : public ::testing::Test {
     EXPECT_EQ(records.back(), std::pair(700u, prefix + " end"));
     return {records.begin() + 1, records.end() - 1};
   }
+  [[nodiscard]] const InstalledTracer& Tracer() const { return m_tracer; }
   static std::pair<std::uint32_t, std::string> LocalUpdate(const std::string& product) {
     return {700, kRewritePrefix + ("update LocalPackageNotExist for key = " + product)};
   }

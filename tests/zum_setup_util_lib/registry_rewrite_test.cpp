@@ -22,6 +22,7 @@ class RegistryRewrite : public tests::InstallerRecords {};
 TEST_F(RegistryRewrite, NoProductsTraceTheScopeOnly) {
   Run();
   EXPECT_EQ(Traced(), Records());
+  tests::ExpectProbes(Tracer(), 1);
 }
 
 TEST_F(RegistryRewrite, NoMarksChangeNothing) {

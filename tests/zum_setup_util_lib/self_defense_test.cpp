@@ -55,6 +55,7 @@ TEST(CheckSelfDefense, PassesAndLeavesTheDirectoryAsItWas) {
   EXPECT_EQ(data.Names(), Names{u"settings"});
   EXPECT_EQ(tests::ReadAll(data.Path() / "settings"), "content");
   EXPECT_EQ(tracer.Records(), (tests::TraceRecords{{700, kBegin}, {700, kEnd}}));
+  tests::ExpectProbes(tracer, 1);
   EXPECT_TRUE(tests::ReportedChecks().empty());
 }
 
