@@ -25,6 +25,17 @@ constexpr std::uint32_t kFileNotFound = 0x80010102;
 constexpr std::uint32_t kPathNotFound = 0x80010103;
 constexpr std::uint32_t kAlreadyExists = 0x80010105;
 
+// What is traced of an action: before its call, so that a failed one has its record too.
+tests::TraceRecords CopyRecord(const std::u16string& from, const std::u16string& to) {
+  return {
+      {700, "setup\t[correct_setup::FileSystemActions::CopyFileT] " + Narrow(from + u" -> " + to)}};
+}
+
+tests::TraceRecords CreationRecord(const std::u16string& directory) {
+  return {{700, "setup\t[correct_setup::FileSystemActions::CreateDirectoryT] dir = " +
+                    Narrow(directory)}};
+}
+
 TEST(CopyFileT, Copies) {
   const InstalledTracer tracer;
   const DirectoryTree tree;
@@ -33,10 +44,7 @@ TEST(CopyFileT, Copies) {
   actions::CopyFileT(tree.Windows(u"a.msi"), tree.Windows(u"b.msi"));
   EXPECT_EQ(tree.Read(u"b.msi"), content);
   EXPECT_EQ(tree.Read(u"a.msi"), content);
-  EXPECT_EQ(tracer.Records(),
-            (tests::TraceRecords{
-                {700, "setup\t[correct_setup::FileSystemActions::CopyFileT] " +
-                          Narrow(tree.Windows(u"a.msi") + u" -> " + tree.Windows(u"b.msi"))}}));
+  EXPECT_EQ(tracer.Records(), CopyRecord(tree.Windows(u"a.msi"), tree.Windows(u"b.msi")));
 }
 
 TEST(CopyFileT, OverwritesAFileThatIsThere) {
@@ -48,18 +56,22 @@ TEST(CopyFileT, OverwritesAFileThatIsThere) {
 }
 
 TEST(CopyFileT, MissingSourceFails) {
+  const InstalledTracer tracer;
   const DirectoryTree tree;
   ExpectFailure(kFileNotFound,
                 [&] { actions::CopyFileT(tree.Windows(u"missing"), tree.Windows(u"b.msi")); });
   EXPECT_FALSE(tree.Has(u"b.msi"));
+  EXPECT_EQ(tracer.Records(), CopyRecord(tree.Windows(u"missing"), tree.Windows(u"b.msi")));
 }
 
 TEST(CopyFileT, MissingTargetDirectoryFails) {
+  const InstalledTracer tracer;
   const DirectoryTree tree;
   tree.Write(u"a.msi");
   ExpectFailure(kPathNotFound, [&] {
     actions::CopyFileT(tree.Windows(u"a.msi"), tree.Windows(u"missing/b.msi"));
   });
+  EXPECT_EQ(tracer.Records(), CopyRecord(tree.Windows(u"a.msi"), tree.Windows(u"missing/b.msi")));
 }
 
 TEST(CreateDirectoryT, MakesOneDirectory) {
@@ -67,16 +79,15 @@ TEST(CreateDirectoryT, MakesOneDirectory) {
   const DirectoryTree tree;
   actions::CreateDirectoryT(tree.Windows(u"new"));
   EXPECT_TRUE(std::filesystem::is_directory(tree.File(u"new")));
-  EXPECT_EQ(tracer.Records(),
-            (tests::TraceRecords{
-                {700, "setup\t[correct_setup::FileSystemActions::CreateDirectoryT] dir = " +
-                          Narrow(tree.Windows(u"new"))}}));
+  EXPECT_EQ(tracer.Records(), CreationRecord(tree.Windows(u"new")));
 }
 
 TEST(CreateDirectoryT, ExistingDirectoryFails) {
+  const InstalledTracer tracer;
   const DirectoryTree tree;
   tree.MakeDirectory(u"old");
   ExpectFailure(kAlreadyExists, [&] { actions::CreateDirectoryT(tree.Windows(u"old")); });
+  EXPECT_EQ(tracer.Records(), CreationRecord(tree.Windows(u"old")));
 }
 
 TEST(CreateDirectoryT, ExistingFileFails) {
@@ -87,8 +98,10 @@ TEST(CreateDirectoryT, ExistingFileFails) {
 }
 
 TEST(CreateDirectoryT, MakesNoParents) {
+  const InstalledTracer tracer;
   const DirectoryTree tree;
   ExpectFailure(kPathNotFound, [&] { actions::CreateDirectoryT(tree.Windows(u"a/b")); });
+  EXPECT_EQ(tracer.Records(), CreationRecord(tree.Windows(u"a/b")));
   EXPECT_FALSE(tree.Has(u"a"));
 }
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -69,6 +70,21 @@ class LaunchOnHost : public ::testing::Test {
   [[nodiscard]] const std::string& Folder() const { return m_folder; }
 
   [[nodiscard]] tests::TraceRecords Records() const { return m_tracer.Records(); }
+  [[nodiscard]] const InstalledTracer& Tracer() const { return m_tracer; }
+  // Expects those of a launch that fails behind the installer's start.
+  void ExpectRecordsOfAStartedInstaller() const {
+    const tests::TraceRecords records = Records();
+    ASSERT_EQ(records.size(), 5u);
+    EXPECT_EQ(records[0], Record(700, kStage + " begin"));
+    EXPECT_EQ(records[1],
+              Record(700, kCreate + "application name = C:\\windows\\system32\\msiexec.exe; "
+                                    "arguments = '/i p'"));
+    EXPECT_EQ(records[2].first, 700u);
+    EXPECT_TRUE(records[2].second.starts_with(kCreate + "created process: pid = "))
+        << records[2].second;
+    EXPECT_EQ(records[3].first, 300u);
+    EXPECT_EQ(records[4], Record(700, kStage + " end"));
+  }
   // The record of the cause of a failure, which must be there, without its prefix.
   [[nodiscard]] std::string Cause() const {
     for (const auto& [level, text] : m_tracer.Records()) {
@@ -132,6 +148,32 @@ TEST_F(LaunchOnHost, TraceOfALaunch) {
   EXPECT_TRUE(records[2].second.starts_with(kCreate + "created process: pid = "));
   EXPECT_EQ(records[3], Record(700, kCreate + "process exit: code = 0x00000000"));
   EXPECT_EQ(records[4], Record(700, kStage + " end"));
+  tests::ExpectProbes(Tracer(), 1);
+}
+
+// The last call of the launch's own that was made before each record.
+TEST_F(LaunchOnHost, RecordsStandBetweenTheirCalls) {
+  const std::set<std::string> own = {"CreateProcessW", "WaitForSingleObjectEx",
+                                     "GetExitCodeProcess", "CloseHandle"};
+  std::vector<std::string> calls;
+  InstalledTracer tracer;
+  tracer->Script(
+      tests::RecordingTracer::Call::kCommit,
+      [&](char**) {
+        calls.emplace_back();
+        for (const host::CallRecord& call : host::CallLog()) {
+          if (own.contains(call.operation)) calls.back() = call.operation;
+        }
+        return oru::sOk;
+      },
+      5);
+  EXPECT_EQ(LaunchMsiPackage(u"/i p"), 0u);
+  const tests::TraceRecords records = tracer.Records();
+  ASSERT_EQ(records.size(), 5u);
+  EXPECT_TRUE(records[2].second.starts_with(kCreate + "created process: ")) << records[2].second;
+  EXPECT_TRUE(records[3].second.starts_with(kCreate + "process exit: ")) << records[3].second;
+  EXPECT_EQ(calls, (std::vector<std::string>{"", "", "CreateProcessW", "GetExitCodeProcess",
+                                             "CloseHandle"}));
 }
 
 TEST_F(LaunchOnHost, InstallerGetsTheTrueLine) {
@@ -217,6 +259,7 @@ TEST_F(LaunchOnHost, FailedWaitLeavesTheInstallerRunning) {
   EXPECT_EQ(host::CallsOf("CloseHandle").size(), 2u);
   EXPECT_EQ(host::Live().handles, 0u);
   EXPECT_EQ(host::RunningPrograms(), 1u);
+  ExpectRecordsOfAStartedInstaller();
   LetInstallersEnd();
 }
 
@@ -228,6 +271,7 @@ TEST_F(LaunchOnHost, AbandonedWaitIsAFailure) {
             "CheckResultFailedException - 0x80010106 (Wait abandoned). At "
             "zum_setup_util_lib/correct_setup(241) ");
   EXPECT_EQ(host::RunningPrograms(), 1u);
+  ExpectRecordsOfAStartedInstaller();
   LetInstallersEnd();
 }
 
@@ -248,6 +292,7 @@ TEST_F(LaunchOnHost, ExitCodeThatIsNotTold) {
       << Cause();
   EXPECT_TRUE(Cause().ends_with(". At zum_setup_util_lib/correct_setup(244) ")) << Cause();
   EXPECT_EQ(host::CallsOf("CloseHandle").size(), 2u);
+  ExpectRecordsOfAStartedInstaller();
 }
 
 TEST_F(LaunchOnHostOwnProcess, HandlesThatCannotBeClosedAreReported) {

@@ -8,6 +8,7 @@
 
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
+#include "tests/support/expected_failure.h"
 #include "tests/zum_setup_util_lib/installer_records.h"
 #include "winapi/host/control.h"
 #include "winapi/registry.h"
@@ -49,13 +50,15 @@ class RewriteOnHost : public tests::InstallerRecords {
     const std::string start =
         tests::kRewritePrefix + text + ". At zum_setup_util_lib/correct_setup(";
     EXPECT_TRUE(traced.back().second.starts_with(start)) << traced.back().second;
-    EXPECT_TRUE(traced.back().second.ends_with(") ")) << traced.back().second;
+    EXPECT_TRUE(tests::EndsAtALineOf(traced.back().second, "zum_setup_util_lib/correct_setup"))
+        << traced.back().second;
   }
 
   static void ExpectStageFailure(const std::optional<oru::CheckResultFailedException>& failure) {
     ASSERT_TRUE(failure.has_value());
     EXPECT_EQ(failure->Code(), oru::MakeResultCode(0xA1780003));
     EXPECT_STREQ(failure->File(), "zum_setup_util_lib/correct_setup");
+    EXPECT_GT(failure->Line(), 0u);
     EXPECT_TRUE(failure->Message().empty());
   }
 };
@@ -212,6 +215,7 @@ struct FailureCase {
   const char* valueName;
   Values local;  // of product B afterwards, sorted by name
   Values source;
+  tests::TraceRecords updates;  // of product B, each told before it is tried
 };
 
 void PrintTo(const FailureCase& failureCase, std::ostream* out) { *out << failureCase.name; }
@@ -224,25 +228,29 @@ class FailureTable : public RewriteOnHost, public ::testing::WithParamInterface<
              3,
              "LocalPackage",
              {LocalMark(u"B")},
-             {SourceMark()}},
+             {SourceMark()},
+             {LocalUpdate("B")}},
             {"DeletingLocalPackageNotExist",
              "RegDeleteValueW",
              3,
              "LocalPackageNotExist",
              {LocalRestored(u"B"), LocalMark(u"B")},
-             {SourceMark()}},
+             {SourceMark()},
+             {LocalUpdate("B")}},
             {"WritingPackageName",
              "RegSetValueExW",
              4,
              "PackageName",
              {LocalRestored(u"B")},
-             {SourceMark()}},
+             {SourceMark()},
+             {LocalUpdate("B"), SourceUpdate("B")}},
             {"DeletingPackageNameNotExist",
              "RegDeleteValueW",
              4,
              "PackageNameNotExist",
              {LocalRestored(u"B")},
-             {FixedName(), SourceMark()}}};
+             {FixedName(), SourceMark()},
+             {LocalUpdate("B"), SourceUpdate("B")}}};
   }
 };
 
@@ -261,6 +269,12 @@ TEST_P(FailureTable, EndsTheStageThere) {
       "CheckResultFailedException - system result code: "
       "1018[correct_setup::detail::DisableProtectiveMeasuresUpgrade] value = " +
       std::string(GetParam().valueName) + ": 0x800703fa (Unknown result code)");
+  Records updates = {LocalUpdate("A"), SourceUpdate("A")};
+  updates.insert(updates.end(), GetParam().updates.begin(), GetParam().updates.end());
+  Records traced = Traced();
+  ASSERT_FALSE(traced.empty());
+  traced.pop_back();  // the cause
+  EXPECT_EQ(traced, updates);
   EXPECT_EQ(host::Live().keys, keys);
 }
 
