@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <typeinfo>
 
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/filesystem/path.h"
@@ -23,6 +24,7 @@ TEST(MakeLongPathOnHost, UnknownCurrentDirectoryIsThrown) {
     (void)MakeLongPath(u"a");
     FAIL() << "nothing was thrown";
   } catch (const oru::ResultCodeException& exception) {
+    EXPECT_EQ(typeid(exception), typeid(oru::ResultCodeException));
     EXPECT_EQ(Code(exception.Code()), 0x80000045u);
     EXPECT_STREQ(exception.File(), "platform/util/windows/filesystem/path");
   }
@@ -34,6 +36,7 @@ TEST(MakeLongPathOnHost, UnknownCurrentDirectoryIsThrownWithoutAnErrorToo) {
     (void)MakeLongPath(u"a");
     FAIL() << "nothing was thrown";
   } catch (const oru::ResultCodeException& exception) {
+    EXPECT_EQ(typeid(exception), typeid(oru::ResultCodeException));
     EXPECT_EQ(Code(exception.Code()), 0x8000004Bu);
   }
 }
