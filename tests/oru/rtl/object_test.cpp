@@ -138,10 +138,15 @@ TEST(ObjectLayout, ObjectIsTheTablePointerTheFieldsAndTheCount) {
 #endif
 }
 
+// Nothing but the base keeps it from being copied: it has a destructor that all may call.
+class Derived : private oru::NonCopyable {};
+
 TEST(NonCopyable, CantBeCopied) {
-  static_assert(!std::is_copy_constructible_v<Source>);
-  static_assert(!std::is_copy_assignable_v<Source>);
-  static_assert(!std::is_move_constructible_v<Source>);
+  static_assert(std::is_default_constructible_v<Derived>);
+  static_assert(!std::is_copy_constructible_v<Derived>);
+  static_assert(!std::is_copy_assignable_v<Derived>);
+  static_assert(!std::is_move_constructible_v<Derived>);
+  static_assert(!std::is_move_assignable_v<Derived>);
 }
 
 // --- ObjectImpl.
