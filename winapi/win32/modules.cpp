@@ -2,12 +2,16 @@
 
 #include <windows.h>
 
+#include "winapi/win32/shape.h"
 #include "winapi/win32/wide.h"
 
 namespace winapi {
 
 static_assert(kGetModuleHandleExUnchangedRefcount == GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT);
 static_assert(sizeof(Module) == sizeof(HMODULE));
+
+static_assert(
+    win32::kSameShape<SetDefaultDllDirectoriesFunction, decltype(&::SetDefaultDllDirectories)>);
 
 Module LoadLibraryW(const char16_t* name) noexcept {
   return reinterpret_cast<Module>(::LoadLibraryW(win32::Wide(name)));

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "winapi/registry_world.h"
+#include "winapi/win32/shape.h"
 #include "winapi/win32/wide.h"
 
 namespace winapi {
@@ -22,6 +23,8 @@ static_assert(kRegDword == REG_DWORD);
 static_assert(kRegMultiSz == REG_MULTI_SZ);
 
 static_assert(sizeof(LSTATUS) == sizeof(Error));
+
+static_assert(win32::kSameShape<RegOpenKeyTransactedWFunction, decltype(&::RegOpenKeyTransactedW)>);
 
 // The real macros cast to a pointer, which no constant expression may hold; where HKEY is a number
 // they can be compared.

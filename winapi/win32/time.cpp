@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+#include "winapi/win32/shape.h"
+
 namespace winapi {
 
 // Both sides are spelled alike but for the capitals. NOLINTNEXTLINE(misc-redundant-expression)
@@ -59,6 +61,9 @@ static_assert(kVerMajorVersion == VER_MAJORVERSION);
 static_assert(kVerServicePackMajor == VER_SERVICEPACKMAJOR);
 static_assert(kVerGreaterEqual == VER_GREATER_EQUAL);
 static_assert(kTimeZoneIdInvalid == TIME_ZONE_ID_INVALID);
+
+static_assert(win32::kSameShape<GetTimeZoneInformationForYearFunction,
+                                decltype(&::GetTimeZoneInformationForYear)>);
 
 void GetSystemTimeAsFileTime(FileTime* time) noexcept {
   ::GetSystemTimeAsFileTime(reinterpret_cast<FILETIME*>(time));
