@@ -1,7 +1,6 @@
 #include "winapi/registry.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "winapi/host/registry_open.h"
 #include "winapi/host/registry_store.h"
 #include "winapi/host/transactions.h"
+#include "winapi/registry_arguments.h"
 #include "winapi/registry_data.h"
 
 namespace winapi {
@@ -24,12 +24,6 @@ using host::OpenKey;
 using host::RegistryKeyPtr;
 using host::RegistryStore;
 using host::RegistryValue;
-
-constexpr std::size_t kMaxValueName = 16383;  // characters
-
-std::u16string_view ViewOf(const char16_t* text) {
-  return text == nullptr ? std::u16string_view() : std::u16string_view(text);
-}
 
 // Loads the store and finds the key.
 Error Resolve(Key key, Dword rights, OpenKey& open) {

@@ -11,21 +11,12 @@
 #include "winapi/host/text.h"
 #include "winapi/host/transacted_registry.h"
 #include "winapi/registry.h"
+#include "winapi/registry_arguments.h"
 
 namespace winapi::host {
 namespace {
 
 constexpr std::size_t kMaxKeyName = 256;  // characters; Wine's limit, one more than Windows'
-
-constexpr Dword kMaximumAllowed = 0x02000000;  // MAXIMUM_ALLOWED
-constexpr Dword kGenericAll = 0x10000000;      // GENERIC_ALL
-constexpr Dword kGenericWrite = 0x40000000;    // GENERIC_WRITE
-constexpr Dword kGenericRead = 0x80000000;     // GENERIC_READ
-constexpr Dword kKeyAllAccess = 0xF003F;       // KEY_ALL_ACCESS
-
-std::u16string_view ViewOf(const char16_t* text) {
-  return text == nullptr ? std::u16string_view() : std::u16string_view(text);
-}
 
 // The 32-bit view: an open that passes from HKEY_LOCAL_MACHINE through SOFTWARE goes to WOW6432Node
 // in it, unless it names that itself.

@@ -11,6 +11,7 @@
 #include "winapi/host/registry_store.h"
 #include "winapi/host/text.h"
 #include "winapi/registry.h"
+#include "winapi/registry_arguments.h"
 #include "winapi/registry_data.h"
 #include "winapi/rehearsal/host_machine.h"
 #include "winapi/rehearsal/state.h"
@@ -29,10 +30,6 @@ struct OpenNode {
   RegistryKeyPtr node;
   Dword rights = 0;
 };
-
-std::u16string_view ViewOf(const char16_t* text) {
-  return text == nullptr ? std::u16string_view() : std::u16string_view(text);
-}
 
 // The hive of a predefined key in the machine of the thread's rehearsal.
 Error FindHive(std::u16string_view name, RegistryKeyPtr& hive) {

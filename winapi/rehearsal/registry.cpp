@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "winapi/errors.h"
+#include "winapi/registry_arguments.h"
 #include "winapi/registry_data.h"
 #include "winapi/registry_world.h"
 #include "winapi/rehearsal.h"
@@ -19,18 +20,7 @@ using rehearsal::OpenKey;
 using rehearsal::Value;
 using State = rehearsal::Rehearsal::State;
 
-constexpr std::size_t kMaxValueName = 16383;  // characters
-
-constexpr Dword kMaximumAllowed = 0x02000000;  // MAXIMUM_ALLOWED
-constexpr Dword kGenericAll = 0x10000000;      // GENERIC_ALL
-constexpr Dword kGenericWrite = 0x40000000;    // GENERIC_WRITE
-constexpr Dword kGenericRead = 0x80000000;     // GENERIC_READ
-constexpr Dword kKeyAllAccess = 0xF003F;       // KEY_ALL_ACCESS
 constexpr Dword kViewFlags = kKeyWow6464Key;
-
-std::u16string_view ViewOf(const char16_t* text) {
-  return text == nullptr ? std::u16string_view() : std::u16string_view(text);
-}
 
 // Runs what may run out of memory.
 template <typename Operation>

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "winapi/registry_arguments.h"
 #include "winapi/registry_world.h"
 #include "winapi/win32/shape.h"
 #include "winapi/win32/wide.h"
@@ -14,6 +15,11 @@ static_assert(kKeyEnumerateSubKeys == KEY_ENUMERATE_SUB_KEYS);
 static_assert(kKeyWow6464Key == KEY_WOW64_64KEY);
 static_assert(kKeyRead == KEY_READ);
 static_assert(kKeyWrite == KEY_WRITE);
+
+static_assert(kMaximumAllowed == MAXIMUM_ALLOWED);
+static_assert(kGenericWrite == GENERIC_WRITE);
+static_assert(kGenericRead == GENERIC_READ);
+static_assert(kKeyAllAccess == KEY_ALL_ACCESS);
 
 static_assert(kRegNone == REG_NONE);
 static_assert(kRegSz == REG_SZ);
