@@ -26,10 +26,14 @@ constexpr std::u16string_view kToken = u"/a-token-that-needs-a-block-of-its-own"
 char16_t directoryText[1000];
 std::u16string_view directory;
 
-bool actionRan = false;
-bool actionFails = false;
-bool argumentsDuringAction = false;
-bool directoryDuringAction = false;
+// The action of a case's run: what it shall do, and what it saw.
+struct Action {
+  bool fails = false;
+  bool ran = false;
+  bool sawArguments = false;
+  bool sawDirectory = false;
+};
+Action action;
 
 // The standard output of a run. No member of it lies in a block of the run.
 class LookingOutput : public std::streambuf {
@@ -72,15 +76,20 @@ class LookingTracer final : public tests::ObjectStub<oru::ITracer> {
 }  // namespace
 
 void correct_setup::Unblock() {
-  actionRan = true;
-  argumentsDuringAction = tests::LiveBlockBeginsWith(kToken);
-  directoryDuringAction = tests::LiveBlockBeginsWith(directory);
-  if (actionFails) throw std::runtime_error("the action");
+  action.ran = true;
+  action.sawArguments = tests::LiveBlockBeginsWith(kToken);
+  action.sawDirectory = tests::LiveBlockBeginsWith(directory);
+  if (action.fails) throw std::runtime_error("the action");
 }
 
 namespace {
 
-TEST(RunLifetime, DirectoryDiesBeforeTheActionAndArgumentsBeforeTheReport) {
+class RunLifetime : public testing::Test {
+ protected:
+  RunLifetime() { action = {}; }
+};
+
+TEST_F(RunLifetime, DirectoryDiesBeforeTheActionAndArgumentsBeforeTheReport) {
   const tests::TemporaryFolder folder;
   {
     const std::u16string path = folder.WindowsPath();
@@ -90,17 +99,16 @@ TEST(RunLifetime, DirectoryDiesBeforeTheActionAndArgumentsBeforeTheReport) {
     winapi::host::SetCommandLine(commandLine);
     EXPECT_TRUE(tests::LiveBlockBeginsWith(directory)) << "the search doesn't find what is there";
   }
-  actionFails = false;
   const LookingOutput output;
   EXPECT_EQ(zum_setup_util::RunSetupUtil(), 0);
-  EXPECT_TRUE(actionRan);
-  EXPECT_TRUE(argumentsDuringAction);
-  EXPECT_FALSE(directoryDuringAction);
+  EXPECT_TRUE(action.ran);
+  EXPECT_TRUE(action.sawArguments);
+  EXPECT_FALSE(action.sawDirectory);
   EXPECT_TRUE(output.written);
   EXPECT_FALSE(output.argumentsDuringReport);
 }
 
-TEST(RunLifetime, ArgumentsDieBeforeTheClauseOfAFailure) {
+TEST_F(RunLifetime, ArgumentsDieBeforeTheClauseOfAFailure) {
   using standalone::trace::TracerHolder;
   LookingTracer tracer;
   TracerHolder::Instance().Install(oru::ObjectPtr<oru::ITracer>::Share(&tracer));
@@ -109,12 +117,12 @@ TEST(RunLifetime, ArgumentsDieBeforeTheClauseOfAFailure) {
     commandLine.append(kToken).append(u" /unblock");
     winapi::host::SetCommandLine(commandLine);
   }
-  actionFails = true;
+  action.fails = true;
   const LookingOutput output;
   EXPECT_EQ(zum_setup_util::RunSetupUtil(), oru::MakeResultCode(0x80000072));
   TracerHolder::Instance().Install(standalone::trace::CreateEmptyTracer());
 
-  EXPECT_TRUE(argumentsDuringAction);
+  EXPECT_TRUE(action.sawArguments);
   EXPECT_TRUE(tracer.clauseRan);
   EXPECT_FALSE(tracer.argumentsDuringClause);
   EXPECT_TRUE(output.written);
