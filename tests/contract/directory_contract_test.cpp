@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "tests/contract/named_path.h"
 #include "tests/support/answers.h"
 #include "tests/support/current_directory.h"
 #include "tests/support/directory_tree.h"
@@ -14,31 +15,19 @@ namespace {
 
 using tests::Answers;
 using tests::CreateNew;
-using tests::ErrorOf;
 using tests::Hex;
 using tests::kHost;
 using tests::kWindows;
 using tests::kWine;
+using tests::MakeFolder;
+using tests::NamedPath;
+using tests::RemoveFolder;
 
-class DirectoryContract : public ::testing::Test, protected tests::DirectoryTree {
- protected:
-  static winapi::Error Create(const std::u16string& path) {
-    return ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), nullptr); });
-  }
-  static winapi::Error Remove(const std::u16string& path) {
-    return ErrorOf([&] { return winapi::RemoveDirectoryW(path.c_str()); });
-  }
-};
-
-struct NamedPath {
-  const char* name;
-  std::u16string path;
-  tests::Answers<winapi::Error> error;
-};
+class DirectoryContract : public ::testing::Test, protected tests::DirectoryTree {};
 
 TEST_F(DirectoryContract, CreateMakesOneDirectory) {
-  EXPECT_EQ(0u, Create(Windows(u"a")));
-  EXPECT_EQ(0u, Create(Windows(u"A\\b\\")));
+  EXPECT_EQ(0u, MakeFolder(Windows(u"a")));
+  EXPECT_EQ(0u, MakeFolder(Windows(u"A\\b\\")));
   EXPECT_TRUE(std::filesystem::is_directory(File(u"a/b")));
 }
 
@@ -59,7 +48,7 @@ TEST_F(DirectoryContract, CreateRefusals) {
       {"missing drive", u"q:\\x",
        Answers(3u, kHost | kWindows).Or(2u, kWine, "says that a file is missing, not its drive")},
   };
-  for (const NamedPath& one : cases) EXPECT_ANSWER(one.name, one.error, Create(one.path));
+  for (const NamedPath& one : cases) EXPECT_ANSWER(one.name, one.error, MakeFolder(one.path));
 }
 
 // Of a directory's path 247 characters are the most without the prefix.
@@ -68,27 +57,27 @@ TEST_F(DirectoryContract, TheLimitOfPaths) {
   ASSERT_LT(room, 240u);
   const std::u16string longest = Windows(std::u16string(room, u'n'));
   const std::u16string longer = Windows(std::u16string(room + 1, u'n'));
-  EXPECT_EQ(0u, Create(longest));
+  EXPECT_EQ(0u, MakeFolder(longest));
   EXPECT_ANSWER("one character more",
                 Answers(206u, kHost | kWindows)
                     .Or(0u, kWine, "has no limit of 248 characters for directories"),
-                Create(longer));
+                MakeFolder(longer));
   EXPECT_ANSWER(
       "more than any path has",
       Answers(206u, kHost | kWindows).Or(0u, kWine, "has no limit of 260 characters for paths"),
-      Create(Windows(std::u16string(room + 13, u'n'))));
+      MakeFolder(Windows(std::u16string(room + 13, u'n'))));
   EXPECT_ANSWER("one character more, with the prefix",
                 Answers(0u, kHost | kWindows).Or(183u, kWine, "made it without the prefix already"),
-                Create(u"\\\\?\\" + longer));
-  EXPECT_EQ(0u, Remove(longest));
-  EXPECT_EQ(0u, Remove(longer));
+                MakeFolder(u"\\\\?\\" + longer));
+  EXPECT_EQ(0u, RemoveFolder(longest));
+  EXPECT_EQ(0u, RemoveFolder(longer));
 }
 
 TEST_F(DirectoryContract, FullStopsAndBlanksAtTheEndFallAway) {
-  EXPECT_EQ(0u, Create(Windows(u"x. ")));
+  EXPECT_EQ(0u, MakeFolder(Windows(u"x. ")));
   EXPECT_TRUE(std::filesystem::is_directory(File(u"x")));
-  EXPECT_EQ(183u, Create(Windows(u"x")));
-  EXPECT_EQ(0u, Remove(Windows(u"x .")));
+  EXPECT_EQ(183u, MakeFolder(Windows(u"x")));
+  EXPECT_EQ(0u, RemoveFolder(Windows(u"x .")));
   EXPECT_FALSE(Has(u"x"));
 }
 
@@ -96,14 +85,14 @@ TEST_F(DirectoryContract, ANameOf256CharactersIsTooLong) {
   const std::u16string path = u"\\\\?\\" + Windows(std::u16string(256, u'n'));
   const auto refused = Answers(123u, kHost | kWindows)
                            .Or(2u, kWine, "takes a name of 256 characters for a missing one");
-  EXPECT_ANSWER("create", refused, Create(path));
-  EXPECT_ANSWER("remove", refused, Remove(path));
+  EXPECT_ANSWER("create", refused, MakeFolder(path));
+  EXPECT_ANSWER("remove", refused, RemoveFolder(path));
 }
 
 TEST_F(DirectoryContract, OfALinkOnlyTheLinkIsRemoved) {
   MakeDirectory(u"folder");
   MakeLink(u"folder", u"link");
-  EXPECT_EQ(0u, Remove(Windows(u"link")));
+  EXPECT_EQ(0u, RemoveFolder(Windows(u"link")));
   const char* const reason = "removes what a link to a directory leads to, and keeps the link";
   EXPECT_ANSWER("the directory stays", Answers(true, kHost | kWindows).Or(false, kWine, reason),
                 Has(u"folder"));
@@ -117,7 +106,7 @@ TEST_F(DirectoryContract, ALinkToAFullDirectoryIsRemovedLikeAnother) {
   MakeLink(u"folder", u"link");
   const char* const reason = "takes a link to a directory for the directory, which isn't empty";
   EXPECT_ANSWER("remove", Answers(0u, kHost | kWindows).Or(145u, kWine, reason),
-                Remove(Windows(u"link")));
+                RemoveFolder(Windows(u"link")));
   EXPECT_ANSWER("the link stays", Answers(false, kHost | kWindows).Or(true, kWine, reason),
                 IsLink(u"link"));
   EXPECT_TRUE(Has(u"folder/x"));
@@ -131,13 +120,13 @@ TEST_F(DirectoryContract, ADirectoryClosedToWriting) {
                 Answers(Hex{0x10}, kHost | kWindows)
                     .Or(Hex{0x11}, kWine, "shows a directory that nobody may write as read-only"),
                 Hex{winapi::GetFileAttributesW(Windows(u"folder").c_str())});
-  EXPECT_EQ(0u, Remove(Windows(u"folder")));
+  EXPECT_EQ(0u, RemoveFolder(Windows(u"folder")));
   EXPECT_FALSE(Has(u"folder"));
 }
 
 TEST_F(DirectoryContract, RemoveTakesAnEmptyDirectory) {
   MakeDirectory(u"folder");
-  EXPECT_EQ(0u, Remove(Windows(u"FOLDER\\")));
+  EXPECT_EQ(0u, RemoveFolder(Windows(u"FOLDER\\")));
   EXPECT_FALSE(Has(u"folder"));
 }
 
@@ -154,7 +143,7 @@ TEST_F(DirectoryContract, RemoveRefusals) {
        Answers(3u, kHost | kWindows)
            .Or(123u, kWine, "calls an empty name of a directory a bad one")},
   };
-  for (const NamedPath& one : cases) EXPECT_ANSWER(one.name, one.error, Remove(one.path));
+  for (const NamedPath& one : cases) EXPECT_ANSWER(one.name, one.error, RemoveFolder(one.path));
   EXPECT_TRUE(Has(u"full/x"));
 }
 
@@ -163,9 +152,9 @@ TEST_F(DirectoryContract, RemoveRefusesTheCurrentDirectory) {
   MakeDirectory(u"folder");
   {
     const tests::CurrentDirectory inFolder(File(u"folder"));
-    EXPECT_EQ(32u, Remove(Windows(u"folder")));
+    EXPECT_EQ(32u, RemoveFolder(Windows(u"folder")));
   }
-  EXPECT_EQ(0u, Remove(Windows(u"folder")));
+  EXPECT_EQ(0u, RemoveFolder(Windows(u"folder")));
 }
 
 TEST_F(DirectoryContract, LongPathsWithThePrefix) {
@@ -173,13 +162,13 @@ TEST_F(DirectoryContract, LongPathsWithThePrefix) {
   std::vector<std::u16string> made;
   for (int level = 0; level < 60; ++level) {
     path += u"\\a level";
-    ASSERT_EQ(0u, Create(path)) << level;
+    ASSERT_EQ(0u, MakeFolder(path)) << level;
     made.push_back(path);
   }
   EXPECT_EQ(0u, CreateNew(path + u"\\file"));
-  EXPECT_EQ(145u, Remove(path));
-  EXPECT_EQ(0u, ErrorOf([&] { return winapi::DeleteFileW((path + u"\\FILE").c_str()); }));
-  for (; !made.empty(); made.pop_back()) ASSERT_EQ(0u, Remove(made.back())) << made.size();
+  EXPECT_EQ(145u, RemoveFolder(path));
+  EXPECT_EQ(0u, tests::Delete(path + u"\\FILE"));
+  for (; !made.empty(); made.pop_back()) ASSERT_EQ(0u, RemoveFolder(made.back())) << made.size();
   EXPECT_FALSE(Has(u"a level"));
 }
 

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "tests/contract/named_path.h"
 #include "tests/support/answers.h"
 #include "tests/support/directory_tree.h"
 #include "tests/support/seam_error.h"
@@ -10,36 +11,19 @@
 namespace {
 
 using tests::Answers;
+using tests::Attributes;
+using tests::Copy;
 using tests::CreateNew;
-using tests::ErrorOf;
+using tests::Delete;
 using tests::Hex;
 using tests::kHost;
 using tests::kWindows;
 using tests::kWine;
 using tests::kWine10;
 using tests::kWine8;
+using tests::NamedPath;
 
-class FileContract : public ::testing::Test, protected tests::DirectoryTree {
- protected:
-  static winapi::Error Copy(const std::u16string& from, const std::u16string& to,
-                            bool failIfExists = false) {
-    return ErrorOf([&] { return winapi::CopyFileW(from.c_str(), to.c_str(), failIfExists); });
-  }
-  static winapi::Error Delete(const std::u16string& path) {
-    return ErrorOf([&] { return winapi::DeleteFileW(path.c_str()); });
-  }
-  static winapi::Error Attributes(const std::u16string& path, winapi::Dword& attributes) {
-    winapi::SetLastError(tests::kUntouchedError);
-    attributes = winapi::GetFileAttributesW(path.c_str());
-    return attributes == winapi::kInvalidFileAttributes ? winapi::GetLastError() : 0;
-  }
-};
-
-struct NamedPath {
-  const char* name;
-  std::u16string path;
-  tests::Answers<winapi::Error> error;
-};
+class FileContract : public ::testing::Test, protected tests::DirectoryTree {};
 
 TEST_F(FileContract, CreateNewMakesAnEmptyFile) {
   EXPECT_EQ(0u, CreateNew(Windows(u"new.txt")));

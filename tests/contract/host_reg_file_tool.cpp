@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/text.h"
 #include "winapi/host/reg_file_reader.h"
 #include "winapi/host/reg_file_writer.h"
 #include "winapi/host/registry_tree.h"
@@ -20,18 +21,9 @@
 namespace {
 
 namespace host = winapi::host;
+using tests::Utf16Bytes;
 
 const std::u16string kRoot = u"HKEY_LOCAL_MACHINE\\SOFTWARE\\ZumExchange";
-
-std::vector<std::uint8_t> Bytes(std::u16string_view text, int zeros) {
-  std::vector<std::uint8_t> bytes;
-  for (const char16_t unit : text) {
-    bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-    bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-  }
-  bytes.insert(bytes.end(), static_cast<std::size_t>(zeros) * 2, 0);
-  return bytes;
-}
 
 std::vector<std::uint8_t> Without(std::vector<std::uint8_t> bytes) {
   bytes.pop_back();
@@ -46,44 +38,44 @@ std::vector<std::uint8_t> Counting(std::size_t count) {
 
 // Texts with a terminator, which every reader must give back as they are.
 void AddTexts(host::RegistryKey& key) {
-  key.SetValue(u"", 1, Bytes(u"the default value", 1));
-  key.SetValue(u"plain", 1, Bytes(u"C:\\windows\\Installer\\1a2b.msi", 1));
-  key.SetValue(u"empty text", 1, Bytes(u"", 1));
-  key.SetValue(u"quotes \" and \\", 1, Bytes(u"say \"so\" \\", 1));
-  key.SetValue(u"semicolon;#=", 1, Bytes(u"; no comment # = [x]", 1));
-  key.SetValue(u"blanks", 1, Bytes(u"  two \t and one ", 1));
-  key.SetValue(u"tab", 1, Bytes(u"a\tb", 1));
-  key.SetValue(u"cr", 1, Bytes(u"a\rb", 1));
-  key.SetValue(u"lf", 1, Bytes(u"a\nb", 1));
-  key.SetValue(u"crlf", 1, Bytes(u"a\r\nb", 1));
-  key.SetValue(u"control", 1, Bytes(u"\u0001\u001f\u007f", 1));
-  key.SetValue(u"line separators", 1, Bytes(u"\u0085\u2028\u2029", 1));
-  key.SetValue(u"letters", 1, Bytes(u"\u00e4\u0436\u03b1\u4e2d\U0001F600", 1));
-  key.SetValue(u"lone surrogates", 1, Bytes(u"\xd800x\xdc00", 1));
-  key.SetValue(u"mark", 1, Bytes(u"\ufeffa\ufffe\uffff", 1));
-  key.SetValue(u"long", 1, Bytes(std::u16string(40000, u'l'), 1));
-  key.SetValue(u"\u00e4\u0436 name", 1, Bytes(u"x", 1));
-  key.SetValue(u"name\nwith\rbreaks", 1, Bytes(u"x", 1));
-  key.SetValue(u"0", 1, Bytes(u"-", 1));
+  key.SetValue(u"", 1, Utf16Bytes(u"the default value"));
+  key.SetValue(u"plain", 1, Utf16Bytes(u"C:\\windows\\Installer\\1a2b.msi"));
+  key.SetValue(u"empty text", 1, Utf16Bytes(u""));
+  key.SetValue(u"quotes \" and \\", 1, Utf16Bytes(u"say \"so\" \\"));
+  key.SetValue(u"semicolon;#=", 1, Utf16Bytes(u"; no comment # = [x]"));
+  key.SetValue(u"blanks", 1, Utf16Bytes(u"  two \t and one "));
+  key.SetValue(u"tab", 1, Utf16Bytes(u"a\tb"));
+  key.SetValue(u"cr", 1, Utf16Bytes(u"a\rb"));
+  key.SetValue(u"lf", 1, Utf16Bytes(u"a\nb"));
+  key.SetValue(u"crlf", 1, Utf16Bytes(u"a\r\nb"));
+  key.SetValue(u"control", 1, Utf16Bytes(u"\u0001\u001f\u007f"));
+  key.SetValue(u"line separators", 1, Utf16Bytes(u"\u0085\u2028\u2029"));
+  key.SetValue(u"letters", 1, Utf16Bytes(u"\u00e4\u0436\u03b1\u4e2d\U0001F600"));
+  key.SetValue(u"lone surrogates", 1, Utf16Bytes(u"\xd800x\xdc00"));
+  key.SetValue(u"mark", 1, Utf16Bytes(u"\ufeffa\ufffe\uffff"));
+  key.SetValue(u"long", 1, Utf16Bytes(std::u16string(40000, u'l')));
+  key.SetValue(u"\u00e4\u0436 name", 1, Utf16Bytes(u"x"));
+  key.SetValue(u"name\nwith\rbreaks", 1, Utf16Bytes(u"x"));
+  key.SetValue(u"0", 1, Utf16Bytes(u"-"));
 }
 
 // Texts that quotes don't carry.
 void AddOddTexts(host::RegistryKey& key) {
-  key.SetValue(u"no terminator", 1, Bytes(u"abcd", 0));
-  key.SetValue(u"two terminators", 1, Bytes(u"abcd", 2));
-  key.SetValue(u"odd", 1, Without(Bytes(u"abcd", 0)));
-  key.SetValue(u"odd zero", 1, Without(Bytes(u"abcd", 1)));
+  key.SetValue(u"no terminator", 1, Utf16Bytes(u"abcd", 0));
+  key.SetValue(u"two terminators", 1, Utf16Bytes(u"abcd", 2));
+  key.SetValue(u"odd", 1, Without(Utf16Bytes(u"abcd", 0)));
+  key.SetValue(u"odd zero", 1, Without(Utf16Bytes(u"abcd")));
   key.SetValue(u"one byte", 1, {'a'});
-  key.SetValue(u"embedded zero", 1, Bytes({u"ab\0cd", 5}, 1));
+  key.SetValue(u"embedded zero", 1, Utf16Bytes({u"ab\0cd", 5}));
   key.SetValue(u"no data", 1, {});
-  key.SetValue(u"only zeros", 1, Bytes(u"", 2));
+  key.SetValue(u"only zeros", 1, Utf16Bytes(u"", 2));
 }
 
 void AddOtherTypes(host::RegistryKey& key) {
   key.SetValue(u"none", 0, {1, 2, 3});
   key.SetValue(u"none empty", 0, {});
-  key.SetValue(u"expand", 2, Bytes(u"%TEMP%\\x", 1));
-  key.SetValue(u"expand no terminator", 2, Bytes(u"%TEMP%", 0));
+  key.SetValue(u"expand", 2, Utf16Bytes(u"%TEMP%\\x"));
+  key.SetValue(u"expand no terminator", 2, Utf16Bytes(u"%TEMP%", 0));
   key.SetValue(u"expand empty", 2, {});
   key.SetValue(u"binary", 3, Counting(256));
   key.SetValue(u"binary empty", 3, {});
@@ -97,11 +89,11 @@ void AddOtherTypes(host::RegistryKey& key) {
   key.SetValue(u"dword five bytes", 4, {1, 2, 3, 4, 5});
   key.SetValue(u"dword empty", 4, {});
   key.SetValue(u"dword big endian", 5, {1, 2, 3, 4});
-  key.SetValue(u"link", 6, Bytes(u"\\Registry", 0));
-  key.SetValue(u"multi", 7, Bytes({u"a\0b\0", 4}, 1));
+  key.SetValue(u"link", 6, Utf16Bytes(u"\\Registry", 0));
+  key.SetValue(u"multi", 7, Utf16Bytes({u"a\0b\0", 4}));
   key.SetValue(u"multi empty", 7, {});
-  key.SetValue(u"multi one terminator", 7, Bytes(u"abc", 1));
-  key.SetValue(u"multi no terminator", 7, Bytes(u"abc", 0));
+  key.SetValue(u"multi one terminator", 7, Utf16Bytes(u"abc"));
+  key.SetValue(u"multi no terminator", 7, Utf16Bytes(u"abc", 0));
   key.SetValue(u"qword", 11, {1, 2, 3, 4, 5, 6, 7, 8});
   key.SetValue(u"qword short", 11, {1, 2, 3});
   key.SetValue(u"type 77", 77, {1, 2, 3});

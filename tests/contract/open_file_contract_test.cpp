@@ -19,26 +19,19 @@
 namespace {
 
 using tests::Answers;
+using tests::Copy;
 using tests::CreateNew;
-using tests::ErrorOf;
+using tests::Delete;
 using tests::kHost;
 using tests::kWindows;
 using tests::kWine;
+using tests::RemoveFolder;
 
 class OpenFileContract : public ::testing::Test, protected tests::DirectoryTree {
  protected:
-  static winapi::Error Delete(const std::u16string& path) {
-    return ErrorOf([&] { return winapi::DeleteFileW(path.c_str()); });
-  }
-  static winapi::Error Remove(const std::u16string& path) {
-    return ErrorOf([&] { return winapi::RemoveDirectoryW(path.c_str()); });
-  }
-  static winapi::Error Copy(const std::u16string& from, const std::u16string& to) {
-    return ErrorOf([&] { return winapi::CopyFileW(from.c_str(), to.c_str(), 0); });
-  }
   static winapi::Error Attributes(const std::u16string& path) {
-    return ErrorOf(
-        [&] { return winapi::GetFileAttributesW(path.c_str()) != winapi::kInvalidFileAttributes; });
+    winapi::Dword ignored = 0;
+    return tests::Attributes(path, ignored);
   }
   static winapi::Handle Search(const std::u16string& pattern) {
     winapi::FindData data{};
@@ -55,10 +48,10 @@ TEST_F(OpenFileContract, ASearchedDirectoryIsNotRemoved) {
   MakeDirectory(u"folder");
   const winapi::Handle search = Search(Windows(u"folder\\*"));
   ASSERT_NE(winapi::InvalidHandleValue(), search);
-  EXPECT_EQ(32u, Remove(Windows(u"folder")));
+  EXPECT_EQ(32u, RemoveFolder(Windows(u"folder")));
   EXPECT_TRUE(Has(u"folder"));
   EXPECT_NE(0, winapi::FindClose(search));
-  EXPECT_EQ(0u, Remove(Windows(u"folder")));
+  EXPECT_EQ(0u, RemoveFolder(Windows(u"folder")));
   EXPECT_FALSE(Has(u"folder"));
 }
 
@@ -72,7 +65,7 @@ TEST_F(OpenFileContract, ASearchThatIsAtItsEndStillHoldsTheDirectory) {
   EXPECT_ANSWER("remove the directory",
                 Answers(32u, kHost | kWindows)
                     .Or(0u, kWine, "lets go of a directory at the end of the search"),
-                Remove(Windows(u"folder")));
+                RemoveFolder(Windows(u"folder")));
   EXPECT_NE(0, winapi::FindClose(search));
 }
 
@@ -81,11 +74,11 @@ TEST_F(OpenFileContract, ASearchForOneNameHoldsItsDirectory) {
   MakeDirectory(u"folder/inner");
   const winapi::Handle search = Search(Windows(u"folder\\inner"));
   ASSERT_NE(winapi::InvalidHandleValue(), search);
-  EXPECT_EQ(0u, Remove(Windows(u"folder\\inner")));
+  EXPECT_EQ(0u, RemoveFolder(Windows(u"folder\\inner")));
   EXPECT_ANSWER("remove the directory",
                 Answers(32u, kHost | kWindows)
                     .Or(0u, kWine, "lets go of a directory once the one name is found"),
-                Remove(Windows(u"folder")));
+                RemoveFolder(Windows(u"folder")));
   EXPECT_NE(0, winapi::FindClose(search));
 }
 
@@ -98,7 +91,7 @@ TEST_F(OpenFileContract, ADeletedFileKeepsItsNameUntilItIsClosed) {
   ASSERT_NE(winapi::InvalidHandleValue(), file);
   EXPECT_EQ(0u, Delete(path));
   EXPECT_TRUE(Has(u"folder/x"));
-  EXPECT_EQ(145u, Remove(Windows(u"folder")));
+  EXPECT_EQ(145u, RemoveFolder(Windows(u"folder")));
   const char* const reason = "lets a deleted file be used until its last handle is closed";
   EXPECT_ANSWER("attributes", Answers(5u, kHost | kWindows).Or(0u, kWine, reason),
                 Attributes(path));
@@ -109,7 +102,7 @@ TEST_F(OpenFileContract, ADeletedFileKeepsItsNameUntilItIsClosed) {
   EXPECT_ANSWER("delete again", Answers(5u, kHost | kWindows).Or(0u, kWine, reason), Delete(path));
   EXPECT_NE(0, winapi::CloseHandle(file));
   EXPECT_FALSE(Has(u"folder/x"));
-  EXPECT_EQ(0u, Remove(Windows(u"folder")));
+  EXPECT_EQ(0u, RemoveFolder(Windows(u"folder")));
 }
 
 TEST_F(OpenFileContract, ADeletedFileIsStillFound) {

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <fstream>
-#include <iterator>
 #include <string>
 
+#include "tests/support/directory_tree.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/files.h"
 #include "winapi/process.h"
@@ -16,6 +16,8 @@
 #endif
 
 namespace {
+
+using tests::ReadAll;
 
 #ifdef _WIN32
 unsigned OwnProcessId() { return static_cast<unsigned>(_getpid()); }
@@ -35,12 +37,6 @@ TEST(IdentityContract, IsTheProcesssOwn) {
   EXPECT_NE(0u, winapi::GetCurrentThreadId());
 }
 
-std::string Read(const std::filesystem::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  EXPECT_TRUE(stream.is_open());
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 TEST(OpenOutputStreamContract, WritesBytesAsTheyAre) {
   const tests::TemporaryFolder folder;
   std::ofstream stream;
@@ -49,7 +45,7 @@ TEST(OpenOutputStreamContract, WritesBytesAsTheyAre) {
   const std::string bytes("a\nb\r\n\x1A\0c\xFF", 9);
   stream << bytes;
   stream.close();
-  EXPECT_EQ(bytes, Read(folder.Path() / "file.log"));
+  EXPECT_EQ(bytes, ReadAll(folder.Path() / "file.log"));
 }
 
 TEST(OpenOutputStreamContract, Truncates) {
@@ -58,7 +54,7 @@ TEST(OpenOutputStreamContract, Truncates) {
   std::ofstream stream;
   winapi::OpenOutputStream(stream, (folder.WindowsPath() + u"\\file.log").c_str());
   ASSERT_TRUE(stream.is_open());
-  EXPECT_EQ("", Read(folder.Path() / "file.log"));
+  EXPECT_EQ("", ReadAll(folder.Path() / "file.log"));
 }
 
 TEST(OpenOutputStreamContract, OthersMayReadAndWriteMeanwhile) {
@@ -68,11 +64,11 @@ TEST(OpenOutputStreamContract, OthersMayReadAndWriteMeanwhile) {
   winapi::OpenOutputStream(stream, path.c_str());
   ASSERT_TRUE(stream.is_open());
   stream << "first" << std::flush;
-  EXPECT_EQ("first", Read(folder.Path() / "file.log"));
+  EXPECT_EQ("first", ReadAll(folder.Path() / "file.log"));
   std::ofstream second(folder.Path() / "file.log", std::ios::binary | std::ios::app);
   EXPECT_TRUE(second.is_open());
   second << " second" << std::flush;
-  EXPECT_EQ("first second", Read(folder.Path() / "file.log"));
+  EXPECT_EQ("first second", ReadAll(folder.Path() / "file.log"));
   std::ofstream third;
   winapi::OpenOutputStream(third, path.c_str());
   EXPECT_TRUE(third.is_open());
@@ -86,7 +82,7 @@ TEST(OpenOutputStreamContract, TakesNamesBeyondAscii) {
   ASSERT_TRUE(stream.is_open());
   stream << "x";
   stream.close();
-  EXPECT_EQ("x", Read(folder.Path() / std::filesystem::path(name)));
+  EXPECT_EQ("x", ReadAll(folder.Path() / std::filesystem::path(name)));
 }
 
 TEST(OpenOutputStreamContract, FailsWhereThereIsNoFolder) {

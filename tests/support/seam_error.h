@@ -33,6 +33,28 @@ inline winapi::Error CreateNew(const char16_t* path) {
 }
 inline winapi::Error CreateNew(const std::u16string& path) { return CreateNew(path.c_str()); }
 
+// What else is done to files and directories; each gives its error.
+inline winapi::Error Copy(const std::u16string& from, const std::u16string& to,
+                          bool failIfExists = false) {
+  return ErrorOf([&] { return winapi::CopyFileW(from.c_str(), to.c_str(), failIfExists); });
+}
+inline winapi::Error Delete(const std::u16string& path) {
+  return ErrorOf([&] { return winapi::DeleteFileW(path.c_str()); });
+}
+inline winapi::Error MakeFolder(const std::u16string& path) {
+  return ErrorOf([&] { return winapi::CreateDirectoryW(path.c_str(), nullptr); });
+}
+inline winapi::Error RemoveFolder(const std::u16string& path) {
+  return ErrorOf([&] { return winapi::RemoveDirectoryW(path.c_str()); });
+}
+// `attributes` gets the answer, that of a failure too.
+inline winapi::Error Attributes(const std::u16string& path, winapi::Dword& attributes) {
+  return ErrorOf([&] {
+    attributes = winapi::GetFileAttributesW(path.c_str());
+    return attributes != winapi::kInvalidFileAttributes;
+  });
+}
+
 }  // namespace tests
 
 #endif  // TESTS_SUPPORT_SEAM_ERROR_H_

@@ -14,16 +14,6 @@ std::optional<Value> GetValue(const std::u16string& path, const std::u16string& 
   return found == values.end() ? std::nullopt : std::optional<Value>(*found);
 }
 
-std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, int zeros) {
-  std::vector<std::uint8_t> bytes;
-  for (const char16_t unit : text) {
-    bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-    bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-  }
-  bytes.insert(bytes.end(), static_cast<std::size_t>(zeros) * 2, 0);
-  return bytes;
-}
-
 std::vector<std::uint8_t> ListBytes(const std::vector<std::u16string>& strings) {
   std::u16string text;
   for (const std::u16string& string : strings) text.append(string).push_back(u'\0');

@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/text.h"  // Utf16Bytes
+
 namespace tests {
 
 struct Value {
@@ -32,9 +34,6 @@ void SetValue(const std::u16string& path, const Value& value);
 // Sorted by name.
 [[nodiscard]] std::vector<Value> Values(const std::u16string& path);
 [[nodiscard]] bool KeyExists(const std::u16string& path);
-
-// The bytes of a text, low byte first, with `zeros` zero characters behind it.
-[[nodiscard]] std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text, int zeros = 1);
 
 // The bytes of a REG_MULTI_SZ: each string with its zero, and the end mark.
 [[nodiscard]] std::vector<std::uint8_t> ListBytes(const std::vector<std::u16string>& strings);

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/installer_keys.h"
+#include "tests/support/text.h"
 #include "winapi/errors.h"
 #include "winapi/registry.h"
 
@@ -12,19 +14,11 @@ namespace {
 
 using namespace zum_rehearse;
 
-const std::u16string kInstallPath =
-    u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-"
-    u"18\\"
-    u"Products\\";
-const std::u16string kSourcePath = u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes\\Installer\\Products\\";
+const std::u16string kMachine = u"HKEY_LOCAL_MACHINE\\";
 
+// Without a zero behind it.
 Value Text(std::u16string_view text) {
-  Value value{winapi::kRegSz, {}};
-  for (const char16_t unit : text) {
-    value.data.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-    value.data.push_back(static_cast<std::uint8_t>(unit >> 8));
-  }
-  return value;
+  return {winapi::kRegSz, tests::Utf16Bytes(text, /*zeros=*/0)};
 }
 
 ProductRecord Listed(const char16_t* key) {
@@ -46,8 +40,8 @@ ProductRecord Marked(const char16_t* key) {
 // The four steps that the correction takes at a product with both marks.
 void Repair(Findings& findings, const std::u16string& key) {
   auto& changes = findings.correction.changes;
-  const std::u16string install = kInstallPath + key + u"\\InstallProperties";
-  const std::u16string source = kSourcePath + key + u"\\SourceList";
+  const std::u16string install = kMachine + tests::InstallProperties(key);
+  const std::u16string source = kMachine + tests::SourceList(key);
   changes.push_back({install, u"LocalPackage", std::nullopt, Text(u"C:\\a.msi")});
   changes.push_back({install, u"LocalPackageNotExist", Text(u"C:\\a.msi"), std::nullopt});
   changes.push_back({source, u"PackageName", std::nullopt, Text(u"zum_win.msi")});
@@ -96,7 +90,7 @@ TEST(Judge, ARefusedProductIsPassedOver) {
   findings.records = {Marked(u"A"), Marked(u"B")};
   Repair(findings, u"A");
   Repair(findings, u"B");
-  findings.correction.refusals = {{kSourcePath + u"B\\SourceList", 0x2011F, true}};
+  findings.correction.refusals = {{kMachine + tests::SourceList(u"B"), 0x2011F, true}};
   EXPECT_EQ(VerdictsOf(findings, 0).front(), Verdict::kWouldBeRepaired);
   EXPECT_EQ(VerdictsOf(findings, 1), (std::vector{Verdict::kPassedOver, Verdict::kWouldBeRepaired,
                                                   Verdict::kPackageNotKnownHere}));
@@ -107,10 +101,10 @@ TEST(Judge, AFailureLeavesTheRestUntouched) {
   findings.records = {Marked(u"A"), Marked(u"B"), Marked(u"C"), Listed(u"D")};
   Repair(findings, u"A");
   findings.records[1].values[kLocalPackage] = Text(u"old");
-  findings.correction.changes.push_back(
-      {kInstallPath + u"B\\InstallProperties", u"LocalPackage", Text(u"old"), Text(u"C:\\a.msi")});
+  findings.correction.changes.push_back({kMachine + tests::InstallProperties(u"B"), u"LocalPackage",
+                                         Text(u"old"), Text(u"C:\\a.msi")});
   findings.correction.failedChanges = {
-      {kInstallPath + u"B\\InstallProperties", u"LocalPackageNotExist", winapi::kErrorDiskFull}};
+      {kMachine + tests::InstallProperties(u"B"), u"LocalPackageNotExist", winapi::kErrorDiskFull}};
   findings.failed = true;
   const std::vector<Product> products = Judge(findings, nullptr);
   EXPECT_EQ(products[0].verdicts.front(), Verdict::kWouldBeRepaired);
@@ -125,7 +119,7 @@ TEST(Judge, AValueThatIsWrittenCountsThoughItsMarkStays) {
   Findings findings;
   findings.records = {Marked(u"A")};
   findings.records[0].values[kPackageName] = Text(u"old");
-  const std::u16string source = kSourcePath + u"A\\SourceList";
+  const std::u16string source = kMachine + tests::SourceList(u"A");
   findings.correction.changes.push_back(
       {source, u"PackageName", Text(u"old"), Text(u"zum_win.msi")});
   findings.correction.failedChanges = {{source, u"PackageNameNotExist", winapi::kErrorDiskFull}};
@@ -141,7 +135,7 @@ TEST(Judge, WhatIsLeftAloneIsToldWhereItFailsToo) {
     record.values[kPackageNameMarked] = Value{winapi::kRegBinary, {1}};
   }
   findings.correction.failedChanges = {
-      {kInstallPath + u"A\\InstallProperties", u"LocalPackage", winapi::kErrorDiskFull}};
+      {kMachine + tests::InstallProperties(u"A"), u"LocalPackage", winapi::kErrorDiskFull}};
   findings.failed = true;
   EXPECT_EQ(VerdictsOf(findings, 0), (std::vector{Verdict::kFailsHere, Verdict::kNotAString}));
   EXPECT_EQ(VerdictsOf(findings, 1), std::vector{Verdict::kNotReached});

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/installer_keys.h"
 #include "tests/support/test_registry.h"
 #include "winapi/errors.h"
 #include "winapi/host/control.h"
@@ -21,27 +22,19 @@ namespace {
 
 namespace host = winapi::host;
 using namespace zum_rehearse;
-
-const std::u16string kUserData = std::u16string(kUserDataProducts);
-const std::u16string kClasses = std::u16string(kClassesProducts);
-
-std::u16string InstallPath(const std::u16string& product) {
-  return kUserData + u"\\" + product + u"\\InstallProperties";
-}
-std::u16string SourcePath(const std::u16string& product) {
-  return kClasses + u"\\" + product + u"\\SourceList";
-}
+using tests::InstallProperties;
+using tests::SourceList;
 
 // Three products with both marks.
 class RehearseHost : public ::testing::Test {
  protected:
-  RehearseHost() : m_userData(kUserData), m_classes(kClasses) {
+  RehearseHost() : m_userData(tests::kUserData), m_classes(tests::kClasses) {
     for (const char16_t* product : {u"A", u"B", u"C"}) {
-      tests::CreateKey(InstallPath(product));
-      tests::CreateKey(SourcePath(product));
-      tests::SetValue(InstallPath(product),
+      tests::CreateKey(InstallProperties(product));
+      tests::CreateKey(SourceList(product));
+      tests::SetValue(InstallProperties(product),
                       {u"LocalPackageNotExist", winapi::kRegSz, tests::Utf16Bytes(u"C:\\a.msi")});
-      tests::SetValue(SourcePath(product),
+      tests::SetValue(SourceList(product),
                       {u"PackageNameNotExist", winapi::kRegSz, tests::Utf16Bytes(u"zum_win.msi")});
     }
   }
@@ -75,9 +68,9 @@ TEST_F(RehearseHost, WithAllRightsAllAreRepaired) {
 }
 
 TEST_F(RehearseHost, AProductThatTheBranchesSpellInTwoWaysIsOne) {
-  tests::CreateKey(InstallPath(u"d"));
-  tests::CreateKey(SourcePath(u"D"));
-  tests::SetValue(SourcePath(u"D"),
+  tests::CreateKey(InstallProperties(u"d"));
+  tests::CreateKey(SourceList(u"D"));
+  tests::SetValue(SourceList(u"D"),
                   {u"PackageNameNotExist", winapi::kRegSz, tests::Utf16Bytes(u"zum_win.msi")});
   const Report report = Run();
   ASSERT_EQ(report.products.size(), 4U);
@@ -86,8 +79,8 @@ TEST_F(RehearseHost, AProductThatTheBranchesSpellInTwoWaysIsOne) {
 }
 
 TEST_F(RehearseHost, WithoutTheRightToWriteItSaysWhoIsPassedOver) {
-  Deny(InstallPath(u"A"), winapi::kKeySetValue);
-  Deny(SourcePath(u"B"), winapi::kKeySetValue);
+  Deny(InstallProperties(u"A"), winapi::kKeySetValue);
+  Deny(SourceList(u"B"), winapi::kKeySetValue);
   const Report report = Run();
   EXPECT_EQ(StatusOf(report), 5);
   EXPECT_EQ(report.ChangedProducts(), 3U);
@@ -111,7 +104,7 @@ TEST_F(RehearseHost, WithoutTheRightToWriteItSaysWhoIsPassedOver) {
 }
 
 TEST_F(RehearseHost, AFailureAtAProductThatIsPassedOverIsNoneWithoutTheRight) {
-  Deny(InstallPath(u"B"), winapi::kKeySetValue);
+  Deny(InstallProperties(u"B"), winapi::kKeySetValue);
   host::FailCall("RegDeleteValueW", 3, winapi::kErrorDiskFull);
   const Report report = Run();
   EXPECT_EQ(report.outcome.code, 0xA1780003U);
@@ -121,7 +114,7 @@ TEST_F(RehearseHost, AFailureAtAProductThatIsPassedOverIsNoneWithoutTheRight) {
 }
 
 TEST_F(RehearseHost, AFailureAtAnotherProductStays) {
-  Deny(InstallPath(u"A"), winapi::kKeySetValue);
+  Deny(InstallProperties(u"A"), winapi::kKeySetValue);
   host::FailCall("RegDeleteValueW", 3, winapi::kErrorDiskFull);
   const Report report = Run();
   EXPECT_EQ(report.products[1].verdicts.front(), Verdict::kFailsHere);
@@ -130,7 +123,7 @@ TEST_F(RehearseHost, AFailureAtAnotherProductStays) {
 }
 
 TEST_F(RehearseHost, RecordsThatMayNotBeReadAreSaidToBeSo) {
-  Deny(InstallPath(u"B"), winapi::kKeyQueryValue);
+  Deny(InstallProperties(u"B"), winapi::kKeyQueryValue);
   const Report report = Run();
   EXPECT_EQ(report.products[1].verdicts, std::vector{Verdict::kUnreadable});
   EXPECT_EQ(report.ChangedProducts(), 2U);
@@ -138,7 +131,7 @@ TEST_F(RehearseHost, RecordsThatMayNotBeReadAreSaidToBeSo) {
 }
 
 TEST_F(RehearseHost, AListThatMayNotBeReadIsAFailure) {
-  Deny(kUserData, winapi::kKeyEnumerateSubKeys);
+  Deny(tests::kUserData, winapi::kKeyEnumerateSubKeys);
   const Report report = Run();
   EXPECT_EQ(StatusOf(report), 3);
   EXPECT_EQ(report.outcome.code, 0xA1780003U);
@@ -214,7 +207,7 @@ TEST_F(RehearseHost, FilesEndWithAnEmptyLine) {
 }
 
 TEST_F(RehearseHost, AListThatBreaksOffIsNoted) {
-  tests::CreateKey(kUserData + u"\\" + std::u16string(300, u'B'));
+  tests::CreateKey(tests::kUserData + u"\\" + std::u16string(300, u'B'));
   const Report report = Run();
   ASSERT_EQ(report.notes.size(), 1U);
   EXPECT_EQ(
@@ -229,8 +222,8 @@ TEST_F(RehearseHost, NothingIsLeftOpenAndNothingIsWritten) {
   host::StartCallLog();
   (void)Run();
   EXPECT_EQ(host::Live().keys, 0U);
-  EXPECT_EQ(tests::Values(InstallPath(u"A")).size(), 1U);
-  EXPECT_EQ(tests::Values(InstallPath(u"A"))[0].name, u"LocalPackageNotExist");
+  EXPECT_EQ(tests::Values(InstallProperties(u"A")).size(), 1U);
+  EXPECT_EQ(tests::Values(InstallProperties(u"A"))[0].name, u"LocalPackageNotExist");
 }
 
 TEST(Rehearse, AMachineThatWasNotLoadedIsReportedAsSuch) {

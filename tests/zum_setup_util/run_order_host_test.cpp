@@ -14,6 +14,7 @@
 #include "oru/rtl/tracer.h"
 #include "standalone_tracer_lib/tracers.h"
 #include "tests/support/checks.h"
+#include "tests/support/installer_keys.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/exceptions.h"
 #include "winapi/host/control.h"
@@ -25,10 +26,7 @@ namespace {
 
 namespace host = winapi::host;
 
-constexpr char16_t kProducts[] =
-    u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\S-1-5-"
-    u"18\\"
-    u"Products";
+const std::u16string kProducts = u"HKEY_LOCAL_MACHINE\\" + tests::kUserData;
 
 // The standard output during a run: keeps the bytes, and notes how many calls of the seam came
 // before them.

@@ -8,6 +8,7 @@
 
 #include "platform/util/windows/system_error.h"
 #include "tests/support/directory_tree.h"
+#include "tests/support/text.h"
 #include "tests/zum_setup_util_lib/action_failure.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 
@@ -18,13 +19,12 @@ namespace {
 using tests::DirectoryTree;
 using tests::ExpectFailure;
 using tests::InstalledTracer;
+using tests::Narrow;
 
 constexpr std::uint32_t kInvalidArgument = 0x80000046;
 constexpr std::uint32_t kPathNotFound = 0x80010103;
 constexpr std::uint32_t kAlreadyExists = 0x80010105;
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
-
-std::string Narrow(const std::u16string& text) { return {text.begin(), text.end()}; }
 
 TEST(CreateSecureDirectory, MakesADirectoryOfTheProcess) {
   const InstalledTracer tracer;
@@ -57,7 +57,7 @@ void ExpectCreationFailure(const std::u16string& path, std::uint32_t error, std:
     EXPECT_EQ(static_cast<std::uint32_t>(exception.Code()), code);
     EXPECT_TRUE(exception.Message().view().ends_with(
         u". Expression: 'CreateDirectoryW(directory.c_str(), &securityAttributes)'"))
-        << Narrow(std::u16string(exception.Message().view()));
+        << Narrow(exception.Message().view());
     EXPECT_STREQ(exception.File(), kSourceFile);
     EXPECT_GT(exception.Line(), 0u);
   }

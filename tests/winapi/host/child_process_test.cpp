@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/support/directory_tree.h"
 #include "winapi/child_process.h"
 #include "winapi/errors.h"
 #include "winapi/handles.h"
@@ -64,11 +65,6 @@ class HostChildProcess : public ::testing::Test {
     return code;
   }
 
-  static std::string Read(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
-  }
-
   [[nodiscard]] const std::string& Folder() const { return m_folder; }
   [[nodiscard]] const ProcessInformation& Information() const { return m_information; }
 
@@ -94,7 +90,7 @@ TEST_F(HostChildProcess, TheLineIsTheOneArgument) {
     SCOPED_TRACE(one.name);
     ASSERT_NE(Start(one.line), 0);
     EXPECT_EQ(Finish(), 0U);
-    EXPECT_EQ(Read(Folder() + "/seen"), one.expected);
+    EXPECT_EQ(tests::ReadAll(Folder() + "/seen"), one.expected);
   }
 }
 
@@ -200,7 +196,7 @@ TEST_F(HostChildProcess, ItsNumberIsTheSystems) {
   ASSERT_NE(Start(u"x"), 0);
   const Dword id = Information().dwProcessId;
   EXPECT_EQ(Finish(), 0U);
-  EXPECT_EQ(Read(Folder() + "/pid"), std::to_string(id));
+  EXPECT_EQ(tests::ReadAll(Folder() + "/pid"), std::to_string(id));
 }
 
 TEST_F(HostChildProcess, HasFolderAndEnvironmentAndNoOpenFile) {

@@ -23,8 +23,12 @@ namespace winapi {
 namespace {
 
 namespace fs = std::filesystem;
+using tests::Copy;
 using tests::CreateNew;
+using tests::Delete;
 using tests::ErrorOf;
+using tests::MakeFolder;
+using tests::RemoveFolder;
 
 class HostFiles : public ::testing::Test {
  protected:
@@ -33,18 +37,6 @@ class HostFiles : public ::testing::Test {
   static fs::path DriveC() { return host::DriveCFolder(); }
   static void Write(const fs::path& file, std::string_view content = "") {
     std::ofstream(file, std::ios::binary) << content;
-  }
-  static Error Delete(const std::u16string& path) {
-    return ErrorOf([&] { return DeleteFileW(path.c_str()); });
-  }
-  static Error Copy(const std::u16string& from, const std::u16string& to) {
-    return ErrorOf([&] { return CopyFileW(from.c_str(), to.c_str(), 0); });
-  }
-  static Error Create(const std::u16string& path) {
-    return ErrorOf([&] { return CreateDirectoryW(path.c_str(), nullptr); });
-  }
-  static Error Remove(const std::u16string& path) {
-    return ErrorOf([&] { return RemoveDirectoryW(path.c_str()); });
   }
   static Handle NewFile(const char16_t* path) {
     return CreateFileW(path, 0, 0, nullptr, kCreateNew, 0, nullptr);
@@ -131,8 +123,8 @@ TEST_F(HostFiles, OfALinkOnlyTheLinkGoes) {
   fs::create_symlink("file", DriveC() / "to file");
   fs::create_symlink("none", DriveC() / "to nothing");
   EXPECT_EQ(Delete(u"C:\\to folder"), kErrorAccessDenied);
-  EXPECT_EQ(Remove(u"C:\\to file"), kErrorNotADirectory);
-  EXPECT_EQ(Remove(u"C:\\to folder"), 0U);
+  EXPECT_EQ(RemoveFolder(u"C:\\to file"), kErrorNotADirectory);
+  EXPECT_EQ(RemoveFolder(u"C:\\to folder"), 0U);
   EXPECT_EQ(Delete(u"C:\\to file"), 0U);
   EXPECT_EQ(Delete(u"C:\\to nothing"), 0U);
   EXPECT_TRUE(fs::exists(DriveC() / "folder" / "kept"));
@@ -142,7 +134,7 @@ TEST_F(HostFiles, OfALinkOnlyTheLinkGoes) {
 
 TEST_F(HostFiles, NothingIsMadeInThePlaceOfALink) {
   fs::create_symlink("target", DriveC() / "link");
-  EXPECT_EQ(Create(u"C:\\link"), kErrorAlreadyExists);
+  EXPECT_EQ(MakeFolder(u"C:\\link"), kErrorAlreadyExists);
   EXPECT_EQ(CreateNew(u"C:\\link"), kErrorFileExists);
   EXPECT_FALSE(fs::exists(DriveC() / "target"));
 }
@@ -191,9 +183,9 @@ TEST_F(HostFiles, ALockStaysWithItsFile) {
 TEST_F(HostFiles, ALockedDirectoryIsNotRemoved) {
   fs::create_directories(DriveC() / "folder");
   ASSERT_TRUE(host::LockFile(u"C:\\folder"));
-  EXPECT_EQ(Remove(u"C:\\folder"), kErrorSharingViolation);
+  EXPECT_EQ(RemoveFolder(u"C:\\folder"), kErrorSharingViolation);
   ASSERT_TRUE(host::UnlockFile(u"C:\\folder"));
-  EXPECT_EQ(Remove(u"C:\\folder"), 0U);
+  EXPECT_EQ(RemoveFolder(u"C:\\folder"), 0U);
 }
 
 TEST_F(HostFiles, WhatIsNotThereCantBeLocked) {
@@ -207,10 +199,10 @@ TEST_F(HostFiles, AReadOnlyDirectoryRefusesChanges) {
   Write(DriveC() / "folder" / "file", "content");
   ASSERT_TRUE(host::SetReadOnlyDirectory(u"C:\\folder", true));
   EXPECT_EQ(CreateNew(u"C:\\folder\\x"), kErrorAccessDenied);
-  EXPECT_EQ(Create(u"C:\\folder\\x"), kErrorAccessDenied);
+  EXPECT_EQ(MakeFolder(u"C:\\folder\\x"), kErrorAccessDenied);
   EXPECT_EQ(Copy(u"C:\\folder\\file", u"C:\\folder\\x"), kErrorAccessDenied);
   EXPECT_EQ(Delete(u"C:\\folder\\file"), kErrorAccessDenied);
-  EXPECT_EQ(Remove(u"C:\\folder\\sub"), kErrorAccessDenied);
+  EXPECT_EQ(RemoveFolder(u"C:\\folder\\sub"), kErrorAccessDenied);
   EXPECT_EQ(Copy(u"C:\\folder\\file", u"C:\\x"), 0U) << "reading is free";
   EXPECT_EQ(CreateNew(u"C:\\folder\\sub\\x"), 0U) << "what lies deeper is free";
   EXPECT_EQ(CreateNew(u"C:\\folder\\file"), kErrorFileExists) << "told first";
@@ -232,7 +224,7 @@ TEST_F(HostFiles, DeepTreesInAnyLetters) {
   std::u16string path = u"\\\\?\\C:";
   for (int level = 0; level < 1000; ++level) {
     path += level == 500 ? u"\\Middle" : u"\\a level";
-    ASSERT_EQ(Create(path), 0U) << level;
+    ASSERT_EQ(MakeFolder(path), 0U) << level;
   }
   EXPECT_EQ(CreateNew((path + u"\\file").c_str()), 0U);
   std::u16string other = path;
@@ -240,11 +232,11 @@ TEST_F(HostFiles, DeepTreesInAnyLetters) {
   std::replace(other.begin() + 8, other.end(), u'v', u'V');
   EXPECT_EQ(GetFileAttributesW((other + u"\\FILE").c_str()), 0x20U);
   EXPECT_EQ(Copy(other + u"\\FILE", path + u"\\copy"), 0U);
-  EXPECT_EQ(Remove(path), kErrorDirectoryNotEmpty);
+  EXPECT_EQ(RemoveFolder(path), kErrorDirectoryNotEmpty);
   EXPECT_EQ(Delete(path + u"\\copy"), 0U);
   EXPECT_EQ(Delete(path + u"\\file"), 0U);
   for (int level = 1000; level-- > 0; path.resize(path.rfind(u'\\'))) {
-    ASSERT_EQ(Remove(path), 0U) << level;
+    ASSERT_EQ(RemoveFolder(path), 0U) << level;
   }
   EXPECT_TRUE(fs::is_empty(DriveC()));
 }
@@ -252,7 +244,7 @@ TEST_F(HostFiles, DeepTreesInAnyLetters) {
 TEST_F(HostFiles, ANameLongerThanTheHostTakes) {
   const std::u16string name = u"\\\\?\\C:\\" + std::u16string(256, u'n');
   EXPECT_EQ(CreateNew(name.c_str()), kErrorInvalidName);
-  EXPECT_EQ(Create(name), kErrorInvalidName);
+  EXPECT_EQ(MakeFolder(name), kErrorInvalidName);
   EXPECT_EQ(CreateNew((name + u"\\x").c_str()), kErrorInvalidName);
 }
 

@@ -5,11 +5,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/support/current_directory.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/errors.h"
 #include "winapi/files.h"
@@ -25,13 +25,6 @@ namespace fs = std::filesystem;
 fs::path DriveC() {
   fs::create_directories(host::DriveCFolder());
   return host::DriveCFolder();
-}
-
-std::string Content(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::ostringstream text;
-  text << stream.rdbuf();
-  return text.str();
 }
 
 TEST(HostPaths, FullPaths) {
@@ -261,7 +254,7 @@ TEST(HostOutputStream, AnOutputStreamIsBinaryAndTruncates) {
   EXPECT_TRUE(stream.good());
   stream << "a\nb";
   stream.close();
-  EXPECT_EQ(Content(file), "a\nb");
+  EXPECT_EQ(tests::ReadAll(file), "a\nb");
 }
 
 TEST(HostOutputStream, OthersMayReadAndWriteAtTheSameTime) {
@@ -270,7 +263,7 @@ TEST(HostOutputStream, OthersMayReadAndWriteAtTheSameTime) {
   OpenOutputStream(stream, u"C:\\shared.txt");
   ASSERT_TRUE(stream.is_open());
   stream << "one" << std::flush;
-  EXPECT_EQ(Content(file), "one");
+  EXPECT_EQ(tests::ReadAll(file), "one");
   std::ofstream other(file, std::ios::app);
   EXPECT_TRUE(other.is_open());
 }

@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "tests/support/directory_tree.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/host/control.h"
 #include "winapi/host/text.h"
@@ -43,8 +43,7 @@ std::string CommandLineOf(std::vector<std::string> arguments) {
   int status = -1;
   EXPECT_EQ(child, ::waitpid(child, &status, 0));
   EXPECT_EQ(0, status);
-  std::ifstream stream(output, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  return tests::ReadAll(output);
 }
 
 TEST(HostCommandLine, JoinsTheArgumentsByBlanks) {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/text.h"
 #include "winapi/host/reg_file_reader.h"
 
 namespace winapi::host {
@@ -15,14 +16,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-Bytes Units(std::u16string_view text) {
-  Bytes bytes;
-  for (const char16_t unit : text) {
-    bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-    bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-  }
-  return bytes;
-}
+// Without a zero behind it.
+Bytes Units(std::u16string_view text) { return tests::Utf16Bytes(text, /*zeros=*/0); }
 
 // The file's text, byte-order mark and all.
 std::u16string Written(const RegistryTree& tree) {

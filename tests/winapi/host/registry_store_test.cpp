@@ -9,11 +9,11 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/support/directory_tree.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/winapi/host/child_process.h"
 #include "winapi/host/reg_file_reader.h"
@@ -23,13 +23,6 @@ namespace tests {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string Content(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::ostringstream text;
-  text << stream.rdbuf();
-  return text.str();
-}
 
 class HostRegistryStore : public ::testing::Test {
  protected:
@@ -77,7 +70,7 @@ TEST_F(HostRegistryStore, ChangesAreWrittenAtTheExit) {
       "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Child]\r\n\"name\"=\"text\"\r\n\r\n";
   std::string bytes = "\xFF\xFE";
   for (const char character : expected) bytes.append({character, '\0'});
-  EXPECT_EQ(Content(File()), bytes);
+  EXPECT_EQ(ReadAll(File()), bytes);
 }
 
 TEST_F(HostRegistryStore, AMissingFileIsAnEmptyRegistry) {
@@ -92,7 +85,7 @@ TEST_F(HostRegistryStore, WithoutAChangeTheFileStaysAsItIs) {
       ";c\n";
   WriteFile(file);
   EXPECT_EQ(Run({"get", "A"}), "b\n");
-  EXPECT_EQ(Content(File()), file);
+  EXPECT_EQ(ReadAll(File()), file);
 }
 
 TEST_F(HostRegistryStore, AnExportedFileIsTakenAndCompleted) {
@@ -190,13 +183,13 @@ TEST_F(HostRegistryStore, AKillLeavesOneWholeFile) {
   int kept = 0;
   int replaced = 0;
   for (int i = 0; i < kKills; ++i) {
-    const std::string before = Content(File());
+    const std::string before = ReadAll(File());
     const auto child = start(i);
     child->CloseInput();  // now it exits, and writes
     std::this_thread::sleep_for(taken * 2 * i / kKills);
     child->Kill();
     (void)child->Finish();  // killed or done, that is the point
-    const std::string after = Content(File());
+    const std::string after = ReadAll(File());
     winapi::host::RegistryTree tree;
     winapi::host::RegFileError error;
     ASSERT_TRUE(winapi::host::ParseRegFile(after, tree, error)) << error.line << error.reason;
@@ -213,11 +206,11 @@ TEST_F(HostRegistryStore, AFailedWriteKeepsTheOldFile) {
   GTEST_SKIP() << "an instrumented process can't write its counters beyond the limit either";
 #endif
   EXPECT_EQ(Run({"set", "a", "old"}), "");
-  const std::string before = Content(File());
+  const std::string before = ReadAll(File());
   const std::string reason = Lost("File too large");
   EXPECT_EQ(RunWithLoss({"set", "a", "new", "limit"}, reason), "") << "at the exit";
   EXPECT_EQ(Run({"set", "a", "new", "limit", "flush", "quick"}, reason), "not written\n");
-  EXPECT_EQ(Content(File()), before);
+  EXPECT_EQ(ReadAll(File()), before);
   EXPECT_FALSE(fs::exists(File().string() + ".new"));
 }
 
@@ -259,7 +252,7 @@ TEST_F(HostRegistryStore, AFileBehindALinkIsWrittenThere) {
   EXPECT_TRUE(fs::is_symlink(File()));
   EXPECT_TRUE(fs::is_symlink(elsewhere / "second.reg"));
   EXPECT_FALSE(fs::is_symlink(elsewhere / "machine.reg"));
-  EXPECT_NE(Content(elsewhere / "machine.reg").find('a'), std::string::npos);
+  EXPECT_NE(ReadAll(elsewhere / "machine.reg").find('a'), std::string::npos);
   EXPECT_EQ(Run({"get", "a"}), "1\n");
   EXPECT_FALSE(fs::exists(elsewhere / "machine.reg.new"));
 }
@@ -293,7 +286,7 @@ TEST_F(HostRegistryStore, ADamagedFileFailsOpensAndIsLeftAlone) {
     EXPECT_EQ(Run({"open", "open", "get", "a", "set", "a", "b", "open", "flush"}, told),
               "1009\n1009\n-\n1009\nnot written\n")
         << c.name << ", told once";
-    EXPECT_EQ(Content(File()), c.bytes) << c.name;
+    EXPECT_EQ(ReadAll(File()), c.bytes) << c.name;
   }
 }
 

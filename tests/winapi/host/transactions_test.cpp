@@ -5,10 +5,10 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "tests/support/directory_tree.h"
 #include "winapi/errors.h"
 #include "winapi/handles.h"
 #include "winapi/host/control.h"
@@ -59,13 +59,9 @@ class HostTransactions : public ::testing::Test {
     const Error error = RegQueryValueExW(key, name, nullptr, nullptr, &byte, &size);
     return error == 0 ? byte : -static_cast<int>(error);
   }
-  static std::string FileText() {
-    std::ifstream stream(host::RootFolder() + "/registry.reg", std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
-  }
   static bool FileHas(const std::string& word) {
     std::string narrow;
-    for (const char unit : FileText()) {
+    for (const char unit : tests::ReadAll(host::RootFolder() + "/registry.reg")) {
       if (unit != '\0') narrow += unit;
     }
     return narrow.find(word) != std::string::npos;
