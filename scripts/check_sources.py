@@ -14,7 +14,10 @@ The rules:
   length       no file has more than 500 lines
   text         no tabs, no trailing blanks, a line end at the end
   checks       the reported checks of a file have the texts that are listed for it
-  drawings     each file and folder that a drawing in docs/drawings names is there, and the SVG shows what its source says
+  drawings     each file and folder that a drawing in docs/drawings names is there, and the SVG shows what its source says;
+               layers.dot has each layer
+  map          the README of a folder in MAPS names each source of the folder once: `NAME` is NAME.h and NAME.cpp
+  links        what such a README leads to is there
 """
 
 import argparse
@@ -44,6 +47,8 @@ LAYERS = {
 SEAM_BEHIND = ("winapi/win32/", "winapi/host/", "winapi/rehearsal/")
 WINDOWS_H_ALLOWED = ("winapi/win32/", "tests/support/win32/", "tests/e2e/helpers/", "tests/windows_check/")
 WCHAR_ALLOWED = WINDOWS_H_ALLOWED + ("zum_setup_util_lib/wide_regex.", "tests/", "bench/wine/")
+LAYERS_DRAWING = "docs/drawings/layers.dot"
+MAPS = ("winapi/host", "winapi/rehearsal")
 MOST_LINES = 500
 # All reported checks of the files with one that no test can make fail. Its text is the expression in the source: it would
 # change with the name of a local, and no test would see it.
@@ -170,9 +175,44 @@ def check_drawings(root):
                         yield path, number, "drawings", f"the SVG doesn't show {text!r}: run scripts/draw.sh"
 
 
+def check_layers_drawing(root):
+    source = root / LAYERS_DRAWING
+    text = source.read_text(encoding="utf-8") if source.exists() else ""
+    for layer in (*LAYERS, *(folder.rstrip("/") for folder in SEAM_BEHIND)):
+        if f'label="{layer}/' not in text:
+            yield LAYERS_DRAWING, 1, "drawings", f"has no box for {layer}/"
+
+
+def check_map(root, folder):
+    """The second column of the README's tables, against the folder's sources."""
+    readme = f"{folder}/README.md"
+    lines = (root / readme).read_text(encoding="utf-8").splitlines()
+    rows = [line.split("|")[2] for line in lines if line.startswith("|") and line.count("|") == 3]
+    named = [name for row in rows for name in re.findall(r"`([^`]+)`", row)]
+    files = sorted(file.name for file in (root / folder).iterdir() if file.suffix in SUFFIXES)
+    for file in files:
+        times = named.count(file) + named.count(file.rsplit(".", 1)[0])
+        if times != 1:
+            yield f"{folder}/{file}", 1, "map", f"stands in {readme} {times} times"
+    for number, line in enumerate(lines, 1):
+        row = line.split("|")[2] if line.startswith("|") and line.count("|") == 3 else ""
+        for name in re.findall(r"`([^`]+)`", row):
+            if not any(name in (file, file.rsplit(".", 1)[0]) for file in files):
+                yield readme, number, "map", f"names {name}, which isn't there"
+        for target in re.findall(r"\]\(([^)#]+)", line):
+            if "://" not in target and not (root / folder / target).exists():
+                yield readme, number, "links", f"leads to {target}, which isn't there"
+        for path in re.findall(r"`([\w.]+/[\w./]*)`", line):
+            if not (root / path).exists():
+                yield readme, number, "links", f"names {path}, which isn't there"
+
+
 def offences(root):
     yield from check_check_texts(root)
     yield from check_drawings(root)
+    yield from check_layers_drawing(root)
+    for folder in MAPS:
+        yield from check_map(root, folder)
     for top in TOP_FOLDERS:
         for file in sorted((root / top).rglob("*")):
             if file.suffix not in SUFFIXES or not file.is_file():
@@ -202,6 +242,11 @@ PLANTS = [
                                           for text in CHECK_TEXTS["oru/rtl/vector.h"])),
     ("checks", "oru/system/datetime/windows/year_function.cpp", 'ORU_CHECK_TEXT(function, "nullptr != function");\n'),
     ("drawings", "docs/drawings/planted.dot", 'digraph { box [label="planted\\noru/rtl/no_such_file.cpp"] }\n'),
+    ("drawings", LAYERS_DRAWING, 'digraph { box [label="winapi/"] }\n'),
+    ("map", "winapi/host/planted.cpp", "int planted = 0;\n"),
+    ("map", "winapi/rehearsal/README.md", "| task | files |\n|---|---|\n| planted | `planted` |\n"),
+    ("links", "winapi/host/README.md", "[planted](no_such_file.md)\n"),
+    ("links", "winapi/rehearsal/README.md", "`tests/support/no_such_file.h`\n"),
 ]
 
 
