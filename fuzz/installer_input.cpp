@@ -1,6 +1,8 @@
 // What the fuzzer's bytes make of a machine.
 #include "fuzz/installer_rule.h"
 
+#include "fuzz/texts.h"
+
 namespace fuzz {
 namespace {
 
@@ -50,23 +52,17 @@ std::u16string TakeKeyName(FuzzedDataProvider& input) {
 
 std::vector<std::uint8_t> TakeData(FuzzedDataProvider& input) {
   std::vector<std::uint8_t> data;
-  const auto addText = [&data](std::u16string_view text) {
-    for (const char16_t unit : text) {
-      data.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-      data.push_back(static_cast<std::uint8_t>(unit >> 8));
-    }
-  };
   switch (input.ConsumeIntegralInRange(0, 5)) {
     case 0:
       break;
     case 1:
-      addText(u"C:\\Windows\\Installer\\1a2b3c.msi\0"sv);
+      data = Utf16Bytes(u"C:\\Windows\\Installer\\1a2b3c.msi\0"sv);
       break;
     case 2:
-      addText(u"zum_win.MSI"sv);
+      data = Utf16Bytes(u"zum_win.MSI"sv);
       break;
     case 3:
-      addText(Repeated(input.ConsumeIntegralInRange<std::size_t>(62, 66)));
+      data = Utf16Bytes(Repeated(input.ConsumeIntegralInRange<std::size_t>(62, 66)));
       break;
     case 4: {
       const std::string bytes = input.ConsumeRandomLengthString(24);
@@ -74,8 +70,7 @@ std::vector<std::uint8_t> TakeData(FuzzedDataProvider& input) {
       break;
     }
     default:
-      addText(Repeated(input.ConsumeIntegralInRange<std::size_t>(0, 300)));
-      addText(u"\0"sv);
+      data = Utf16Bytes(Repeated(input.ConsumeIntegralInRange<std::size_t>(0, 300)) + u'\0');
       if (input.ConsumeBool()) data.push_back(0);
   }
   return data;

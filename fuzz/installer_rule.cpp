@@ -1,6 +1,7 @@
 #include "fuzz/installer_rule.h"
 
 #include "fuzz/input.h"
+#include "fuzz/texts.h"
 #include "winapi/host/control.h"
 
 namespace fuzz {
@@ -34,11 +35,7 @@ void SetText(Key& key, std::u16string_view name, std::u16string text) {
   Value& value =
       key.values.try_emplace(Folded(name), Value{std::u16string(name), 0, {}}).first->second;
   value.type = kString;
-  value.data.clear();
-  for (const char16_t unit : text) {
-    value.data.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-    value.data.push_back(static_cast<std::uint8_t>(unit >> 8));
-  }
+  value.data = Utf16Bytes(text);
 }
 
 // The steps, one product after the other, until a change fails.

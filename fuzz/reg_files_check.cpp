@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -8,6 +9,7 @@
 
 #include "fuzz/input.h"
 #include "fuzz/report_checks.h"
+#include "fuzz/texts.h"
 #include "winapi/host/reg_file_reader.h"
 #include "winapi/host/registry_tree.h"
 #include "zum_rehearse/reg_text.h"
@@ -28,12 +30,8 @@ bool IsCarried(std::u16string_view key) {
 }
 
 std::string Bytes(std::u16string_view text) {
-  std::string bytes;
-  for (const char16_t unit : text) {
-    bytes += static_cast<char>(unit & 0xFF);
-    bytes += static_cast<char>(unit >> 8);
-  }
-  return bytes;
+  const std::vector<std::uint8_t> bytes = Utf16Bytes(text);
+  return {bytes.begin(), bytes.end()};
 }
 
 // A file of the values that are there.

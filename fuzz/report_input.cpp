@@ -31,10 +31,7 @@ std::optional<Value> TakeValue(FuzzedDataProvider& input) {
   static constexpr std::uint32_t kTypes[] = {1, 1, 1, 1, 2, 0, 3, 4, 7, 11, 12, 77, 0xFFFFFFFF};
   if (input.ConsumeIntegralInRange(0, 3) == 0) return std::nullopt;
   Value value{input.PickValueInArray(kTypes), {}};
-  for (const char16_t unit : TakeWide(input)) {
-    value.data.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-    value.data.push_back(static_cast<std::uint8_t>(unit >> 8));
-  }
+  value.data = Utf16Bytes(TakeWide(input));
   if (input.ConsumeBool()) value.data.insert(value.data.end(), {0, 0});
   if (input.ConsumeIntegralInRange(0, 7) == 7) value.data.push_back(7);
   return value;

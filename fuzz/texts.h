@@ -1,5 +1,5 @@
-// Texts as the targets' own rules need them: made from a fuzzer's bytes, and turned into UTF-8 by
-// code that isn't the product's.
+// Texts as the targets' own rules need them: made from a fuzzer's bytes, and turned into bytes and
+// UTF-8 by code that isn't the product's.
 #ifndef FUZZ_TEXTS_H_
 #define FUZZ_TEXTS_H_
 
@@ -35,6 +35,16 @@ inline std::u16string WideText(std::string_view bytes) {
     }
   }
   return text;
+}
+
+// The bytes of a text, low byte first.
+inline std::vector<std::uint8_t> Utf16Bytes(std::u16string_view text) {
+  std::vector<std::uint8_t> bytes;
+  for (const char16_t unit : text) {
+    bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
+    bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
+  }
+  return bytes;
 }
 
 // The code points of a text; a lone surrogate stands for itself.
