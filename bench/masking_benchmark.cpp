@@ -1,4 +1,4 @@
-// Hiding what is secret in a command line, by the prescribed pattern, against a scan written by
+// Hiding what is secret in a command line, by the product's pattern, against a scan written by
 // hand.
 #include <cstddef>
 #include <string>

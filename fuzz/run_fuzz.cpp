@@ -118,8 +118,8 @@ void CheckTrace(const std::string& trace, std::u16string_view line, const Reques
   const std::string head = TraceBeforeTheEnd(line, request, rewritten);
   const std::string tail =
       TraceFromTheEnd(request, failed) + "End of trace file, time: 18.08.2025 14:13:20\r\n";
-  fuzz::Require(trace.starts_with(head), "the trace begins as prescribed");
-  fuzz::Require(trace.ends_with(tail), "the trace ends as prescribed");
+  fuzz::Require(trace.starts_with(head), "the trace begins by the rule");
+  fuzz::Require(trace.ends_with(tail), "the trace ends by the rule");
   if (!failed) fuzz::Require(trace.size() == head.size() + tail.size(), "nothing else is traced");
 }
 

@@ -12,7 +12,7 @@
 namespace standalone::trace {
 namespace {
 
-// The stated position of a file that can't be opened: part of the exception's text, so it doesn't
+// The fixed position of a file that can't be opened: part of the exception's text, so it doesn't
 // move with the code.
 constexpr char kSourceFile[] = "zum_setup_util/standalone_tracer_lib/file_channel";
 constexpr std::uint32_t kOpenLine = 101;

@@ -23,7 +23,7 @@ namespace {
 
 using windows_helpers::KernelHandle;
 
-// The stated positions of the launch's failures in kStageSourceFile: part of what is shown, so they
+// The fixed positions of the launch's failures in kStageSourceFile: part of what is shown, so they
 // don't move with the code.
 constexpr std::uint32_t kCreateProcessLine = 235;
 constexpr std::uint32_t kWaitLine = 241;

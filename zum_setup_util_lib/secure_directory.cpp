@@ -20,7 +20,7 @@ namespace {
 
 using Buffer = std::vector<std::uint8_t>;
 
-// The stated position: this is one of the file system actions, whichever file it stands in.
+// A fixed position: this is one of the file system actions, whichever file it stands in.
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
 
 // Throws the last error with the text of the call that set it: as the trace has always shown the

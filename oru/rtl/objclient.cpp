@@ -11,7 +11,7 @@
 namespace oru {
 namespace {
 
-// The stated position: part of what is shown, so it doesn't move with the code.
+// A fixed position: part of what is shown, so it doesn't move with the code.
 constexpr char kSourceFile[] = "oru/rtl/objclient";
 constexpr std::uint32_t kCreationLine = 185;
 

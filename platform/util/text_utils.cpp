@@ -7,7 +7,7 @@
 namespace text_utils {
 namespace {
 
-// The stated position: part of what is shown, so it doesn't move with the code.
+// A fixed position: part of what is shown, so it doesn't move with the code.
 constexpr char kSourceFile[] = "platform/util/text_utils";
 constexpr std::uint32_t kConversionLine = 53;
 

@@ -9,7 +9,7 @@
 namespace oru::datetime {
 namespace {
 
-// A stated position; see ThrowTimeSystemError.
+// A fixed position; see ThrowTimeSystemError.
 constexpr std::uint32_t kUnknownZoneLine = 245;
 
 constexpr unsigned kDaysOfWeek = 7;

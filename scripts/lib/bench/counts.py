@@ -12,7 +12,7 @@ SEAM_CALLS = PROJECT / "build/bench/bin/seam_calls"
 
 
 class Calls:
-    """Row `registry_calls`, against the nine that the steps name, and the rows that count the last error's calls."""
+    """Row `registry_calls`, against the nine that the steps are made of, and the rows that count the last error's calls."""
 
     once = True
     STEPS = 9

@@ -19,7 +19,7 @@ using detail::FromFileTime;
 using detail::ThrowTimeSystemError;
 using detail::ToFileTime;
 
-// Stated positions; see ThrowTimeSystemError.
+// Fixed positions; see ThrowTimeSystemError.
 constexpr std::uint32_t kRefusedDateLine = 67;
 constexpr std::uint32_t kRefusedTicksLine = 74;
 
