@@ -65,8 +65,8 @@ endfunction()
 
 # zum_test(NAME SOURCES ... [LINK ...] [NATIVE_ONLY] [SHARDS number] [LOCK name] [ZONES zone ...])
 # A GoogleTest program of its own, named after its one test file: for tests that replace functions of the
-# program, for sweeps, for what has to be settled before a process starts, and for what is also built under
-# ThreadSanitizer. All other test files of a folder go into the programs of zum_folder_tests.
+# program, for sweeps, for what has to be settled before a process starts, for what is also built under
+# ThreadSanitizer, and for tests of the tests' own tools. All other test files of a folder go into the programs of zum_folder_tests.
 #
 # NATIVE_ONLY for tests that inject faults through the host layer. SHARDS splits the cases into as many tests
 # of CTest's. LOCK serialises programs that share something in the Wine prefix, such as the machine's

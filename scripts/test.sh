@@ -2,8 +2,9 @@
 # Builds and runs everything, after installing what is missing (as root):
 #
 #   scripts/test.sh                all of it
-#   scripts/test.sh native         the native half: plain and sanitizer builds, clang, format, lint, layers, scripts
-#   scripts/test.sh windows        the Windows half: the 32-bit program and its tests under Wine
+#   scripts/test.sh native         the native half: plain, sanitizer and clang builds, threads, source rules, format,
+#                                  scripts, fuzz targets, the rollout, lint, cppcheck
+#   scripts/test.sh windows        the Windows half: the 32-bit programs and their tests under Wine, lint of their sources
 #   scripts/test.sh coverage       on request: line and branch coverage of the product's code (native)
 #   scripts/test.sh lint           on request: the linter over all sources, the tests' too
 #   scripts/test.sh static         on request: cppcheck and GCC's analyzer over the product's sources
