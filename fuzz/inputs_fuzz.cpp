@@ -84,12 +84,14 @@ Files ReadBack(const fs::path& folder) {
   return files;
 }
 
-// Each folder is one machine, and all that isn't a folder is one.
+// Each folder is one machine, and so is what isn't there; all files are one.
 void CheckSources(const std::vector<std::string>& inputs, const std::vector<Source>& sources) {
   std::vector<std::string> folders;
   std::vector<std::string> files;
   for (const std::string& each : inputs) {
-    (fs::is_directory(each) ? folders : files).push_back(each);
+    const bool isThere = fs::exists(each);
+    (fs::is_directory(each) || (!isThere && !each.ends_with(".reg")) ? folders : files)
+        .push_back(each);
   }
   std::vector<std::string> found;
   std::set<std::string> names;
@@ -143,7 +145,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Files files = TakeFiles(input);
   Make(folder, files);
 
-  const std::vector<Source> sources = zum_rehearse::SortInputs(options.inputs);
+  const std::vector<Source> sources =
+      zum_rehearse::SortInputs(options.inputs, options.inputs.size());
   CheckSources(options.inputs, sources);
   for (const Source& source : sources) CheckMachine(source, options);
   fuzz::Require(ReadBack(folder) == files, "no file is changed");

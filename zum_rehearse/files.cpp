@@ -1,5 +1,6 @@
 #include "zum_rehearse/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -8,6 +9,18 @@
 namespace zum_rehearse {
 
 std::string LastReason() { return errno == 0 ? "it can't be opened" : std::strerror(errno); }
+
+std::string LowerCase(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(), [](char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  });
+  return lower;
+}
+
+bool IsNamedAsExport(const std::filesystem::path& path) {
+  return LowerCase(Utf8Of(path.extension())) == ".reg";
+}
 
 std::filesystem::path PathOf(std::string_view utf8) {
 #ifdef _WIN32

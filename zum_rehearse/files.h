@@ -19,6 +19,12 @@ namespace zum_rehearse {
 [[nodiscard]] bool ReadWholeFile(const std::filesystem::path& path, std::string& bytes,
                                  std::string& reason);
 
+// With ASCII letters in lower case; other bytes as they are.
+[[nodiscard]] std::string LowerCase(std::string_view text);
+
+// True where a folder's file of this name is taken for an export: ".reg" in any case.
+[[nodiscard]] bool IsNamedAsExport(const std::filesystem::path& path);
+
 // The last error of the C library in words.
 [[nodiscard]] std::string LastReason();
 

@@ -3,6 +3,7 @@
 #ifndef ZUM_REHEARSE_INPUTS_H_
 #define ZUM_REHEARSE_INPUTS_H_
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,14 @@ struct Source {
 };
 
 // The files of `inputs` are one machine, which comes where the first of them stands; each folder is
-// one.
-[[nodiscard]] std::vector<Source> SortInputs(const std::vector<std::string>& inputs);
+// one. The first `named` inputs stand on the command line. What isn't there is a machine of its
+// own, whose loading fails; but a missing export of the command line belongs to the other files,
+// which without it would be half a machine.
+[[nodiscard]] std::vector<Source> SortInputs(const std::vector<std::string>& inputs,
+                                             std::size_t named);
+
+// The files that a machine is read from, and those that belong to them, as they are now.
+[[nodiscard]] std::vector<std::string> InputFiles(const Source& source);
 
 // Never fails: the reason why a machine can't be loaded stands in it.
 [[nodiscard]] LoadedMachine Load(const Source& source);

@@ -4,10 +4,9 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
-#include <fstream>
 #include <sstream>
 
-#include "zum_rehearse/files.h"
+#include "zum_rehearse/folder_list.h"
 #include "zum_rehearse/inputs.h"
 
 namespace zum_rehearse {
@@ -26,19 +25,7 @@ constexpr char kFooter[] =
     "5 something is to be changed and this run's rights don't suffice. For several machines the\n"
     "first of 2, 3, 5, 4, 1, 0 that is among them.";
 
-// One folder or file a line; blank lines are passed over.
-bool ReadList(const std::string& file, std::vector<std::string>& inputs, std::string& reason) {
-  std::string bytes;
-  if (!ReadWholeFile(PathOf(file), bytes, reason)) return false;
-  std::istringstream lines(bytes);
-  for (std::string line; std::getline(lines, line);) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    if (!line.empty()) inputs.push_back(line);
-  }
-  return true;
-}
-
-void Describe(CLI::App& app, Options& options, std::string& list) {
+void Describe(CLI::App& app, Options& options) {
   app.footer(kFooter);
   app.set_version_flag("--version", std::string(ZUM_REHEARSE_VERSION));
   // A value that a flag can't have ends the call, also where the flag comes once more behind it.
@@ -64,8 +51,20 @@ void Describe(CLI::App& app, Options& options, std::string& list) {
                  "Exports (*.reg), which together are one machine, and folders of exports, each of "
                  "which is one")
       ->type_name("FILE|DIR");
-  app.add_option("--folders-from", list, "Take more files and folders from this list, one a line")
+  app.add_option("--folders-from", options.listFile,
+                 "Take more files and folders from this list, one a line")
       ->type_name("FILE");
+}
+
+// Such as "$FILE" of a script whose variable isn't set: it means no file, which nobody asks for.
+std::string OptionWithEmptyValue(const CLI::App& app) {
+  for (const CLI::Option* option : app.get_options()) {
+    const auto& values = option->results();
+    if (std::find(values.begin(), values.end(), std::string()) != values.end()) {
+      return option->get_name();
+    }
+  }
+  return {};
 }
 
 ParsedOptions Failure(const std::string& reason) {
@@ -76,9 +75,8 @@ ParsedOptions Failure(const std::string& reason) {
 
 ParsedOptions ParseOptions(const std::vector<std::string>& arguments) {
   Options options;
-  std::string list;
   CLI::App app(kDescription, "zum_rehearse");
-  Describe(app, options, list);
+  Describe(app, options);
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError& error) {
@@ -87,9 +85,12 @@ ParsedOptions ParseOptions(const std::vector<std::string>& arguments) {
     const bool isQuestion = app.exit(error, out, wrong) == 0;
     return {std::nullopt, isQuestion ? 0 : kWrongUsage, isQuestion ? out.str() : wrong.str()};
   }
+  const std::string empty = OptionWithEmptyValue(app);
+  if (!empty.empty()) return Failure(empty + ": the value is empty");
+  options.named = options.inputs.size();
   std::string reason;
-  if (!list.empty() && !ReadList(list, options.inputs, reason)) {
-    return Failure(list + ": " + reason);
+  if (!options.listFile.empty() && !ReadFolderList(options.listFile, options.inputs, reason)) {
+    return Failure(reason);
   }
   if (TakesFiles() && options.inputs.empty()) {
     return Failure("no export and no folder is given; see --help");

@@ -2,6 +2,7 @@
 #ifndef ZUM_REHEARSE_OPTIONS_H_
 #define ZUM_REHEARSE_OPTIONS_H_
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,6 +11,8 @@ namespace zum_rehearse {
 
 struct Options {
   std::vector<std::string> inputs;  // files and folders, in the order of the output
+  std::size_t named = 0;            // so many of them stand on the command line itself
+  std::string listFile;             // where the others stand; empty: there is none
   bool all = false;
   bool json = false;
   bool csv = false;

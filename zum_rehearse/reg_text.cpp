@@ -13,6 +13,9 @@
 namespace zum_rehearse {
 namespace {
 
+// Begin the first comment, by which the files are known again.
+constexpr char kChangesHead[] = "What /unblock would change on ";
+constexpr char kUndoHead[] = "Undoes what /unblock does on ";
 constexpr std::size_t kLineLimit = 77;  // "xx," must fit behind it, and the backslash
 
 bool CanStandInAFile(std::u16string_view name) {
@@ -74,15 +77,25 @@ class RegWriter {
   // The bytes of the file.
   [[nodiscard]] std::string Take() {
     Line(u"");
+    return BytesOf(m_text);
+  }
+
+  // How a file begins whose first comment begins so.
+  [[nodiscard]] static std::string Beginning(std::string_view head) {
+    RegWriter writer;
+    return BytesOf(writer.m_text + Utf16(Concat({"; ", head})));
+  }
+
+ private:
+  static std::string BytesOf(std::u16string_view text) {
     std::string bytes = "\xFF\xFE";
-    for (const char16_t unit : m_text) {
+    for (const char16_t unit : text) {
       bytes += static_cast<char>(unit & 0xFF);
       bytes += static_cast<char>(unit >> 8);
     }
     return bytes;
   }
 
- private:
   void Line(std::u16string_view text) { m_text.append(text).append(u"\r\n"); }
 
   void Bytes(std::string line, const std::vector<std::uint8_t>& data) {
@@ -104,9 +117,16 @@ class RegWriter {
 
 }  // namespace
 
+bool IsMadeByRehearsal(std::string_view bytes) {
+  for (const char* const head : {kChangesHead, kUndoHead}) {
+    if (bytes.starts_with(RegWriter::Beginning(head))) return true;
+  }
+  return false;
+}
+
 std::string ChangesFile(const Report& report, const std::string& time) {
   RegWriter writer;
-  writer.Comment(Concat({"What /unblock would change on ", report.machine}));
+  writer.Comment(Concat({kChangesHead, report.machine}));
   writer.Comment(
       Concat({"as rehearsed at ", time, ": what has changed since then isn't known here."}));
   for (const Net& net : NetChanges(report)) writer.Entry(net, net.after);
@@ -115,7 +135,7 @@ std::string ChangesFile(const Report& report, const std::string& time) {
 
 std::string UndoFile(const Report& report, const std::string& time) {
   RegWriter writer;
-  writer.Comment(Concat({"Undoes what /unblock does on ", report.machine}));
+  writer.Comment(Concat({kUndoHead, report.machine}));
   writer.Comment(Concat({"as rehearsed at ", time, ". This file is as old as that rehearsal: it"}));
   writer.Comment(
       "overwrites whatever has changed in these values since then. Import it after /unblock only.");

@@ -3,6 +3,7 @@
 #define ZUM_REHEARSE_REG_TEXT_H_
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zum_rehearse/report.h"
@@ -15,6 +16,9 @@ namespace zum_rehearse {
 // The first lines tell the machine and `time`.
 [[nodiscard]] std::string ChangesFile(const Report& report, const std::string& time);
 [[nodiscard]] std::string UndoFile(const Report& report, const std::string& time);
+
+// True for the bytes of such a file, or for the beginning of them.
+[[nodiscard]] bool IsMadeByRehearsal(std::string_view bytes);
 
 // Keys among the changes whose names such a file can't carry, for a line break in them: they are
 // left out.

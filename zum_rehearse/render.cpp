@@ -1,6 +1,5 @@
 #include "zum_rehearse/render.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -9,6 +8,7 @@
 #include "zum_rehearse/html.h"
 #include "zum_rehearse/json.h"
 #include "zum_rehearse/output_file.h"
+#include "zum_rehearse/outputs.h"
 #include "zum_rehearse/printable.h"
 #include "zum_rehearse/reg_text.h"
 #include "zum_rehearse/rehearse.h"
@@ -34,29 +34,15 @@ fs::path TraceFolder(const Source& source, const Options& options, bool several)
   return folder;
 }
 
-bool IsSource(const fs::path& path, const Report& report) {
-  return std::any_of(report.sources.begin(), report.sources.end(), [&](const std::string& source) {
-    std::error_code error;
-    return fs::equivalent(path, PathOf(source), error);
-  });
-}
-
 // Writes a file of the machine's own; a failure makes the call one that went wrong.
 void WriteFileFor(const Source& source, const Report& report, const std::string& target,
                   const std::string& bytes, bool several, Rendered& rendered) {
   if (target.empty() || !report.error.empty()) return;
-  fs::path path = PathOf(target);
+  const fs::path path = FileFor(source, target, several);
   std::error_code error;
-  if (several || fs::is_directory(path, error)) {
-    fs::create_directory(path, error);
-    path /= PathOf(source.fileName + ".reg");
-  }
+  if (several) fs::create_directory(PathOf(target), error);
   std::string reason;
-  if (IsSource(path, report)) {
-    reason = "it is one of the files that are read";
-  } else if (WriteWholeFile(path, bytes, reason)) {
-    return;
-  }
+  if (WriteWholeFile(path, bytes, reason)) return;
   rendered.errors += ErrorLine(Utf8Of(path) + ": " + reason);
   rendered.status = kUnusable;
 }

@@ -1,12 +1,9 @@
 #include "zum_rehearse/run.h"
 
-#include <algorithm>
 #include <chrono>
 #include <exception>
-#include <filesystem>
 #include <iostream>
 #include <optional>
-#include <system_error>
 
 #include "oru/rtl/check.h"
 #include "winapi/console.h"
@@ -17,6 +14,7 @@
 #include "zum_rehearse/inputs.h"
 #include "zum_rehearse/options.h"
 #include "zum_rehearse/output_file.h"
+#include "zum_rehearse/outputs.h"
 #include "zum_rehearse/printable.h"
 #include "zum_rehearse/reg_text.h"
 #include "zum_rehearse/terminal.h"
@@ -120,26 +118,11 @@ class Output {
   int m_status = 0;
 };
 
-// True for a file that a machine is read from.
-bool IsInput(const std::filesystem::path& file, const std::vector<Source>& sources) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const fs::path real = fs::canonical(file, error);
-  if (error) return false;  // it isn't there
-  return std::any_of(sources.begin(), sources.end(), [&](const Source& source) {
-    if (!source.folder.empty())
-      return fs::equivalent(real.parent_path(), PathOf(source.folder), error);
-    return std::any_of(source.files.begin(), source.files.end(), [&](const std::string& input) {
-      return fs::equivalent(real, PathOf(input), error);
-    });
-  });
-}
-
 int RehearseAll(const Options& options) {
-  const std::vector<Source> sources = SortInputs(options.inputs);
-  if (!options.htmlFile.empty() && IsInput(PathOf(options.htmlFile), sources)) {
-    std::cerr << "zum_rehearse: " << Printable(std::string_view(options.htmlFile))
-              << ": it is one of the files that are read\n";
+  const std::vector<Source> sources = SortInputs(options.inputs, options.named);
+  const std::string refusal = WhyOutputsAreRefused(options, sources);
+  if (!refusal.empty()) {
+    std::cerr << "zum_rehearse: " << Printable(std::string_view(refusal)) << '\n';
     return kFailure;
   }
   const RenderForm form = {

@@ -43,6 +43,20 @@ TEST(ParseOptions, MapsWhatIsWrongTo2) {
   }
 }
 
+// Such as the variable of a script that isn't set.
+TEST(ParseOptions, MapsEmptyValuesTo2) {
+  std::vector<std::string> options = {"--html", "--changes", "--undo", "--trace-output"};
+  if (zum_rehearse::TakesFiles()) options.emplace_back("--folders-from");
+  for (const std::string& option : options) {
+    const ParsedOptions parsed = Parse({option, ""});
+    EXPECT_FALSE(parsed.options) << option;
+    EXPECT_EQ(parsed.status, 2) << option;
+    EXPECT_EQ(parsed.text, "zum_rehearse: " + option + ": the value is empty\n");
+    EXPECT_EQ(Parse({option + "="}).status, 2) << option;
+  }
+  EXPECT_EQ(Parse({""}).status, 2);
+}
+
 TEST(ParseOptions, MapsAFlagWithAWrongValueTo2AlsoWhereItComesAgain) {
   for (const char* flag : {"--all", "--json", "--csv"}) {
     const ParsedOptions parsed = Parse({std::string(flag) + "=maybe", flag});

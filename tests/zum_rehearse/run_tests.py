@@ -23,6 +23,8 @@ import test_files  # noqa: E402
 import test_hives  # noqa: E402
 import test_html  # noqa: E402
 import test_inputs  # noqa: E402
+import test_lists  # noqa: E402
+import test_outputs  # noqa: E402
 import test_repair_script  # noqa: E402
 import test_replaced_files  # noqa: E402
 import test_scale  # noqa: E402
@@ -30,7 +32,7 @@ import test_table  # noqa: E402
 import test_verdicts  # noqa: E402
 
 MODULES = [test_browser, test_csv, test_demo, test_documents, test_files, test_hives, test_html, test_inputs,
-           test_repair_script, test_replaced_files, test_scale, test_table, test_verdicts]
+           test_lists, test_outputs, test_repair_script, test_replaced_files, test_scale, test_table, test_verdicts]
 
 
 if __name__ == "__main__":

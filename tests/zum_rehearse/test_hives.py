@@ -54,6 +54,56 @@ class Hives(RehearsalCase):
         report, = self.parse(self.call("--json", hive).stdout)
         self.assertEqual(report["notes"], [f"{hive} was in use when it was copied: what stands in its logs only isn't seen"])
 
+    def log(self, name, kind=6):
+        """A log as its hive's folder has it: the hive's header with another type, then what was written."""
+        path = self.machine.folder / name
+        header = bytearray(hive_file.empty_hive()[:0x200])
+        header[28] = kind
+        path.write_bytes(header + b"HvLE" + bytes(0x400))
+        return path
+
+    def check_passed_over(self, done, *logs):
+        report, = self.parse(done.stdout)
+        self.assertEqual((done.returncode, report["sources"]), (1, ["pc/SOFTWARE"]), report["error"])
+        self.assertEqual(report["notes"], [f"passed over, as logs of hives: {', '.join(logs)}"])
+
+    def test_the_logs_beside_a_hive_are_passed_over_and_told(self):
+        self.hive(product(key_name(1), MARKED, MARKED_NAME), "pc/SOFTWARE")
+        self.log("pc/SOFTWARE.LOG1")
+        self.check_passed_over(self.call("--json", "pc"), "pc/SOFTWARE.LOG1")
+        self.check_passed_over(self.call("--json", "pc/SOFTWARE", "pc/SOFTWARE.LOG1"), "pc/SOFTWARE.LOG1")
+        self.log("pc/SOFTWARE.Log2", kind=0)  # known by its name
+        self.log("pc/OLDER", kind=1)  # and this one by its type
+        (self.machine.folder / "pc/SOFTWARE.LOG").write_bytes(b"")
+        blocks = ["pc/SOFTWARE{1c37}.TM.blf", "pc/SOFTWARE{1c37}.TMContainer01.regtrans-ms"]
+        for name in blocks:
+            (self.machine.folder / name).write_bytes(bytes(0x1000))
+        (self.machine.folder / "pc/install.log").write_text("no hive's")
+        logs = ["pc/OLDER", "pc/SOFTWARE.LOG", "pc/SOFTWARE.LOG1", "pc/SOFTWARE.Log2", *blocks]
+        self.check_passed_over(self.call("--json", "pc"), *logs)
+        self.check_passed_over(self.call("--json", "pc/SOFTWARE", *logs), *logs)
+
+    def test_logs_without_their_hive_are_told(self):
+        (self.machine.folder / "pc").mkdir()
+        self.log("pc/SOFTWARE.LOG1")
+        passed = "passed over, as logs of hives: pc/SOFTWARE.LOG1"
+        for given, error in (("pc", f"pc: there is no export (*.reg) and no hive in the folder; {passed}"),
+                             ("pc/SOFTWARE.LOG1", f"there is nothing to read; {passed}")):
+            report, = self.parse(self.call("--json", given).stdout)
+            self.assertEqual((report["status"], report["error"]), (2, error))
+
+    def test_a_hive_in_use_beside_its_logs_tells_both(self):
+        hive = self.hive({}, "pc/SOFTWARE")
+        data = bytearray(hive.read_bytes())
+        data[4] ^= 1
+        data[0x1FC] ^= 1
+        hive.write_bytes(data)
+        self.log("pc/SOFTWARE.LOG1")
+        report, = self.parse(self.call("--json", "pc").stdout)
+        self.assertEqual((report["status"], report["notes"]), (
+            0, ["passed over, as logs of hives: pc/SOFTWARE.LOG1",
+                "pc/SOFTWARE was in use when it was copied: what stands in its logs only isn't seen"]))
+
     def test_a_value_without_its_data_is_left_out_and_told(self):
         values = {**MARKED, "DisplayVersion": (SZ, sz("1.2.3.4"))}
         hive = self.hive(product(key_name(1), values, {}))

@@ -45,6 +45,12 @@ class Inputs(RehearsalCase):
         self.assertEqual((done.returncode, report["machine"]), (1, "pc-1"))
         self.assertEqual(report["sources"], ["pc-1/a.reg", "pc-1/b.REG"])
 
+    def test_subfolders_are_passed_over_whatever_their_names(self):
+        self.export(BOTH, "pc/a.reg")
+        self.export(NOTHING, "pc/sub.reg/b.reg")
+        report, = self.parse(self.call("--json", "pc").stdout)
+        self.assertEqual((report["status"], report["sources"], report["notes"]), (1, ["pc/a.reg"], []))
+
     def test_folders_are_machines_in_the_order_of_the_call(self):
         for name in ("z", "a", "m \u20ac"):
             self.export(BOTH if name == "a" else NOTHING, f"{name}/x.reg")

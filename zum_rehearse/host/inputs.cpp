@@ -1,15 +1,14 @@
 #include "zum_rehearse/inputs.h"
 
-#include <algorithm>
-#include <cctype>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 #include <unordered_set>
 #include <utility>
 
 #include "winapi/rehearsal_files.h"
 #include "zum_rehearse/files.h"
+#include "zum_rehearse/host/machine_files.h"
+#include "zum_rehearse/reg_text.h"
 
 namespace zum_rehearse {
 namespace {
@@ -27,41 +26,11 @@ std::u16string FullKey(std::u16string_view path) {
   return std::u16string(kHive) + u"\\" + std::u16string(path);
 }
 
-bool IsHive(const fs::path& path) {
-  std::error_code error;
-  if (!fs::is_regular_file(path, error)) return false;
-  char head[4] = {};
-  std::ifstream(path, std::ios::binary).read(head, sizeof head);
-  return std::string_view(head, sizeof head) == "regf";
-}
-
-bool IsExport(const fs::path& path) {
-  std::string extension = Utf8Of(path.extension());
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension == ".reg" || IsHive(path);
-}
-
 // The name of the folder that a path lies in, or of the folder itself.
 std::string FolderName(const fs::path& folder) {
   std::error_code error;
   const fs::path full = fs::weakly_canonical(fs::absolute(folder, error), error);
   return Utf8Of(full.filename().empty() ? full.parent_path().filename() : full.filename());
-}
-
-bool FindExports(const std::string& folder, std::vector<std::string>& files, std::string& reason) {
-  std::error_code error;
-  for (fs::directory_iterator entry(PathOf(folder), error), end; !error && entry != end;
-       entry.increment(error)) {
-    if (IsExport(entry->path())) files.push_back(Utf8Of(entry->path()));
-  }
-  if (error) {
-    reason = folder + ": " + error.message();
-  } else if (files.empty()) {
-    reason = folder + ": there is no export (*.reg) and no hive in the folder";
-  }
-  std::sort(files.begin(), files.end());
-  return reason.empty();
 }
 
 // The hive of SOFTWARE, of which only the installer's branches are read.
@@ -98,6 +67,9 @@ bool AddExport(MachineFromFiles& machine, const std::string& file, LoadedMachine
     loaded.error = file + ": " + reason;
     return false;
   }
+  if (IsMadeByRehearsal(bytes)) {
+    loaded.notes.push_back(file + " was made by a rehearsal: it isn't the state of a machine");
+  }
   const std::vector<std::u16string> branches = {FullKey(kUserDataBranch), FullKey(kClassesBranch),
                                                 std::u16string(kMergedClasses)};
   std::vector<FileRemark> remarks;
@@ -132,6 +104,38 @@ void LookForBranches(const MachineFromFiles& machine, LoadedMachine& loaded) {
   }
 }
 
+std::string NothingLeft(const Source& source, const std::string& passedOver) {
+  const std::string reason =
+      source.folder.empty()
+          ? std::string("there is nothing to read")
+          : source.folder + ": there is no export (*.reg) and no hive in the folder";
+  return passedOver.empty() ? reason : reason + "; " + passedOver;
+}
+
+// The files that are read, with a note of those that aren't. False where none is left.
+bool ChooseFiles(const Source& source, LoadedMachine& loaded) {
+  MachineFiles files;
+  if (source.folder.empty()) {
+    files = WithoutLogs(source.files);
+  } else if (!FindMachineFiles(source.folder, files, loaded.error)) {
+    return false;
+  }
+  const std::string passedOver = PassedOver(files);
+  if (files.read.empty()) {
+    loaded.error = NothingLeft(source, passedOver);
+    return false;
+  }
+  if (!passedOver.empty()) loaded.notes.push_back(passedOver);
+  loaded.sources = std::move(files.read);
+  return true;
+}
+
+bool IsMachineOfItsOwn(const fs::path& input, bool isListed) {
+  std::error_code error;
+  if (fs::exists(input, error)) return fs::is_directory(input, error);
+  return isListed || !IsNamedAsExport(input);
+}
+
 // Machines of one name get a number, so that each has files of its own.
 void NameFiles(std::vector<Source>& sources) {
   std::unordered_set<std::string> taken;
@@ -148,17 +152,18 @@ void NameFiles(std::vector<Source>& sources) {
 
 bool TakesFiles() noexcept { return true; }
 
-std::vector<Source> SortInputs(const std::vector<std::string>& inputs) {
+std::vector<Source> SortInputs(const std::vector<std::string>& inputs, std::size_t named) {
   std::vector<Source> sources;
   std::size_t files = inputs.size();  // where the files' machine stands
-  for (const std::string& input : inputs) {
-    std::error_code error;
-    if (fs::is_directory(PathOf(input), error)) {
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    const std::string& input = inputs[i];
+    if (IsMachineOfItsOwn(PathOf(input), /*isListed=*/i >= named)) {
       sources.push_back({input, {}, FolderName(PathOf(input)), {}});
     } else if (files < sources.size()) {
       sources[files].files.push_back(input);
     } else {
       files = sources.size();
+      std::error_code error;
       const fs::path folder = fs::absolute(PathOf(input), error).parent_path();
       sources.push_back({{}, {input}, FolderName(folder), {}});
     }
@@ -167,14 +172,24 @@ std::vector<Source> SortInputs(const std::vector<std::string>& inputs) {
   return sources;
 }
 
+std::vector<std::string> InputFiles(const Source& source) {
+  MachineFiles files;
+  std::string reason;
+  if (source.folder.empty()) {
+    files.read = source.files;
+  } else if (!FindMachineFiles(source.folder, files, reason)) {
+    return {};  // nothing is read from it
+  }
+  files.read.insert(files.read.end(), files.logs.begin(), files.logs.end());
+  return files.read;
+}
+
 LoadedMachine Load(const Source& source) {
   LoadedMachine loaded;
   loaded.name = source.machine;
-  std::vector<std::string> files = source.files;
-  if (!source.folder.empty() && !FindExports(source.folder, files, loaded.error)) return loaded;
-  loaded.sources = files;
+  if (!ChooseFiles(source, loaded)) return loaded;
   MachineFromFiles machine;
-  for (const std::string& file : files) {
+  for (const std::string& file : loaded.sources) {
     const bool added =
         IsHive(PathOf(file)) ? AddHive(machine, file, loaded) : AddExport(machine, file, loaded);
     if (!added) return loaded;

@@ -7,10 +7,12 @@ namespace zum_rehearse {
 
 bool TakesFiles() noexcept { return false; }
 
-std::vector<Source> SortInputs(const std::vector<std::string>& /*inputs*/) {
+std::vector<Source> SortInputs(const std::vector<std::string>& /*inputs*/, std::size_t /*named*/) {
   const std::string name = Utf8(winapi::rehearsal::NameOfThisMachine());
   return {{{}, {}, name, name}};
 }
+
+std::vector<std::string> InputFiles(const Source& /*source*/) { return {}; }
 
 LoadedMachine Load(const Source& source) {
   LoadedMachine loaded;
