@@ -84,14 +84,15 @@ Files ReadBack(const fs::path& folder) {
   return files;
 }
 
-// Each folder is one machine, and so is what isn't there; all files are one.
+// Each folder is one machine, and so is what isn't there; all files are one, with the exports that
+// aren't there.
 void CheckSources(const std::vector<std::string>& inputs, const std::vector<Source>& sources) {
   std::vector<std::string> folders;
   std::vector<std::string> files;
   for (const std::string& each : inputs) {
-    const bool isThere = fs::exists(each);
-    (fs::is_directory(each) || (!isThere && !each.ends_with(".reg")) ? folders : files)
-        .push_back(each);
+    const bool isExport = each.ends_with(".reg") || each.ends_with(".REG");
+    const bool isFile = fs::exists(each) ? !fs::is_directory(each) : isExport;
+    (isFile ? files : folders).push_back(each);
   }
   std::vector<std::string> found;
   std::set<std::string> names;

@@ -11,7 +11,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // All files that the call would write, and the folders that it would make for them. The trace isn't
-// among them: it takes a new name each time.
+// among them: its name is made of the moment.
 std::vector<fs::path> OutputsOf(const Options& options, const std::vector<Source>& sources) {
   std::vector<fs::path> outputs;
   if (!options.htmlFile.empty()) outputs.push_back(PathOf(options.htmlFile));
