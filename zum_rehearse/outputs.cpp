@@ -1,5 +1,7 @@
 #include "zum_rehearse/outputs.h"
 
+#include <algorithm>
+#include <iterator>
 #include <system_error>
 
 #include "zum_rehearse/files.h"
@@ -48,19 +50,19 @@ bool IsKept(const fs::path& output) {
 }
 
 // By its own name or by that of the file behind its link.
-bool WouldBeReadNextTime(const fs::path& output, const Inputs& inputs) {
+bool WouldCountAmongExports(const fs::path& output, const Inputs& inputs) {
   std::error_code error;
-  for (const fs::path& path : {fs::absolute(output, error), Resolved(output)}) {
-    if (IsNamedAsExport(path) && inputs.folders.Holds(path.parent_path())) return true;
-  }
-  return false;
+  const fs::path names[] = {fs::absolute(output, error), Resolved(output)};
+  return std::any_of(std::begin(names), std::end(names), [&inputs](const fs::path& path) {
+    return IsNamedAsExport(path) && inputs.folders.Holds(path.parent_path());
+  });
 }
 
 std::string WhyRefused(const fs::path& output, const Inputs& inputs, Places& taken) {
   if (inputs.files.Holds(output)) return "it is one of the files that are read";
-  if (WouldBeReadNextTime(output, inputs)) {
-    return "in a machine's own folder it would be read as an export the next time; choose another "
-           "folder, or a name without .reg";
+  if (WouldCountAmongExports(output, inputs)) {
+    return "in a machine's own folder a .reg file counts among its exports; choose another folder, "
+           "or a name without .reg";
   }
   if (IsKept(output) && !taken.Add(output)) return "two of the outputs would have this name";
   return {};

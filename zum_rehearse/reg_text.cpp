@@ -118,10 +118,8 @@ class RegWriter {
 }  // namespace
 
 bool IsMadeByRehearsal(std::string_view bytes) {
-  for (const char* const head : {kChangesHead, kUndoHead}) {
-    if (bytes.starts_with(RegWriter::Beginning(head))) return true;
-  }
-  return false;
+  return bytes.starts_with(RegWriter::Beginning(kChangesHead)) ||
+         bytes.starts_with(RegWriter::Beginning(kUndoHead));
 }
 
 std::string ChangesFile(const Report& report, const std::string& time) {

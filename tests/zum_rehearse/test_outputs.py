@@ -8,8 +8,8 @@ from rehearsal_cases import NATIVE, PROGRAM, RehearsalCase, only_on
 BRANCH = product(key_name(1), MARKED, MARKED_NAME)
 IS_READ = "it is one of the files that are read"
 HAVE_ONE_NAME = "two of the outputs would have this name"
-IN_A_MACHINES_FOLDER = ("in a machine's own folder it would be read as an export the next time; choose another folder, "
-                        "or a name without .reg")
+IN_A_MACHINES_FOLDER = ("in a machine's own folder a .reg file counts among its exports; choose another folder, or a name "
+                        "without .reg")
 
 
 class OutputsOfOneName(RehearsalCase):
