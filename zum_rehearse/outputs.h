@@ -17,8 +17,8 @@ namespace zum_rehearse {
                                             bool several);
 
 // Why the files that are asked for can't be written: one is read by this call, two would have one
-// name, or one would lie among a machine's exports. Empty: they can. Nothing is
-// written, so that a call which is refused leaves everything as it was.
+// name, or one would lie among a machine's exports. Empty: they can. Nothing is written, so that a
+// call which is refused leaves everything as it was.
 [[nodiscard]] std::string WhyOutputsAreRefused(const Options& options,
                                                const std::vector<Source>& sources);
 
