@@ -30,7 +30,7 @@ namespace tests {
 // Eight capital digits.
 [[nodiscard]] inline std::string Hexadecimal(std::uint32_t number) {
   char text[9];
-  std::snprintf(text, sizeof(text), "%08X", static_cast<unsigned>(number));
+  (void)std::snprintf(text, sizeof(text), "%08X", static_cast<unsigned>(number));
   return text;
 }
 
