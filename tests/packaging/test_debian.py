@@ -10,6 +10,7 @@ import unittest
 
 import products
 import reg_file
+import zsh_completion
 from package_files import IDENTITY, PROJECT, VERSION, debian_package, run, unpacked_debian
 
 COMPLETE = """
@@ -92,13 +93,17 @@ class DebianPackage(unittest.TestCase):
         self.assertEqual(sorted(listed), options_of_the_program())
         self.assertEqual(re.findall(r"(?m)^ {7}(\d) ", part[1]), list("012345"))
 
+    def folder_with_files(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        for name in ("a.reg", "b.txt"):
+            pathlib.Path(folder.name, name).touch()
+        pathlib.Path(folder.name, "folder").mkdir()
+        return folder.name
+
     def complete(self, *words):
-        with tempfile.TemporaryDirectory() as folder:
-            for name in ("a.reg", "b.txt"):
-                pathlib.Path(folder, name).touch()
-            pathlib.Path(folder, "folder").mkdir()
-            completion = unpacked_debian() / "usr/share/bash-completion/completions/zum_rehearse"
-            return sorted(run("bash", "-c", COMPLETE, "complete", completion, *words, cwd=folder).split())
+        completion = unpacked_debian() / "usr/share/bash-completion/completions/zum_rehearse"
+        return sorted(run("bash", "-c", COMPLETE, "complete", completion, *words, cwd=self.folder_with_files()).split())
 
     def testBashCompletesOptionsAndFiles(self):
         self.assertEqual(self.complete("-"), options_of_the_program())
@@ -107,8 +112,14 @@ class DebianPackage(unittest.TestCase):
         self.assertEqual(self.complete("--trace-output", ""), ["folder"])
         self.assertEqual(self.complete(""), ["a.reg", "b.txt", "folder"])
 
-    def testZshCompletionNamesEveryOption(self):
-        text = (unpacked_debian() / "usr/share/zsh/vendor-completions/_zum_rehearse").read_text(encoding="utf-8")
-        listed = re.findall(r"(?m)^    '(?:\([^)]*\))?(--[a-z-]+)\[", text)
-        listed += re.search(r"\{(-h,--help)\}'\[", text).group(1).split(",")
-        self.assertEqual(sorted(listed), options_of_the_program())
+    def complete_by_zsh(self, *words):
+        return zsh_completion.complete(unpacked_debian() / "usr/share/zsh/vendor-completions",
+                                       " ".join(["zum_rehearse", *words]), self.folder_with_files())
+
+    def testZshCompletesOptionsAndFiles(self):
+        self.assertEqual(self.complete_by_zsh("-"), options_of_the_program())
+        self.assertEqual(self.complete_by_zsh("--json", "--ht"), ["--html"])
+        self.assertEqual(self.complete_by_zsh("--csv", "--js"), [])  # not together
+        self.assertEqual(self.complete_by_zsh("--undo", ""), ["a.reg", "b.txt", "folder"])
+        self.assertEqual(self.complete_by_zsh("--trace-output", ""), ["folder"])
+        self.assertEqual(self.complete_by_zsh(""), ["a.reg", "b.txt", "folder"])
