@@ -125,7 +125,8 @@ void CheckDropped(Findings& findings, const std::string& group, const Place& pla
   findings.Judge(group + ", seen after its close", SeenOutside(place), OnBoth("new"));
 }
 
-// The key for as long as the object lives.
+// The key for as long as the object lives. One that is there already is somebody else's, or what an
+// interrupted run left: it is neither used nor removed.
 class MachineKey {
  public:
   MachineKey() {
@@ -139,6 +140,9 @@ class MachineKey {
                                Decimal(static_cast<DWORD>(error)));
     }
     ::RegCloseKey(key);
+    if (disposition != REG_CREATED_NEW_KEY) {
+      throw std::runtime_error("the key is there already, and is left as it is");
+    }
   }
   MachineKey(const MachineKey&) = delete;
   MachineKey& operator=(const MachineKey&) = delete;
