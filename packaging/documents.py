@@ -15,7 +15,7 @@ import sys
 
 sys.dont_write_bytecode = True
 
-from pieces import (COMPONENTS, HERE, IDENTITY, PROJECT, changes_of, debian_copyright, moment,  # noqa: E402
+from pieces import (HERE, IDENTITY, PARTS, PROJECT, changes_of, debian_copyright, moment,  # noqa: E402
                     write_dos_text)
 
 # The guides of the packages; links between them are kept.
@@ -48,16 +48,21 @@ def plain(source, packaged=""):
                   HERE / "columns.lua")
 
 
-def third_party_licences():
+def third_party_licences(package):
     """The licences of what is linked in, as Debian's packages hold them; packages of one source hold the same text."""
     parts, texts = [], {}
-    for each in COMPONENTS["linked in"]:
+    for each in PARTS[package]:
         parts.append(f"{each['name']}: {each['licence']}\n"
                      f"    as told by Debian's package {each['debian']}, further down\n")
         texts.setdefault(debian_copyright(each["debian"]), {})[each["debian"]] = None
     for text, packages in texts.items():
         parts.append(f"\n{'=' * 100}\n{', '.join(packages)}\n{'=' * 100}\n\n{text}")
     return "What is part of the programs beside their own sources, and under which licences.\n\n" + "".join(parts)
+
+
+def write_licences(package, folder):
+    write_dos_text(folder / "LICENCE.txt", (HERE / "licence.txt").read_text(encoding="utf-8"))
+    write_dos_text(folder / "THIRD-PARTY.txt", third_party_licences(package))
 
 
 def make_win32(version, folder):
@@ -68,8 +73,7 @@ def make_win32(version, folder):
         write_dos_text(folder / f"{guide}.txt", plain(PROJECT / f"docs/{guide}.md", packaged))
     shutil.copyfile(PROJECT / "docs" / SCHEMA, folder / SCHEMA)
     write_dos_text(folder / "CHANGELOG.txt", plain(PROJECT / "CHANGELOG.md"))
-    write_dos_text(folder / "LICENCE.txt", (HERE / "licence.txt").read_text(encoding="utf-8"))
-    write_dos_text(folder / "THIRD-PARTY.txt", third_party_licences())
+    write_licences("win32", folder)
 
 
 def make_check(_, folder):
@@ -78,6 +82,7 @@ def make_check(_, folder):
         write_dos_text(folder / f"{guide}.txt", plain(PROJECT / f"docs/{guide}.md", f"{guide}.md"))
     starter = PROJECT / "tests/windows_check/run-checks.cmd"
     write_dos_text(folder / starter.name, starter.read_text(encoding="ascii"))
+    write_licences("check", folder)
 
 
 def write_compressed(file, text):

@@ -25,11 +25,11 @@ def ninja(build, tool, *arguments):
                           text=True).stdout.splitlines()
 
 
-def headers(build, program):
-    """The headers of all sources that are behind a program."""
-    inputs = ninja(build, "inputs", f"bin/{program}")
+def sources(build, program):
+    """What a program is made of, as the build knows: all sources that are behind it, and their headers."""
+    inputs = ninja(build, "inputs", program)
     objects = [line for line in inputs if line.endswith(".obj")]
-    return {line.strip() for line in ninja(build, "deps", *objects) if line.startswith("    ")}
+    return {line.strip() for line in ninja(build, "deps", *objects) if line.startswith("    ")} | set(inputs)
 
 
 def without_links(build, path):
@@ -38,18 +38,21 @@ def without_links(build, path):
     return os.path.realpath(path) if path.startswith(f"{build}/") else path
 
 
-def outside_files(build, program):
-    paths = {without_links(build, path) for path in archives(build, program) | headers(build, program)}
-    return sorted(path for path in paths if not path.startswith((f"{PROJECT}/", f"{build}/")))
+def components_of(build, paths, known, program):
+    """The names of the known components that files belong to, but for the project's own."""
+    found = set()
+    for path in sorted({without_links(build, path) for path in paths}):
+        if path.startswith((f"{PROJECT}/", f"{build}/")):
+            continue
+        names = [each["name"] for each in known if any(re.fullmatch(p, path) for p in each["files"])]
+        if len(names) != 1:
+            raise SystemExit(f"{program}: {path} belongs to {names or 'no component'}: see packaging/components.json")
+        found.add(names[0])
+    return found
 
 
 def components(build, program):
     """The names of the components that are in a program."""
     build = build.resolve()
-    found = set()
-    for path in outside_files(build, program):
-        names = [each["name"] for each in COMPONENTS["linked in"] if any(re.fullmatch(p, path) for p in each["files"])]
-        if len(names) != 1:
-            raise SystemExit(f"{program}: {path} belongs to {names or 'no component'}: see packaging/components.json")
-        found.add(names[0])
-    return found
+    return components_of(build, archives(build, program) | sources(build, f"bin/{program}"), COMPONENTS["linked in"],
+                         program)

@@ -11,6 +11,8 @@ HERE = pathlib.Path(__file__).resolve().parent
 PROJECT = HERE.parent
 IDENTITY = json.loads((HERE / "identity.json").read_text(encoding="utf-8"))
 COMPONENTS = json.loads((HERE / "components.json").read_text(encoding="utf-8"))
+# What is part of the programs of each package for Windows beside their own sources.
+PARTS = {"win32": COMPONENTS["linked in"], "check": COMPONENTS["linked in"] + COMPONENTS["linked into the checks"]}
 
 
 def moment():

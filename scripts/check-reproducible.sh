@@ -4,8 +4,8 @@
 #   scripts/check-reproducible.sh
 #
 # Each time it is a clean clone of the tree's commit (with the changes that aren't committed), in another place, in a
-# folder of another name, at another time, with another umask, language and time zone. Nothing is taken from a compiler
-# cache. The comparison is shown to find a planted difference first.
+# folder of another name, at another time, with another umask, language and time zone; the other build folder has programs
+# in it that aren't packaged. Nothing is taken from a compiler cache. The comparison is shown to find a planted difference first.
 set -eu
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 work="$project/build/reproducible"
@@ -35,6 +35,10 @@ sleep 2 # so that a time of seconds that got in would differ
 (
     umask 077
     clone "$other"
+    for folder in "$other"/build/windows/{bin,tests/windows_check} "$other/build/native/bin"; do
+        mkdir -p "$folder"
+        printf 'of another kind' | tee "$folder/another.exe" "$folder/another.exe.debug" >"$folder/another"
+    done
     export TZ=Asia/Kathmandu LC_ALL=C
     build "$other"
 )

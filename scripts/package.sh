@@ -10,8 +10,9 @@
 #   --timestamp URL    with a time stamp of this service
 #   --output DIR       into this folder
 #
-# The same commit gives the same bytes, but for signatures. All times in them are SOURCE_DATE_EPOCH: as given, else the
-# release's date in CHANGELOG.md, else the commit's time. The version is CMakeLists.txt's.
+# The same commit gives the same bytes, but for signatures, whatever else the build folder holds. All times in them are
+# SOURCE_DATE_EPOCH: as given, else the release's date in CHANGELOG.md, else the commit's time. The version is
+# CMakeLists.txt's.
 set -eu
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 . "$project/scripts/lib/packages.sh"
@@ -45,24 +46,18 @@ settle_source
 
 # The Windows programs, with all that goes along: zum_setup_util-VERSION-win32.zip, and the symbols.
 package_win32() {
-    local build="$project/build/windows" name="zum_setup_util-$version-win32" stage state=unsigned
+    local build="$project/build/windows" name="zum_setup_util-$version-win32" stage symbols
     step "The Windows programs"
     configure_and_build windows zum_setup_util zum_rehearse zum_package_documents || exit 1
+    symbols=$(stage_anew "$name-symbols")
+    cmake --install "$build" --component symbols --prefix "$symbols" >/dev/null
     stage=$(stage_anew "$name")
     cmake --install "$build" --component programs --prefix "$stage" >/dev/null
     cmake --install "$build" --component documents --prefix "$stage" >/dev/null
-    if [ -n "$certificate" ]; then
-        sign_programs "$stage"
-        state=signed
-    fi
-    python3 packaging/rebuild_notes.py "$build/bin" "$stage" "$state"
+    sign_with_notes win32 "$stage" "$symbols"
     python3 packaging/bill_of_materials.py "$version" "$build" "$stage"
     (cd "$stage" && list_files | xargs -d '\n' sha256sum >../SHA256SUMS && mv ../SHA256SUMS .)
     make_zip "$name"
-    if [ "$state" = unsigned ]; then note "unsigned: the programs have no signature (--sign CERT KEY)"; fi
-
-    stage=$(stage_anew "$name-symbols")
-    cmake --install "$build" --component symbols --prefix "$stage" >/dev/null
     make_zip "$name-symbols"
 }
 
@@ -74,7 +69,7 @@ package_check() {
     configure_and_build windows zum_check_programs zum_check_documents || exit 1
     stage=$(stage_anew "$name")
     cmake --install "$build" --component check --prefix "$stage" >/dev/null
-    if [ -n "$certificate" ]; then sign_programs "$stage"; fi
+    sign_with_notes check "$stage"
     python3 tests/windows_check/check_list.py "$stage"
     (cd "$stage" && list_files | xargs -d '\n' sha256sum >../SHA256SUMS && mv ../SHA256SUMS .)
     make_zip "$name"

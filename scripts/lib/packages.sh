@@ -55,6 +55,19 @@ make_zip() {
     good "$name.zip, $(stat -c %s "$output/$name.zip") bytes"
 }
 
+# sign_with_notes win32|check STAGE [SYMBOLS]: how the bytes of the staged programs are made again, and signatures where a
+# certificate is given.
+sign_with_notes() {
+    local state=unsigned
+    [ -z "$certificate" ] || state=signed
+    python3 packaging/rebuild_notes.py "$1" "$state" "${@:2}"
+    if [ "$state" = signed ]; then
+        sign_programs "$2"
+    else
+        note "unsigned: the programs have no signature (--sign CERT KEY)"
+    fi
+}
+
 # sign_programs FOLDER: puts signatures into the programs that were staged there; the built ones stay as they are.
 sign_programs() {
     local program

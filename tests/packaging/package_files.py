@@ -43,5 +43,11 @@ def unpacked_debian():
     return folder
 
 
+def digests_in_notes(folder):
+    """File -> the digest that REBUILD.txt tells of it, as it was built."""
+    notes = (folder / "REBUILD.txt").read_text(encoding="ascii")
+    return {name: digest for digest, name in re.findall(r"(?m)^    ([0-9a-f]{64})  (\S+)$", notes)}
+
+
 def debian_package():
     return DIST / f"zum-rehearse_{VERSION}_amd64.deb"

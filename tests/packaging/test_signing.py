@@ -12,8 +12,9 @@ from unittest import mock
 
 import machines
 import signing
-from package_files import BUILT, DIST, PROGRAMS, PROJECT, WIN32, WORK, run, unpacked
+from package_files import BUILT, DIST, PROGRAMS, PROJECT, WIN32, WORK, digests_in_notes, run, unpacked
 
+CHECK = f"{WIN32}-check"
 TRUSTED, NO_SIGNATURE, UNTRUSTED_ROOT, BAD_DIGEST = "00000000", "800b0100", "800b0109", "80096010"
 TIME_AUTHORITY = """
 [tsa]
@@ -29,19 +30,21 @@ digests = sha256
 """
 
 
-def package(name, *options):
-    """Makes the Windows package; the folder that it is in, and what was printed."""
+def package(name, *options, what="win32"):
+    """Makes a package for Windows; the folder that it is in, and what was printed."""
     output = WORK / name
-    return output, run(PROJECT / "scripts/package.sh", "win32", "--output", output, *options)
+    return output, run(PROJECT / "scripts/package.sh", what, "--output", output, *options)
 
 
 @functools.cache
-def signed(signer="right"):
+def signed(signer="right", what="win32"):
     lab = signing.lab()
     chain = WORK / f"{signer}-chain.pem"
     chain.write_bytes((lab / f"{signer}.pem").read_bytes() + (lab / f"{signing.SIGNERS[signer][2]}.pem").read_bytes())
-    output, _ = package(f"signed {signer}", "--sign", chain, lab / "leaf.key")
-    return unpacked(WIN32, output)
+    output, printed = package(f"signed {what} {signer}", "--sign", chain, lab / "leaf.key", what=what)
+    if "unsigned" in printed:
+        raise AssertionError(printed)
+    return unpacked({"win32": WIN32, "check": CHECK}[what], output)
 
 
 class TimeAuthority:
@@ -102,11 +105,22 @@ class Signing(unittest.TestCase):
         return done.returncode, done.stdout + done.stderr
 
     def testWithoutTheOptionTheProgramsAreUnsignedAndTheOutputSaysSo(self):
-        output, printed = package("unsigned")
-        self.assertIn("   unsigned: the programs have no signature", printed)
-        self.assertEqual((output / f"{WIN32}.zip").read_bytes(), (DIST / f"{WIN32}.zip").read_bytes())
-        for name in PROGRAMS:
-            self.assertEqual(self.answer(unpacked() / name), [NO_SIGNATURE])
+        for what, name in (("win32", WIN32), ("check", CHECK)):
+            _, printed = package("unsigned", what=what)
+            self.assertIn("   unsigned: the programs have no signature", printed)
+            for program in unpacked(name).glob("*.exe"):
+                self.assertEqual(self.answer(program), [NO_SIGNATURE], program.name)
+
+    def testABuildFolderWithOtherProgramsGivesTheSameBytes(self):
+        """As after the tests' build, and after one of another day."""
+        for folder in (BUILT, PROJECT / "build/windows/tests/windows_check"):
+            for name in ("another.exe", "another.exe.debug", "another.dll"):
+                self.addCleanup((folder / name).unlink)
+                (folder / name).write_bytes(b"of another kind")
+        for what, names in (("win32", [WIN32, f"{WIN32}-symbols"]), ("check", [CHECK])):
+            output, _ = package("beside others", what=what)
+            for name in names:
+                self.assertTrue((output / f"{name}.zip").read_bytes() == (DIST / f"{name}.zip").read_bytes(), name)
 
     def testTheSystemTrustsASignedProgram(self):
         for name in PROGRAMS:
@@ -143,7 +157,7 @@ class Signing(unittest.TestCase):
             run("osslsigncode", "attach-signature", "-CAfile", signing.lab() / "trusted.pem", "-sigin", signature,
                 "-in", built, "-out", again)
             self.assertTrue(again.read_bytes() == (signed() / name).read_bytes(), name)
-            self.assertIn(f"{hashlib.sha256(built.read_bytes()).hexdigest()}  {name}", notes)
+            self.assertEqual(digests_in_notes(signed())[name], hashlib.sha256(built.read_bytes()).hexdigest())
             signature.unlink()
 
     def testChecksumsAndBillAreOfTheSignedBytes(self):
@@ -153,6 +167,18 @@ class Signing(unittest.TestCase):
             data = (signed() / name).read_bytes()
             self.assertIn(hashlib.sha256(data).hexdigest(), bill)
             self.assertNotEqual(data, (unpacked() / name).read_bytes())
+
+    def testTheCheckPackageIsSignedToo(self):
+        folder = signed(what="check")
+        run("sha256sum", "-c", "SHA256SUMS", cwd=folder)
+        programs = sorted(file.name for file in folder.glob("*.exe"))
+        self.assertEqual(programs, sorted(file.name for file in unpacked(CHECK).glob("*.exe")))
+        for name in programs:
+            self.assertEqual(self.answer(folder / name), [TRUSTED], name)
+            status, printed = self.verify(folder / name)
+            self.assertEqual(status, 0, printed)
+        self.assertEqual(digests_in_notes(folder), digests_in_notes(unpacked(CHECK)))
+        self.assertIn("osslsigncode attach-signature", (folder / "REBUILD.txt").read_text(encoding="ascii"))
 
     def testTimeStamp(self):
         lab = signing.lab()

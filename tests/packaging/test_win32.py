@@ -12,7 +12,7 @@ import pe_file
 import products
 import registry_rule
 from cases import MachineCase
-from package_files import BUILT, DIST, PROGRAMS, PROJECT, VERSION, WIN32, run, unpacked
+from package_files import BUILT, DIST, PROGRAMS, PROJECT, VERSION, WIN32, digests_in_notes, run, unpacked
 
 FILES = ["CHANGELOG.txt", "LICENCE.txt", "REBUILD.txt", "SHA256SUMS", "THIRD-PARTY.txt", "bill-of-materials.spdx.json",
          "operator.html", "operator.txt", "rehearsal.html", "rehearsal.schema.json", "rehearsal.txt", *PROGRAMS]
@@ -65,12 +65,14 @@ class ZipFile(unittest.TestCase):
         self.assertEqual(run("sha256sum", "-c", "SHA256SUMS", cwd=folder).count(": OK\n"), len(FILES) - 1)
 
     def testProgramsAreTheBuiltOnes(self):
-        notes = (unpacked() / "REBUILD.txt").read_text(encoding="utf-8")
         for name in PROGRAMS:
-            data = (unpacked() / name).read_bytes()
-            self.assertTrue(data == (BUILT / name).read_bytes(), name)
-            self.assertIn(f"    {hashlib.sha256(data).hexdigest()}  {name}\n", notes)
-        self.assertIn("they are not signed", notes)
+            self.assertTrue((unpacked() / name).read_bytes() == (BUILT / name).read_bytes(), name)
+
+    def testNotesTellThePackagesOwnProgramsAndSymbols(self):
+        shipped = [unpacked() / name for name in PROGRAMS] + sorted(unpacked(f"{WIN32}-symbols").iterdir())
+        self.assertEqual(digests_in_notes(unpacked()),
+                         {file.name: hashlib.sha256(file.read_bytes()).hexdigest() for file in shipped})
+        self.assertIn("they are not signed", (unpacked() / "REBUILD.txt").read_text(encoding="ascii"))
 
     def testProgramsAreStripped(self):
         for name in PROGRAMS:

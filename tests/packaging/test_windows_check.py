@@ -1,16 +1,23 @@
 """The package for an owner of a Windows machine, under Wine: that it judges, asks, and leaves nothing behind."""
 
+import hashlib
 import json
 import os
 import pathlib
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 import zipfile
 
-from package_files import DIST, PROJECT, VERSION, WORK, run, unpacked
+from package_files import DIST, PROJECT, VERSION, WORK, digests_in_notes, run, unpacked
+
+sys.path.append(str(PROJECT / "packaging"))
+
+import linked_in  # noqa: E402
+from pieces import PARTS  # noqa: E402
 
 NAME = f"zum_setup_util-{VERSION}-win32-check"
 SOURCES = PROJECT / "tests/windows_check"
@@ -22,7 +29,7 @@ RESULT = "windows-check-result.txt"
 PROGRAMS = ["check_contract.exe", "check_contract_registry.exe", "check_stages.exe", "check_time.exe", "check_trace.exe",
             "check_wrappers.exe", "check_wrappers_registry.exe", "launch_probe.exe", "windows_check.exe",
             "zum_rehearse.exe"]
-FILES = ["SHA256SUMS", "programs.json", "refused.msi", "run-checks.cmd", "windows-check.html", "windows-check.txt",
+FILES = ["LICENCE.txt", "REBUILD.txt", "SHA256SUMS", "THIRD-PARTY.txt", "programs.json", "refused.msi", "run-checks.cmd", "windows-check.html", "windows-check.txt",
          *PROGRAMS]
 
 
@@ -41,6 +48,7 @@ BRANCHES = {"software": r"HKLM\SOFTWARE", "system": r"HKLM\SYSTEM", "users": "HK
 # Wine notes the displays when a program first asks for one.
 WINES_OWN = re.compile(r"\[HKEY_LOCAL_MACHINE\\SYSTEM\\(Current)?ControlSet(001)?\\(Control\\(Video|Class)|Enum)\\", re.IGNORECASE)
 CANARY = r"HKLM\SOFTWARE\ZumContract"
+MACHINE_KEY = r"HKLM\SYSTEM\ZumWindowsCheck"
 
 
 def reg(*words):
@@ -87,6 +95,27 @@ class Package(unittest.TestCase):
         self.assertEqual(names, [f"{NAME}/{name}" for name in sorted(FILES)])
         self.assertEqual(run("sha256sum", "-c", "SHA256SUMS", cwd=unpacked(NAME)).count(": OK\n"), len(FILES) - 1)
 
+    def testNotesTellItsOwnPrograms(self):
+        self.assertEqual(digests_in_notes(unpacked(NAME)), {
+            name: hashlib.sha256((unpacked(NAME) / name).read_bytes()).hexdigest() for name in PROGRAMS})
+
+    def testLicencesOfWhatIsLinkedInAreThere(self):
+        """Whatever a program is made of belongs to a component whose licence is told."""
+        build = PROJECT / "build/windows"
+        used = set()
+        for name in PROGRAMS:
+            where = "bin" if (build / "bin" / name).exists() else "tests/windows_check"
+            used |= linked_in.components_of(build, linked_in.sources(build, f"{where}/{name}"), PARTS["check"],
+                                            name)
+        self.assertLessEqual({"GoogleTest", "CLI11", "nlohmann-json", "libstdc++"}, used)
+        text = (unpacked(NAME) / "THIRD-PARTY.txt").read_text(encoding="utf-8-sig")
+        for name in used:
+            self.assertRegex(text, rf"(?m)^{re.escape(name)}: ")
+        for words in ("Copyright 2008, Google Inc.", "University of Cincinnati", "Niels Lohmann", "ZPL-2.1",
+                      "GCC RUNTIME LIBRARY EXCEPTION"):
+            self.assertIn(words, text)
+        self.assertTrue((unpacked(NAME) / "LICENCE.txt").read_text(encoding="ascii").startswith("Licence of"))
+
     def testNamesNoFolderOfTheBuild(self):
         for name in PROGRAMS:
             self.assertNotIn(str(PROJECT).encode(), (unpacked(NAME) / name).read_bytes(), name)
@@ -102,6 +131,14 @@ class Package(unittest.TestCase):
 
 class UnderWine(unittest.TestCase):
     maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        # In a fresh prefix Wine's installer makes folders of its own when it first runs, whatever the package: they are
+        # made here, so that all that comes later counts.
+        wine("msiexec", "/i", f"Z:{SOURCES}/refused.msi", "/qn")
+        if not (PREFIX / "drive_c/windows/Installer").is_dir():
+            raise AssertionError("the installer did not run")
 
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="a machine's owner ", dir=WORK)) / NAME
@@ -170,6 +207,21 @@ class UnderWine(unittest.TestCase):
             self.assertEqual(lines[f"package in {place}, the installer reads it"][0], "ok")
         self.assertEqual(lines["zum_rehearse"][0], "ok")
         self.assertIn("\n---- zum_rehearse --all\n", result)
+
+    def testAKeyThatIsThereAlreadyIsLeftAsItIs(self):
+        reg("add", MACHINE_KEY, "/v", "List", "/t", "REG_SZ", "/d", "somebody's", "/f")
+        self.addCleanup(reg, "delete", MACHINE_KEY, "/f")
+        answers = ["y", "n", "n"] if ELEVATED else ["n", "n"]
+        (status, _, result), files, keys = self.changes_of(lambda: self.checks(answers, "--own-checks-only"))
+        self.assertEqual((files, keys), ([], []))
+        self.assertIn((r"[HKEY_LOCAL_MACHINE\SYSTEM\ZumWindowsCheck]", '"List"="somebody\'s"'), registry())
+        lines = lines_of(result)
+        if not ELEVATED:
+            return self.assertEqual((status, lines["SYSTEM"]), (0, ("skipped", NO_RIGHTS)))
+        self.assertEqual(status, 1)
+        self.assertEqual({name: rest for name, (verdict, rest) in lines.items() if verdict == "DIFFERS"}, {
+            r"Transactions below HKEY_LOCAL_MACHINE\SYSTEM":
+                "the checks behind this can't be made: the key is there already, and is left as it is"})
 
     def testWhatIsWrongIsTold(self):
         (self.folder / "refused.msi").unlink()
