@@ -5,5 +5,5 @@ if (-not (Test-Path -LiteralPath $rehearse)) { exit 0 }
 & $rehearse --json | Out-Null
 $status = $LASTEXITCODE
 if ($status -eq 0) { Write-Output 'nothing is to be repaired'; exit 0 }
-if ($status -in 1, 3, 4) { exit 0 }
+if (1, 3, 4 -contains $status) { exit 0 }
 exit $status

@@ -6,7 +6,7 @@ if (-not (Test-Path -LiteralPath $rehearse)) { Write-Output "not repaired: $rehe
 & $rehearse --json | Out-Null
 $before = $LASTEXITCODE
 if ($before -eq 0) { Write-Output 'nothing to repair'; exit 0 }
-if ($before -notin 1, 4) { Write-Output "not repaired: zum_rehearse.exe ended with $before"; exit 1 }
+if (1, 4 -notcontains $before) { Write-Output "not repaired: zum_rehearse.exe ended with $before"; exit 1 }
 
 $run = "$zum\{0:yyyy-MM-ddTHH-mm-ss}" -f (Get-Date)
 New-Item -ItemType Directory -Path $run | Out-Null
@@ -15,7 +15,7 @@ $first = $LASTEXITCODE
 reg.exe export HKLM\SOFTWARE\Classes\Installer "$run\installer-2.reg" /reg:64 | Out-Null
 if ($first -ne 0 -or $LASTEXITCODE -ne 0) { Write-Output 'not repaired: the records could not be exported'; exit 1 }
 & $rehearse --undo "$run\undo.reg" | Out-Null
-if ($LASTEXITCODE -notin 1, 4) { Write-Output 'not repaired: the undo file could not be written'; exit 1 }
+if (1, 4 -notcontains $LASTEXITCODE) { Write-Output 'not repaired: the undo file could not be written'; exit 1 }
 
 $line = & "$zum\zum_setup_util.exe" "--trace-output=$run" /unblock
 $status = $LASTEXITCODE
