@@ -43,7 +43,7 @@ def write_export(path, first, products):
 def make_machines(folder, count):
     exports = folder / "exports"
     exports.mkdir(parents=True, exist_ok=True)
-    for index in range(EXPORTS):
+    for index in range(min(EXPORTS, count)):
         write_export(exports / f"{index}.reg", 1000 * index, PRODUCTS)
     for index in range(count):
         machine = folder / f"pc-{index:05}"

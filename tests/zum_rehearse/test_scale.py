@@ -5,10 +5,11 @@ import pathlib
 import pty
 import resource
 import subprocess
+import sys
 import time
 
 from products import MARKED, ORDINARY, key_name, product
-from rehearsal_cases import PROGRAM, RehearsalCase, only_on
+from rehearsal_cases import PROGRAM, PROJECT, RehearsalCase, only_on
 
 
 def is_sanitized():
@@ -101,6 +102,20 @@ class Scale(RehearsalCase):
                     pass
             time.sleep(0.05)
         raise AssertionError("no worker waits for the pipe")
+
+    def benchmark(self, program):
+        return subprocess.run([sys.executable, PROJECT / "scripts/lib/bench_rehearse.py", program,
+                               self.machine.folder / "bench", "--machines", "20", "--megabytes", "1"],
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=300, check=False, text=True)
+
+    def test_the_benchmark_measures_a_small_fleet_too(self):
+        done = self.benchmark(PROGRAM)
+        self.assertEqual(done.returncode, 0, done.stdout)
+        for count in (2, 20):
+            self.assertRegex(done.stdout, rf"(?m)^ +{count} machines: .*, status 1, {count} objects$")
+        self.assertRegex(done.stdout, r"(?m)^ +one export of 1 MB: .*, status 1$")
+        # What tells of no machine isn't measured.
+        self.assertEqual(self.benchmark("/bin/true").returncode, 1)
 
     def test_memory_does_not_grow_with_the_machines(self):
         if is_sanitized():
