@@ -126,6 +126,14 @@ class Documents(unittest.TestCase):
                 self.assertEqual([line for line in commands if line not in form], [], guide)
                 self.assertNotRegex(form, r"(operator|rehearsal)\.md")
 
+    def testTheOperatorsGuideAsksForNothingThatIsNotGivenOut(self):
+        """Whoever has the package has none of the project's folders."""
+        folders = "|".join(sorted(path.name for path in PROJECT.iterdir() if path.is_dir() and path.name.isalnum()))
+        for name in ("operator.html", "operator.txt"):
+            text = (unpacked() / name).read_text(encoding="utf-8-sig")
+            self.assertNotRegex(text, rf"\b({folders})/", name)
+            self.assertIn("zum-rehearse_*_amd64.deb", text)
+
     def testTextsHaveTheLineEndsOfWindows(self):
         for file in unpacked().glob("*.txt"):
             data = file.read_bytes()
