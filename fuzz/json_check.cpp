@@ -71,9 +71,11 @@ void RequireProduct(const json& found, const Product& product) {
   Require(found.at("verdicts") == verdicts && found.at("changes") == product.changes,
           "the verdicts are the product's");
   const std::string state = StateName(product.package);
-  const json package =
-      state.empty() ? json()
-                    : json{{"path", Utf8WithReplacements(product.packagePath)}, {"state", state}};
+  json package;
+  if (!state.empty()) {
+    package = {{"path", Utf8WithReplacements(product.packagePath)}, {"state", state}};
+    package["error"] = state == "unreadable" ? json(product.packageError) : json();
+  }
   Require(found.at("package") == package, "the package is the product's");
   for (std::size_t i = 0; i < zum_rehearse::kSlotCount; ++i) {
     const json& slot = found.at("values").at(zum_rehearse::kSlotNames[i]);

@@ -34,7 +34,10 @@ constexpr std::size_t kOpenedName = 256;
 
 enum class Lookup { kNone, kSome };
 
-bool IsThere(const std::u16string& path) { return path.size() % 2 == 0; }
+zum_rehearse::PackageAnswer Look(const std::u16string& path) {
+  if (path.size() % 3 == 2) return {PackageState::kUnreadable, 5};
+  return {path.size() % 3 == 0 ? PackageState::kPresent : PackageState::kMissing};
+}
 
 // One product as the machine has it.
 struct Listed {
@@ -169,9 +172,9 @@ class Judged {
     const auto& path = slots[zum_rehearse::kLocalPackage].after;
     if (!changes || !path || path->type != 1) return;
     const std::u16string text = TextBeforeZero(*path);
-    package = m_lookup == Lookup::kNone        ? PackageState::kNotKnownHere
-              : !text.empty() && IsThere(text) ? PackageState::kPresent
-                                               : PackageState::kMissing;
+    package = m_lookup == Lookup::kNone ? PackageState::kNotKnownHere
+              : text.empty()            ? PackageState::kMissing
+                                        : Look(text).state;
   }
 
   [[nodiscard]] bool HasOtherType() const {
@@ -228,6 +231,8 @@ class Judged {
         return m_path && TextBeforeZero(*path.after).empty();
       case Verdict::kPackageNotKnownHere:
         return package == PackageState::kNotKnownHere;
+      case Verdict::kPackageUnreadable:
+        return package == PackageState::kUnreadable;
       default:
         return false;
     }
@@ -324,11 +329,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   zum_rehearse::LoadedMachine loaded;
   loaded.machine = winapi::rehearsal::Machine::ThisOne();
-  const zum_rehearse::PackageLookup finds = IsThere;
+  const zum_rehearse::PackageLookup finds = Look;
   const Report report = zum_rehearse::Rehearse(
       loaded, lookup == Lookup::kSome ? finds : zum_rehearse::PackageLookup(), {});
   fuzz::Require(report.outcome.code == (rewritten.failed ? 0xA1780003 : 0),
                 "the outcome is the rule's");
+  const fuzz::Key* const list = fuzz::FindKey(before, fuzz::kUserData);
+  const bool isRefused = list != nullptr && !IsReadable(list);
+  fuzz::Require(report.outcomeIsKnown != isRefused, "a list that can't be read tells nothing");
   fuzz::Require(zum_rehearse::StatusOf(report) == fuzz::Status(report),
                 "the status is the documents'");
   CheckProducts(report, before, rewritten, lookup);

@@ -49,7 +49,8 @@ Product TakeProduct(FuzzedDataProvider& input) {
   }
   product.changes = input.ConsumeBool();
   product.refused = input.ConsumeBool();
-  product.package = static_cast<zum_rehearse::PackageState>(input.ConsumeIntegralInRange(0, 3));
+  product.package = static_cast<zum_rehearse::PackageState>(input.ConsumeIntegralInRange(0, 4));
+  if (product.package == zum_rehearse::PackageState::kUnreadable) product.packageError = 5;
   product.packagePath = TakeWide(input);
   const auto chosen = input.ConsumeIntegral<std::uint32_t>();
   for (std::size_t i = 0; i < std::size(zum_rehearse::kAllVerdicts); ++i) {

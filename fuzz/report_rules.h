@@ -28,6 +28,7 @@ inline constexpr std::string_view kVerdictNames[] = {"fails-here",
                                                      "empty-path",
                                                      "second-value-unknown",
                                                      "package-not-known-here",
+                                                     "package-unreadable",
                                                      "ordinary"};
 
 inline std::string_view NameOf(zum_rehearse::Verdict verdict) {
@@ -70,6 +71,8 @@ inline std::string StateName(zum_rehearse::PackageState state) {
       return "present";
     case zum_rehearse::PackageState::kMissing:
       return "missing";
+    case zum_rehearse::PackageState::kUnreadable:
+      return "unreadable";
     default:
       return "";
   }

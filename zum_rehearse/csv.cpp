@@ -46,11 +46,10 @@ std::string VerdictIds(const Product& product) {
 }
 
 void AddProduct(std::vector<std::string>& fields, const Product& product) {
-  static constexpr const char* kStates[] = {"", "not-known-here", "present", "missing"};
   fields.insert(fields.end(),
                 {Printable(product.key), product.code, Printable(product.name),
                  Printable(product.version), VerdictIds(product), product.changes ? "yes" : "no",
-                 kStates[static_cast<std::size_t>(product.package)]});
+                 std::string(PackageStateName(product.package))});
   for (const Slot& slot : product.slots) {
     fields.push_back(slot.before ? Printable(*slot.before) : std::string());
     fields.push_back(slot.after ? Printable(*slot.after) : std::string());

@@ -79,7 +79,8 @@ std::string Values(const Product& product) {
 std::string Verdicts(const Product& product) {
   std::string list = "<ul>";
   for (const Verdict verdict : product.verdicts) {
-    list += Concat({"<li class=\"", ClassOf(verdict), "\">", Escaped(VerdictText(verdict))});
+    list +=
+        Concat({"<li class=\"", ClassOf(verdict), "\">", Escaped(VerdictLine(product, verdict))});
     if (!VerdictAdvice(verdict).empty()) {
       list += Concat({"<br><small>", Escaped(VerdictAdvice(verdict)), "</small>"});
     }
@@ -104,12 +105,16 @@ std::string MachineRow(const Report& report) {
   if (!report.error.empty()) {
     text = Concat({"<span class=\"bad\">not rehearsed: ",
                    Isolated(Printable(std::string_view(report.error))), "</span>"});
+  } else if (!report.outcomeIsKnown) {
+    text = Concat({"<span class=\"bad\">with this run's rights /unblock would print ",
+                   Isolated(report.outcome.line),
+                   "; with the rights that it needs: not known</span>"});
   } else {
     text = Concat({"/unblock would print ", Isolated(report.outcome.line), "; ",
                    std::to_string(report.ChangedProducts()), " of ",
                    std::to_string(report.products.size()), " products would change"});
   }
-  if (report.asRun) {
+  if (report.asRun && report.outcomeIsKnown) {
     text += Concat({"<br><span class=\"bad\">with this run's rights it would print ",
                     Isolated(report.asRun->line), " and pass over what it may not write</span>"});
   }
@@ -141,12 +146,12 @@ std::string HtmlHead(const std::string& time) {
        "<option>1</option><option>2</option><option>3</option><option>4</option><option>5</option>"
        "</select></label>\n<span id=\"shown\" role=\"status\"></span>\n</div>\n"
        "<table id=\"products\">\n<thead><tr><th>Machine</th><th>Status</th><th>Product</th>"
-       "<th>Name</th><th>Version</th><th>Verdict</th><th>Values</th></tr></thead>\n<tbody>\n"});
+       "<th>Name</th><th>Version</th><th>Verdict</th><th>Values</th></tr></thead>\n"});
 }
 // NOLINTEND(bugprone-suspicious-missing-comma)
 
 std::string HtmlRows(const Report& report, bool all) {
-  std::string rows = MachineRow(report);
+  std::string rows = "<tbody>\n" + MachineRow(report);
   for (const Product& product : report.products) {
     if (!all && product.verdicts.front() == Verdict::kOrdinary) continue;
     const std::string code = product.code.empty() ? Printable(product.key) : product.code;
@@ -154,11 +159,11 @@ std::string HtmlRows(const Report& report, bool all) {
                 {Concat({"<code>", Isolated(code), "</code>"}), Isolated(Printable(product.name)),
                  Isolated(Printable(product.version)), Verdicts(product), Values(product)});
   }
-  return rows;
+  return rows + "</tbody>\n";
 }
 
 std::string HtmlTail(std::size_t machines, int status) {
-  return Concat({"</tbody>\n</table>\n<p>", std::to_string(machines),
+  return Concat({"</table>\n<p>", std::to_string(machines),
                  machines == 1 ? " machine" : " machines",
                  "; status of the whole: ", std::to_string(status), "</p>\n<script>", kScript,
                  "</script>\n</body>\n</html>\n"});

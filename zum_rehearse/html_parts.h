@@ -12,13 +12,14 @@ p { margin: .2rem 0 .8rem; }
 .controls { display: flex; gap: .8rem; flex-wrap: wrap; align-items: center; margin: 1rem 0; }
 .controls input, .controls select { font: inherit; padding: .25rem .4rem; }
 .controls input { min-width: 18rem; }
-table { border-collapse: collapse; width: 100%; table-layout: fixed; }
-th:nth-child(1) { width: 9%; } th:nth-child(2) { width: 4rem; } th:nth-child(3) { width: 11.5rem; }
-th:nth-child(4) { width: 13%; } th:nth-child(5) { width: 5.5rem; } th:nth-child(6) { width: 20%; }
+table, thead, tbody { display: block; }
+tr { display: grid; grid-template-columns: 9% 4rem 11.5rem 13% 5.5rem 20% minmax(0, 1fr); }
+tbody { content-visibility: auto; contain-intrinsic-block-size: auto 60rem; }
 td { overflow-wrap: anywhere; }
 tr.machine td { background: #8881; }
-th, td { text-align: left; vertical-align: top; padding: .45rem .6rem; border-bottom: 1px solid #8885; }
-thead th { position: sticky; top: 0; background: Canvas; border-bottom: 2px solid #8888; }
+th, td { text-align: left; padding: .45rem .6rem; border-bottom: 1px solid #8885; }
+thead { position: sticky; top: 0; z-index: 1; background: Canvas; }
+thead th { border-bottom: 2px solid #8888; }
 thead button { all: unset; cursor: pointer; font-weight: 600; }
 thead button:focus-visible { outline: 2px solid; }
 thead th[aria-sort=ascending] button::after { content: " \25B2"; }
@@ -31,40 +32,62 @@ dd { margin: 0 0 .3rem; }
 details pre { white-space: pre-wrap; overflow-wrap: anywhere; max-height: 20rem; overflow: auto; }
 .bad { color: #c22; } .good { color: #182; } .some { color: #a60; }
 @media (prefers-color-scheme: dark) { .bad { color: #f77; } .good { color: #6c6; } .some { color: #ec6; } }
-tr[hidden] { display: none; }
 )css";
 
 inline constexpr char kScript[] = R"js(
 "use strict";
 (function () {
   var table = document.getElementById("products");
-  var body = table.tBodies[0];
   var filter = document.getElementById("filter");
   var status = document.getElementById("status");
   var shown = document.getElementById("shown");
+  var collator = new Intl.Collator("en", { numeric: true });
+  var rows = Array.from(table.querySelectorAll("tbody tr"));
+  var texts = new Map();
+  var waiting = 0;
   document.getElementById("controls").hidden = false;
-  function apply() {
+  function textOf(row) {
+    if (!texts.has(row)) { texts.set(row, row.textContent.toLowerCase()); }
+    return texts.get(row);
+  }
+  function group(members) {
+    var body = document.createElement("tbody");
+    members.forEach(function (row) { body.append(row); });
+    return body;
+  }
+  // Rows that aren't shown leave the document. What is off the screen is laid out group by group.
+  function show() {
     var text = filter.value.toLowerCase();
-    var count = 0;
-    for (var row of body.rows) {
-      var fits = row.textContent.toLowerCase().indexOf(text) >= 0 &&
-        (status.value === "" || row.dataset.status === status.value);
-      row.hidden = !fits;
-      if (fits) { count += 1; }
-    }
-    shown.textContent = count + " of " + body.rows.length + " rows";
+    var fitting = rows.filter(function (row) {
+      return (status.value === "" || row.dataset.status === status.value) &&
+        (text === "" || textOf(row).includes(text));
+    });
+    Array.from(table.tBodies).forEach(function (body) { body.remove(); });
+    var groups = document.createDocumentFragment();
+    for (var i = 0; i < fitting.length; i += 50) { groups.append(group(fitting.slice(i, i + 50))); }
+    table.append(groups);
+    tellCount(fitting.length);
+  }
+  function tellCount(count) { shown.textContent = count + " of " + rows.length + " rows"; }
+  // Equal texts are compared once, and keep the order of their rows.
+  function sorted(column, down) {
+    var groups = new Map();
+    rows.forEach(function (row) {
+      var key = row.children[column].textContent;
+      if (!groups.has(key)) { groups.set(key, []); }
+      groups.get(key).push(row);
+    });
+    var keys = Array.from(groups.keys());
+    keys.sort(function (a, b) { return down ? collator.compare(b, a) : collator.compare(a, b); });
+    return keys.flatMap(function (key) { return groups.get(key); });
   }
   function sort(column, button) {
     var header = button.parentElement;
     var down = header.getAttribute("aria-sort") === "ascending";
     for (var other of table.tHead.rows[0].cells) { other.removeAttribute("aria-sort"); }
     header.setAttribute("aria-sort", down ? "descending" : "ascending");
-    var rows = Array.from(body.rows);
-    rows.sort(function (a, b) {
-      var order = a.cells[column].textContent.localeCompare(b.cells[column].textContent, "en", { numeric: true });
-      return down ? -order : order;
-    });
-    body.append.apply(body, rows);
+    rows = sorted(column, down);
+    show();
   }
   Array.from(table.tHead.rows[0].cells).forEach(function (cell, column) {
     var button = document.createElement("button");
@@ -74,15 +97,18 @@ inline constexpr char kScript[] = R"js(
     cell.append(button);
     button.addEventListener("click", function () { sort(column, button); });
   });
-  filter.addEventListener("input", apply);
-  status.addEventListener("change", apply);
-  apply();
+  filter.addEventListener("input", function () {
+    clearTimeout(waiting);
+    waiting = setTimeout(show, 200);
+  });
+  status.addEventListener("change", show);
+  tellCount(rows.length);
 }());
 )js";
 
 // SHA-256 of the two texts above, in base64.
-inline constexpr char kStyleHash[] = "uWzxvWBeeBPTnfXL3u0BNlC6OjkbDqgoAjhiGDxjAh0=";
-inline constexpr char kScriptHash[] = "JZflcIs6UWVNqx2xGPSTk4IsQ2Je1jusragjkZJ28CU=";
+inline constexpr char kStyleHash[] = "HDMXP3BYayozHtftbGstiGTlVlFd20cyBwAEkejP4m4=";
+inline constexpr char kScriptHash[] = "SnHPx2AQfxKqI5axj1EswNUR5nJigWJ7m1bmFgeXgFc=";
 
 }  // namespace zum_rehearse
 

@@ -116,6 +116,11 @@ bool IsListed(const std::u16string& key) {
 
 }  // namespace
 
+KeyState StateOfTheList() {
+  RegKey key;
+  return Open(key, std::u16string(kUserDataProducts));
+}
+
 std::vector<ProductRecord> ReadProducts() {
   std::vector<ProductRecord> products;
   std::unordered_set<std::u16string> seen;

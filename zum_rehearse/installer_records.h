@@ -34,6 +34,9 @@ struct ProductRecord {
   std::u16string version;
 };
 
+// Of kUserDataProducts, without which the correction fails. To be called under a Rehearsal.
+[[nodiscard]] KeyState StateOfTheList();
+
 // All products of the two branches: the listed ones in the order of their enumeration, behind them
 // those that have nothing but a SourceList. What can't be read is left out. To be called under a
 // Rehearsal.

@@ -34,10 +34,10 @@ Json ValueJson(const std::optional<Value>& value) {
 }
 
 Json PackageJson(const Product& product) {
-  static constexpr const char* kStates[] = {"", "not-known-here", "present", "missing"};
   if (product.package == PackageState::kNotAsked) return nullptr;
   return Json{{"path", Utf8(product.packagePath)},
-              {"state", kStates[static_cast<std::size_t>(product.package)]}};
+              {"state", PackageStateName(product.package)},
+              {"error", product.packageError == 0 ? Json(nullptr) : Json(product.packageError)}};
 }
 
 Json ProductJson(const Product& product) {
@@ -72,17 +72,18 @@ std::string JsonLine(const Report& report, bool all) {
   for (const Product& product : report.products) {
     if (all || !IsOrdinary(product)) products.push_back(ProductJson(product));
   }
-  Json json{{"machine", report.machine},
-            {"sources", report.sources},
-            {"status", StatusOf(report)},
-            {"error", rehearsed ? Json(nullptr) : Json(report.error)},
-            {"notes", report.notes},
-            {"outcome", rehearsed ? OutcomeJson(report.outcome) : Json(nullptr)},
-            {"as_run", report.asRun ? OutcomeJson(*report.asRun) : Json(nullptr)},
-            {"summary", Json{{"products", report.products.size()},
-                             {"changed", report.ChangedProducts()},
-                             {"packages_missing", report.MissingPackages()}}},
-            {"products", std::move(products)}};
+  Json json{
+      {"machine", report.machine},
+      {"sources", report.sources},
+      {"status", StatusOf(report)},
+      {"error", rehearsed ? Json(nullptr) : Json(report.error)},
+      {"notes", report.notes},
+      {"outcome", rehearsed && report.outcomeIsKnown ? OutcomeJson(report.outcome) : Json(nullptr)},
+      {"as_run", report.asRun ? OutcomeJson(*report.asRun) : Json(nullptr)},
+      {"summary", Json{{"products", report.products.size()},
+                       {"changed", report.ChangedProducts()},
+                       {"packages_missing", report.MissingPackages()}}},
+      {"products", std::move(products)}};
   // Names of files needn't be UTF-8.
   return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -121,11 +121,12 @@ class Judgement {
     product.packagePath = TextOf(*path);
     if (!m_lookup) {
       product.package = PackageState::kNotKnownHere;
-    } else {
-      product.package = !product.packagePath.empty() && m_lookup(product.packagePath)
-                            ? PackageState::kPresent
-                            : PackageState::kMissing;
+      return;
     }
+    const PackageAnswer answer =
+        product.packagePath.empty() ? PackageAnswer() : m_lookup(product.packagePath);
+    product.package = answer.state;
+    product.packageError = answer.error;
   }
 
   void GiveVerdicts(std::size_t index) {
@@ -160,6 +161,7 @@ class Judgement {
     GiveValueVerdicts(product);
     give(Verdict::kSecondValueUnknown, !m_findings.knowsSourceLists && product.changes);
     give(Verdict::kPackageNotKnownHere, product.package == PackageState::kNotKnownHere);
+    give(Verdict::kPackageUnreadable, product.package == PackageState::kUnreadable);
     give(Verdict::kOrdinary, product.verdicts.empty());
   }
 

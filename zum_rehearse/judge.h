@@ -12,8 +12,13 @@
 
 namespace zum_rehearse {
 
+struct PackageAnswer {
+  PackageState state = PackageState::kMissing;
+  winapi::Error error = 0;  // with kUnreadable: why
+};
+
 // Whether the file of a path is there; empty where that isn't known.
-using PackageLookup = std::function<bool(const std::u16string& path)>;
+using PackageLookup = std::function<PackageAnswer(const std::u16string& path)>;
 
 struct Findings {
   std::vector<ProductRecord> records;    // in the order of the list

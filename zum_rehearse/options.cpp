@@ -8,6 +8,7 @@
 
 #include "zum_rehearse/folder_list.h"
 #include "zum_rehearse/inputs.h"
+#include "zum_rehearse/printable.h"
 
 namespace zum_rehearse {
 namespace {
@@ -68,7 +69,8 @@ std::string OptionWithEmptyValue(const CLI::App& app) {
 }
 
 ParsedOptions Failure(const std::string& reason) {
-  return {std::nullopt, kWrongUsage, "zum_rehearse: " + reason + "\n"};
+  return {std::nullopt, kWrongUsage,
+          Concat({"zum_rehearse: ", Printable(std::string_view(reason)), "\n"})};
 }
 
 }  // namespace
@@ -80,10 +82,11 @@ ParsedOptions ParseOptions(const std::vector<std::string>& arguments) {
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError& error) {
-    std::ostringstream out;
-    std::ostringstream wrong;
-    const bool isQuestion = app.exit(error, out, wrong) == 0;
-    return {std::nullopt, isQuestion ? 0 : kWrongUsage, isQuestion ? out.str() : wrong.str()};
+    std::ostringstream answer;
+    if (app.exit(error, answer, answer) == 0) return {std::nullopt, 0, answer.str()};
+    return {std::nullopt, kWrongUsage,
+            Concat({Printable(std::string_view(error.what())),
+                    "\nRun with --help for more information.\n"})};
   }
   const std::string empty = OptionWithEmptyValue(app);
   if (!empty.empty()) return Failure(empty + ": the value is empty");

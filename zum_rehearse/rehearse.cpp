@@ -6,6 +6,7 @@
 #include "oru/rtl/trace.h"
 #include "standalone_tracer_lib/tracers.h"
 #include "zum_rehearse/files.h"
+#include "zum_rehearse/printable.h"
 #include "zum_setup_util/run.h"
 #include "zum_setup_util/trace_setup.h"
 #include "zum_setup_util_lib/caught_exception.h"
@@ -60,8 +61,12 @@ oru::ResultCode Correct() {
 }
 
 // With the rights of this run a product whose key is refused is passed over, a failure at it
-// included.
-void TellOutcomeAsRun(Report& report) {
+// included. Where they don't reach as far as the list, what others would come to isn't known.
+void TellOutcomeAsRun(Report& report, KeyState list) {
+  if (list == KeyState::kRefused) {
+    report.asRun = report.outcome;
+    report.outcomeIsKnown = false;
+  }
   if (!report.LacksRights()) return;
   const bool fails =
       std::any_of(report.products.begin(), report.products.end(), [](const Product& product) {
@@ -70,17 +75,21 @@ void TellOutcomeAsRun(Report& report) {
   report.asRun = fails ? report.outcome : OutcomeOf(oru::sOk);
 }
 
-void TellOfTheList(Report& report, const winapi::rehearsal::Record& correction) {
-  const auto isList = [](const auto& refusal) {
-    return refusal.key == std::u16string(kHive) + u"\\" + std::u16string(kUserDataProducts);
-  };
-  if (std::any_of(correction.refusals.begin(), correction.refusals.end(), isList)) {
+void TellOfTheList(Report& report, KeyState list, const winapi::rehearsal::Record& correction) {
+  if (list == KeyState::kRefused) {
     report.notes.emplace_back("the list of products can't be read with these rights: run elevated");
   }
-  for (const auto& list : correction.brokenLists) {
+  if (list == KeyState::kMissing) {
+    report.notes.push_back("the list of products, HKLM\\" + Utf8(kUserDataProducts) +
+                           (report.sources.empty()
+                                ? ", is missing: /unblock fails without it"
+                                : ", isn't in the export: /unblock fails without it; where the "
+                                  "machine has it, the export is torn or of another branch"));
+  }
+  for (const auto& broken : correction.brokenLists) {
     report.notes.push_back("the list of products ends early, with error " +
-                           std::to_string(list.error) + " behind product " +
-                           std::to_string(list.index) + ": /unblock doesn't see those behind it");
+                           std::to_string(broken.error) + " behind product " +
+                           std::to_string(broken.index) + ": /unblock doesn't see those behind it");
   }
 }
 
@@ -97,8 +106,10 @@ Report Rehearse(const LoadedMachine& loaded, const PackageLookup& lookup,
 
   Findings findings;
   findings.knowsSourceLists = loaded.knowsSourceLists;
+  KeyState list = KeyState::kMissing;
   {
     const Rehearsal reading(*loaded.machine);
+    list = StateOfTheList();
     findings.records = ReadProducts();
   }
   {
@@ -111,8 +122,8 @@ Report Rehearse(const LoadedMachine& loaded, const PackageLookup& lookup,
   }
   report.products = Judge(findings, lookup);
   report.changes = findings.correction.changes;
-  TellOutcomeAsRun(report);
-  TellOfTheList(report, findings.correction);
+  TellOutcomeAsRun(report, list);
+  TellOfTheList(report, list, findings.correction);
   return report;
 }
 

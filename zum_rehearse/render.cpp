@@ -57,6 +57,7 @@ void WriteFiles(const Source& source, const Options& options, const RenderForm& 
   for (const std::u16string& key : KeysThatNoFileCarries(report)) {
     rendered.errors +=
         ErrorLine("left out of the files, since its name has a line break: " + Utf8(key));
+    rendered.status = kUnusable;
   }
 }
 

@@ -16,6 +16,29 @@ std::size_t Count(const Report& report, Condition condition) {
 
 }  // namespace
 
+std::string_view PackageStateName(PackageState state) {
+  switch (state) {
+    case PackageState::kNotKnownHere:
+      return "not-known-here";
+    case PackageState::kPresent:
+      return "present";
+    case PackageState::kMissing:
+      return "missing";
+    case PackageState::kUnreadable:
+      return "unreadable";
+    default:
+      return {};
+  }
+}
+
+std::string VerdictLine(const Product& product, Verdict verdict) {
+  std::string line(VerdictText(verdict));
+  if (verdict == Verdict::kPackageUnreadable) {
+    line += " (error " + std::to_string(product.packageError) + ")";
+  }
+  return line;
+}
+
 std::size_t Report::ChangedProducts() const {
   return Count(*this, [](const Product& product) { return product.changes; });
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "winapi/rehearsal.h"
@@ -34,7 +35,10 @@ enum SlotIndex : std::size_t {
 inline constexpr const char* kSlotNames[kSlotCount] = {"LocalPackage", "LocalPackageNotExist",
                                                        "PackageName", "PackageNameNotExist"};
 
-enum class PackageState { kNotAsked, kNotKnownHere, kPresent, kMissing };
+enum class PackageState { kNotAsked, kNotKnownHere, kPresent, kMissing, kUnreadable };
+
+// As it stands in JSON and CSV; empty where nobody asked.
+[[nodiscard]] std::string_view PackageStateName(PackageState state);
 
 struct Product {
   std::u16string key;  // the subkey's name: the packed product code
@@ -46,8 +50,12 @@ struct Product {
   bool refused = false;  // this run may not write one of its keys
   PackageState package = PackageState::kNotAsked;
   std::u16string packagePath;
-  std::vector<Verdict> verdicts;  // the weightiest first; never empty
+  winapi::Error packageError = 0;  // why the path can't be looked at: with kUnreadable only
+  std::vector<Verdict> verdicts;   // the weightiest first; never empty
 };
+
+// A verdict of the product for readers, one line without a full stop.
+[[nodiscard]] std::string VerdictLine(const Product& product, Verdict verdict);
 
 // What /unblock would print and end with.
 struct Outcome {
@@ -62,6 +70,7 @@ struct Report {
   std::vector<std::string> notes;    // what the reader must know beforehand
 
   Outcome outcome;               // with all the rights that it needs
+  bool outcomeIsKnown = true;    // false: with this run's, which can't even read the list
   std::optional<Outcome> asRun;  // with the rights of this run, where they don't suffice
   std::vector<Product> products;
   std::vector<Change> changes;  // all, in order

@@ -48,7 +48,7 @@ class ProgressLine {
 
   // Before anything else is written.
   void Clear() {
-    if (m_drawn) std::cerr << "\r\033[K" << std::flush;
+    if (m_drawn) std::cerr << EmptiedLine() << std::flush;
     m_drawn = false;
   }
 
@@ -167,7 +167,7 @@ int RunRehearse(const std::vector<std::string>& arguments) {
   try {
     return Run(arguments);
   } catch (const std::exception& error) {
-    std::cerr << "zum_rehearse: " << error.what() << '\n';
+    std::cerr << "zum_rehearse: " << Printable(std::string_view(error.what())) << '\n';
     return kFailure;
   }
 }

@@ -8,7 +8,7 @@
 namespace zum_rehearse {
 namespace {
 
-constexpr std::size_t kLeastColumns = 60;
+constexpr std::size_t kLeastColumns = 40;  // a product code and its indent
 constexpr std::size_t kCodeColumns = 38;
 constexpr std::size_t kVersionColumns = 14;
 constexpr std::size_t kColumnsBeforeName = 2 + kCodeColumns + 2 + kVersionColumns + 2;
@@ -97,42 +97,51 @@ class TableWriter {
 
   // Else each has a line of its own.
   [[nodiscard]] bool NamesHaveRoom() const { return m_columns > kColumnsBeforeName + 10; }
+  // Else they stand before the names, and each value below its own.
+  [[nodiscard]] bool VersionsHaveRoom() const { return m_columns >= kColumnsBeforeName; }
 
   void Heading() {
     Line("");
-    Line(Coloured(kBold,
-                  Concat({"  ", Fit("PRODUCT", kCodeColumns), "  ", Fit("VERSION", kVersionColumns),
-                          NamesHaveRoom() ? "  NAME" : ""})));
+    const std::string versions = Concat({"  ", Fit("VERSION", kVersionColumns)});
+    Line(Coloured(kBold, Concat({"  ", Fit("PRODUCT", kCodeColumns),
+                                 VersionsHaveRoom() ? std::string_view(versions) : "",
+                                 NamesHaveRoom() ? "  NAME" : ""})));
   }
 
   void ProductLines(const Product& product) {
     const std::string code = product.code.empty() ? Printable(product.key) : product.code;
-    const std::string name = Printable(product.name);
-    const std::string line = Concat({"  ", Fit(code, kCodeColumns), "  ",
-                                     Fit(Printable(product.version), kVersionColumns), "  "});
+    std::string name = Printable(product.name);
+    const std::string version = Printable(product.version);
+    const std::string line =
+        Concat({"  ", Fit(code, kCodeColumns), "  ", Fit(version, kVersionColumns), "  "});
     if (NamesHaveRoom()) {
       Line(Concat({line, Cut(name, m_columns - kColumnsBeforeName)}));
     } else {
-      Line(line);
+      Line(VersionsHaveRoom() ? line : Concat({"  ", Cut(code, kCodeColumns)}));
+      if (!VersionsHaveRoom() && !version.empty()) name = Concat({version, "  ", name});
       if (!name.empty()) Line(Concat({"      ", Cut(name, m_columns - 6)}));
     }
     for (const Verdict verdict : product.verdicts) {
-      Wrapped("      ", VerdictText(verdict), ColourOf(verdict));
+      Wrapped("      ", VerdictLine(product, verdict), ColourOf(verdict));
       if (!VerdictAdvice(verdict).empty()) Wrapped("        -> ", VerdictAdvice(verdict), {});
     }
-    if (product.verdicts.front() != Verdict::kOrdinary) Values(product);
+    Values(product);
   }
 
   void Values(const Product& product) {
     for (std::size_t i = 0; i < kSlotCount; ++i) {
       const Slot& slot = product.slots[i];
       if (!slot.before && !slot.after) continue;
-      const std::string head = Concat({"      ", Fit(kSlotNames[i], kNameOfValueColumns), "  "});
+      std::string head = Concat({"      ", Fit(kSlotNames[i], kNameOfValueColumns), "  "});
+      if (!VersionsHaveRoom()) {
+        Line(Concat({"      ", kSlotNames[i]}));
+        head.assign(11, ' ');
+      }
       const std::size_t room = m_columns - head.size();
       Line(Concat({head, Cut(Shown(slot.before), room)}));
       if (slot.before == slot.after) continue;
-      Line(Concat(
-          {"      ", Fit("", kNameOfValueColumns - 3), "->   ", Cut(Shown(slot.after), room)}));
+      const std::string arrow(head.size() - 5, ' ');
+      Line(Concat({arrow, "->   ", Cut(Shown(slot.after), room)}));
     }
   }
 
@@ -143,6 +152,7 @@ class TableWriter {
   void Summary() {
     const std::size_t changed = m_report.ChangedProducts();
     const bool fails = m_report.outcome.code != 0;
+    if (!m_report.outcomeIsKnown) return UnknownOutcome();
     if (m_report.asRun) {
       Wrapped("  ",
               Concat({"with this run's rights /unblock would print \"", m_report.asRun->line,
@@ -166,6 +176,15 @@ class TableWriter {
           "; " + std::to_string(m_report.MissingPackages()) + " of them without their package";
     }
     Wrapped("  ", counts, {});
+  }
+
+  // Not even the list can be read.
+  void UnknownOutcome() {
+    Wrapped("  ",
+            Concat({"with this run's rights /unblock would print \"", m_report.outcome.line,
+                    "\" and end with ", Number(m_report.outcome.code)}),
+            kRed);
+    Wrapped("  ", "what it would do with the rights it needs isn't known", {});
   }
 
   static std::string Number(std::uint32_t code) {

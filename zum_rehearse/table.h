@@ -10,7 +10,7 @@
 namespace zum_rehearse {
 
 struct TableForm {
-  std::size_t columns = 80;  // at least 60 are used
+  std::size_t columns = 80;  // at least 40 are used
   bool colour = false;
   bool all = false;  // ordinary products too
 };

@@ -34,8 +34,7 @@ std::size_t TerminalColumns() {
 // A console of the older systems would show the sequences as text.
 bool UsesColour() { return false; }
 
-// The work is over within the second.
-bool ErrorsGoToTerminal() { return false; }
+std::string_view EmptiedLine() { return "\r                                        \r"; }
 
 #else
 
@@ -46,8 +45,10 @@ bool UsesColour() {
          std::string_view(kind) != "dumb";
 }
 
-bool ErrorsGoToTerminal() { return ::isatty(STDERR_FILENO) != 0; }
+std::string_view EmptiedLine() { return "\r\033[K"; }
 
 #endif
+
+bool ErrorsGoToTerminal() { return winapi::ErrorsGoToConsole() != 0; }
 
 }  // namespace zum_rehearse

@@ -3,6 +3,7 @@
 #define ZUM_REHEARSE_TERMINAL_H_
 
 #include <cstddef>
+#include <string_view>
 
 namespace zum_rehearse {
 
@@ -12,8 +13,11 @@ namespace zum_rehearse {
 // On a terminal that knows colours, and without NO_COLOR.
 [[nodiscard]] bool UsesColour();
 
-// False where it isn't known.
 [[nodiscard]] bool ErrorsGoToTerminal();
+
+// What empties the terminal's line, of which at most 40 columns are written on, and goes to its
+// beginning.
+[[nodiscard]] std::string_view EmptiedLine();
 
 }  // namespace zum_rehearse
 

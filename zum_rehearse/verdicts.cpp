@@ -44,6 +44,9 @@ constexpr Entry kEntries[] = {
      "PackageName can't be judged: its branch isn't in the export", ""},
     {Verdict::kPackageNotKnownHere, "package-not-known-here",
      "whether the package is there isn't known here", ""},
+    {Verdict::kPackageUnreadable, "package-unreadable",
+     "whether the package is there isn't known: its path can't be looked at",
+     "look there as a user who may: without the package the installer goes on with 1612"},
     {Verdict::kOrdinary, "ordinary", "ordinary", ""},
 };
 

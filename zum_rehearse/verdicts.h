@@ -24,19 +24,17 @@ enum class Verdict {
   kEmptyPath,
   kSecondValueUnknown,
   kPackageNotKnownHere,
+  kPackageUnreadable,
   kOrdinary,
 };
 
 inline constexpr Verdict kAllVerdicts[] = {
-    Verdict::kFailsHere,          Verdict::kNotReached,
-    Verdict::kNotListed,          Verdict::kUnreadable,
-    Verdict::kPassedOver,         Verdict::kPackageMissing,
-    Verdict::kWouldBeRepaired,    Verdict::kNoInstallProperties,
-    Verdict::kSourceListOnly,     Verdict::kNotAString,
-    Verdict::kHalfMarked,         Verdict::kOverwritesOrdinaryValue,
-    Verdict::kPackageNameLost,    Verdict::kEmptyPath,
-    Verdict::kSecondValueUnknown, Verdict::kPackageNotKnownHere,
-    Verdict::kOrdinary,
+    Verdict::kFailsHere,           Verdict::kNotReached,          Verdict::kNotListed,
+    Verdict::kUnreadable,          Verdict::kPassedOver,          Verdict::kPackageMissing,
+    Verdict::kWouldBeRepaired,     Verdict::kNoInstallProperties, Verdict::kSourceListOnly,
+    Verdict::kNotAString,          Verdict::kHalfMarked,          Verdict::kOverwritesOrdinaryValue,
+    Verdict::kPackageNameLost,     Verdict::kEmptyPath,           Verdict::kSecondValueUnknown,
+    Verdict::kPackageNotKnownHere, Verdict::kPackageUnreadable,   Verdict::kOrdinary,
 };
 
 // The name in JSON, CSV and HTML, such as "would-be-repaired".

@@ -6,6 +6,7 @@ import re
 import shutil
 import subprocess
 import tempfile
+import time
 import urllib.request
 
 ARGUMENTS = ["--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
@@ -54,6 +55,14 @@ class Browser:
     def type(self, selector, text):
         self.ask("POST", f"/element/{self.element(selector)}/clear", {})
         self.ask("POST", f"/element/{self.element(selector)}/value", {"text": text})
+
+    def wait_for(self, script, wanted):
+        """Until the script gives what is wanted; what it gave last, if it never does."""
+        for _ in range(600):
+            if (found := self.run(script)) == wanted:
+                break
+            time.sleep(0.05)
+        return found
 
     def log(self, kind):
         return self.ask("POST", "/se/log", {"type": kind})

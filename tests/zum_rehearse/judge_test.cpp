@@ -73,16 +73,33 @@ TEST(Judge, ThePackageIsLookedUpByTheNewPath) {
   findings.records = {Marked(u"A")};
   Repair(findings, u"A");
   std::u16string asked;
-  const auto answer = [&asked](bool there) {
-    return [&asked, there](const std::u16string& path) {
+  const auto answer = [&asked](PackageAnswer given) {
+    return [&asked, given](const std::u16string& path) {
       asked = path;
-      return there;
+      return given;
     };
   };
-  EXPECT_EQ(VerdictsOf(findings, 0, answer(true)), std::vector{Verdict::kWouldBeRepaired});
+  EXPECT_EQ(VerdictsOf(findings, 0, answer({PackageState::kPresent})),
+            std::vector{Verdict::kWouldBeRepaired});
   EXPECT_EQ(asked, u"C:\\a.msi");
-  EXPECT_EQ(VerdictsOf(findings, 0, answer(false)), std::vector{Verdict::kPackageMissing});
-  EXPECT_EQ(Judge(findings, answer(false)).at(0).package, PackageState::kMissing);
+  EXPECT_EQ(VerdictsOf(findings, 0, answer({PackageState::kMissing})),
+            std::vector{Verdict::kPackageMissing});
+  EXPECT_EQ(Judge(findings, answer({PackageState::kMissing})).at(0).package,
+            PackageState::kMissing);
+}
+
+TEST(Judge, APackageThatCanNotBeLookedAtIsNotMissing) {
+  Findings findings;
+  findings.records = {Marked(u"A")};
+  Repair(findings, u"A");
+  const auto refuse = [](const std::u16string& /*path*/) {
+    return PackageAnswer{PackageState::kUnreadable, winapi::kErrorAccessDenied};
+  };
+  const Product product = Judge(findings, refuse).at(0);
+  EXPECT_EQ(product.verdicts,
+            (std::vector{Verdict::kWouldBeRepaired, Verdict::kPackageUnreadable}));
+  EXPECT_EQ(product.package, PackageState::kUnreadable);
+  EXPECT_EQ(product.packageError, winapi::kErrorAccessDenied);
 }
 
 TEST(Judge, ARefusedProductIsPassedOver) {

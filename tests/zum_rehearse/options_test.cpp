@@ -66,6 +66,23 @@ TEST(ParseOptions, MapsAFlagWithAWrongValueTo2AlsoWhereItComesAgain) {
   }
 }
 
+// A terminal would act on some of them.
+TEST(ParseOptions, TellsWhatIsWrongEscaped) {
+  for (const char* argument : {"--\033[31mred\a", "-\033", "--trace\n\033[2J"}) {
+    const std::string text = Parse({argument}).text;
+    EXPECT_NE(text.find("\\u{1b}"), std::string::npos) << text;
+    EXPECT_EQ(text.find('\033'), std::string::npos) << text;
+    EXPECT_TRUE(text.ends_with("\nRun with --help for more information.\n")) << text;
+  }
+}
+
+TEST(ParseOptions, TellsAListThatCanNotBeReadEscaped) {
+  if (!zum_rehearse::TakesFiles()) GTEST_SKIP() << "this machine is the only input on Windows";
+  const ParsedOptions parsed = ParseOptions({"--folders-from", "absent\033[31m"});
+  EXPECT_EQ(parsed.status, 2);
+  EXPECT_EQ(parsed.text, "zum_rehearse: absent\\u{1b}[31m: No such file or directory\n");
+}
+
 TEST(ParseOptions, AnswersQuestionsWith0) {
   const ParsedOptions help = ParseOptions({"--help"});
   EXPECT_FALSE(help.options);

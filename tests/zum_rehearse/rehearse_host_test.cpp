@@ -141,6 +141,45 @@ TEST_F(RehearseHost, AListThatMayNotBeReadIsAFailure) {
   EXPECT_EQ(report.notes[0], "the list of products can't be read with these rights: run elevated");
 }
 
+TEST_F(RehearseHost, WhatTheRightsWouldGiveIsNotSaidWhereTheListMayNotBeRead) {
+  Deny(tests::kUserData, winapi::kKeyEnumerateSubKeys);
+  const Report report = Run();
+  EXPECT_FALSE(report.outcomeIsKnown);
+  ASSERT_TRUE(report.asRun);
+  EXPECT_EQ(report.asRun->code, 0xA1780003U);
+  const std::string json = JsonLine(report, /*all=*/false);
+  EXPECT_NE(json.find("\"status\":3,\"error\":null,"), std::string::npos) << json;
+  EXPECT_NE(json.find("\"outcome\":null,\"as_run\":{\"code\":\"0xa1780003\","), std::string::npos)
+      << json;
+  const std::string table = TableOf(report);
+  EXPECT_NE(
+      table.find("  with this run's rights /unblock would print \"Failed: 0xa1780003 (Problem "
+                 "in disable protective upgrade registry)\" and end with 0xa1780003\n"
+                 "  what it would do with the rights it needs isn't known\n"),
+      std::string::npos)
+      << table;
+  EXPECT_EQ(table.find("products would change"), std::string::npos) << table;
+  const std::string rows = HtmlRows(report, /*all=*/false);
+  EXPECT_NE(
+      rows.find("with this run's rights /unblock would print <bdi>Failed: 0xa1780003 (Problem "
+                "in disable protective upgrade registry)</bdi>; with the rights that it "
+                "needs: not known</span><br>note: "),
+      std::string::npos)
+      << rows;
+}
+
+TEST_F(RehearseHost, AListThatIsMissingIsNamed) {
+  tests::DeleteTree(tests::kUserData);
+  const Report report = Run();
+  EXPECT_EQ(StatusOf(report), 3);
+  EXPECT_TRUE(report.outcomeIsKnown);
+  EXPECT_FALSE(report.asRun);
+  ASSERT_EQ(report.notes.size(), 1U);
+  EXPECT_EQ(report.notes[0],
+            "the list of products, HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\"
+            "UserData\\S-1-5-18\\Products, is missing: /unblock fails without it");
+}
+
 TEST_F(RehearseHost, AFailureHalfwayShowsWhatWouldBeDoneByThen) {
   // The second product's mark can't be deleted: two deletions are done by then.
   host::FailCall("RegDeleteValueW", 3, winapi::kErrorDiskFull);

@@ -10,6 +10,8 @@ using zum_rehearse::PackageState;
 using zum_rehearse::Product;
 using zum_rehearse::Report;
 using zum_rehearse::StatusOf;
+using zum_rehearse::Verdict;
+using zum_rehearse::VerdictLine;
 using zum_rehearse::WeightierStatus;
 
 Product Changed(PackageState package, bool refused) {
@@ -42,6 +44,21 @@ TEST(StatusOf, ARefusalWhereNothingChangesIsNone) {
   report.products.resize(1);
   report.products[0].refused = true;
   EXPECT_EQ(StatusOf(report), 0);
+}
+
+TEST(StatusOf, APackageThatCanNotBeLookedAtIsAsOneThatIsNotKnownHere) {
+  Report report;
+  report.products = {Changed(PackageState::kUnreadable, false)};
+  EXPECT_EQ(StatusOf(report), 1);
+  EXPECT_EQ(report.MissingPackages(), 0U);
+}
+
+TEST(VerdictLine, TellsWhyThePackageCanNotBeLookedAt) {
+  Product product = Changed(PackageState::kUnreadable, false);
+  product.packageError = 53;
+  EXPECT_EQ(VerdictLine(product, Verdict::kPackageUnreadable),
+            "whether the package is there isn't known: its path can't be looked at (error 53)");
+  EXPECT_EQ(VerdictLine(product, Verdict::kWouldBeRepaired), "would be repaired");
 }
 
 TEST(WeightierStatus, TakesTheFirstOfTheOrder) {

@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "winapi/registry.h"
 #include "zum_rehearse/printable.h"
 
 namespace {
@@ -69,6 +73,71 @@ TEST(Table, FitsIntoTheLeastWidth) {
   EXPECT_EQ(narrow[4], "      A product");
   EXPECT_TRUE(Lines(Table(report, {69, false, true}))[3].ends_with("  A product"));
   EXPECT_TRUE(Lines(Table(report, {69, false, true}))[2].ends_with("  NAME"));
+}
+
+// A product of everything that a table shows, in its widest form.
+Report Wide() {
+  Report report;
+  report.machine = std::string(50, 'm');
+  report.sources = {std::string(90, 's')};
+  report.notes = {std::string(90, 'n')};
+  report.products.resize(1);
+  auto& product = report.products[0];
+  product.code = "{7B3C1F62-9A54-4E0D-8C21-5D6E7F8091A2}";
+  product.name = std::u16string(70, u'\u4EA7');
+  product.version = u"1.2.3.45678901234567890";
+  product.changes = product.refused = true;
+  for (auto& slot : product.slots) {
+    slot.before = {winapi::kRegBinary, std::vector<std::uint8_t>(60, 0xAB)};
+  }
+  product.verdicts.assign(std::begin(zum_rehearse::kAllVerdicts),
+                          std::end(zum_rehearse::kAllVerdicts));
+  report.asRun = report.outcome = {0xA1780003,
+                                   "Failed: 0xa1780003 (Problem in disable "
+                                   "protective upgrade registry)"};
+  return report;
+}
+
+TEST(Table, FitsIntoEachWidthFrom40On) {
+  for (std::size_t columns = 40; columns <= 130; ++columns) {
+    for (const std::string& line : Lines(Table(Wide(), {columns, false, /*all=*/true}))) {
+      EXPECT_LE(Width(line), columns) << line;
+    }
+  }
+}
+
+TEST(Table, BelowTheLeastWidthItIsTheLeastOne) {
+  EXPECT_EQ(Table(Wide(), {10, false, true}), Table(Wide(), {40, false, true}));
+}
+
+TEST(Table, InNarrowTerminalsVersionAndValuesHaveLinesOfTheirOwn) {
+  Report report;
+  report.machine = "pc";
+  report.products.resize(1);
+  auto& product = report.products[0];
+  product.code = "{7B3C1F62-9A54-4E0D-8C21-5D6E7F8091A2}";
+  product.name = u"A product";
+  product.version = u"1.2";
+  product.slots[0].after = {winapi::kRegSz, {'a', 0}};
+  product.slots[1].before = {winapi::kRegSz, {'b', 0}};
+  product.slots[1].after = product.slots[1].before;
+  product.verdicts = {zum_rehearse::Verdict::kWouldBeRepaired};
+  EXPECT_EQ(Table(report, {57, false, false}),
+            "Machine pc\n"
+            "\n"
+            "  PRODUCT                               \n"
+            "  {7B3C1F62-9A54-4E0D-8C21-5D6E7F8091A2}\n"
+            "      1.2  A product\n"
+            "      would be repaired\n"
+            "      LocalPackage\n"
+            "           (no such value)\n"
+            "      ->   \"a\"\n"
+            "      LocalPackageNotExist\n"
+            "           \"b\"\n"
+            "\n"
+            "  /unblock would print \"\" and end with 0\n"
+            "  0 of 1 products would change\n");
+  EXPECT_NE(Table(report, {58, false, false}).find("  1.2"), std::string::npos);
 }
 
 TEST(Table, BreaksTheKeyOfAProductThatIsPassedOver) {

@@ -10,6 +10,7 @@ from registry_rule import SZ, sz
 
 HOSTILE = "<script>document.title='broken'</script><img src=x onerror=document.title='broken'>\u202egnp\x1b\u2066"
 LONG = "C:\\" + "x" * 32000
+SHOWN = "return document.getElementById('shown').textContent"
 ROWS = "return Array.from(document.querySelectorAll('tbody tr')).filter(r => !r.hidden).map(r => r.cells[{}].textContent)"
 
 
@@ -46,9 +47,10 @@ class InBrowser(RehearsalCase):
         versions = [version for version in self.column(4) if version]
         self.assertEqual(versions, ["9.1", "10.0"])  # by number, not by character
         self.browser.type("#filter", "workstation")
+        self.assertEqual(self.browser.wait_for(SHOWN, "1 of 6 rows"), "1 of 6 rows")
         self.assertEqual(self.column(0), ["alpha"])
-        self.assertEqual(self.browser.run("return document.getElementById('shown').textContent"), "1 of 6 rows")
         self.browser.type("#filter", " ")
+        self.assertEqual(self.browser.wait_for(SHOWN, "6 of 6 rows"), "6 of 6 rows")
         self.browser.run("var s = document.getElementById('status'); s.value = '2'; "
                          "s.dispatchEvent(new Event('change'))")
         self.assertEqual(self.column(0), ["torn"])
@@ -78,3 +80,66 @@ class InBrowser(RehearsalCase):
         self.browser.open(self.file)
         self.assertEqual(self.browser.run("return document.title"), "Rehearsal of /unblock")
         self.assertIn("Content Security Policy", "".join(entry["message"] for entry in self.browser.log("browser")))
+
+
+@only_on("native")
+class ManyRows(RehearsalCase):
+    """Several hundred machines, in a browser whose scripts have so little of a stack that no call takes as many
+    arguments as there are rows: their number is bounded by the browser's memory alone."""
+
+    MACHINES = 600
+    PRODUCTS = 19
+
+    def setUp(self):
+        super().setUp()
+        branch = {}
+        for number in range(self.PRODUCTS):
+            values = MARKED | {"DisplayName": (SZ, sz(f"Product <{number}>")), "DisplayVersion": (SZ, sz(f"1.{number}"))}
+            branch |= product(key_name(number), values, MARKED_NAME)
+        self.names = [f"pc-{number}" for number in range(self.MACHINES)]
+        export = self.export(branch, "files/x.reg")
+        for name in self.names:
+            (self.machine.folder / name).mkdir()
+            (self.machine.folder / name / "x.reg").symlink_to(export)
+        (self.machine.folder / "list").write_text("\n".join(self.names))
+        file = self.machine.folder / "page.html"
+        self.assertEqual(self.call("--csv", "--html", file, "--folders-from", "list").returncode, 1)
+        self.browser = Browser("--js-flags=--stack-size=80")
+        self.addCleanup(self.browser.close)
+        self.browser.open(file)
+
+    def columns(self):
+        return list(zip(*(self.browser.run(ROWS.replace("{}", str(number))) for number in (0, 4))))
+
+    def test_are_sorted_and_filtered(self):
+        versions = ["", *(f"1.{number}" for number in range(self.PRODUCTS))]
+        rows = [(name, version) for name in self.names for version in versions]
+        self.assertEqual(self.columns(), rows)
+        limit = "try { Math.max.apply(null, new Array(arguments[0])); } catch (error) { return error.name; }"
+        self.assertEqual(self.browser.run(limit, len(rows)), "RangeError")
+
+        self.browser.click("thead th:nth-child(5) button")
+        rising = [(name, version) for version in versions for name in self.names]
+        self.assertEqual(self.columns(), rising)
+        self.browser.click("thead th:nth-child(5) button")
+        falling = [(name, version) for version in reversed(versions) for name in self.names]
+        self.assertEqual(self.columns(), falling)
+
+        self.browser.type("#filter", "product <7>")
+        told = f"{self.MACHINES} of {len(rows)} rows"
+        self.assertEqual(self.browser.wait_for(SHOWN, told), told)
+        self.browser.click("thead th:nth-child(1) button")
+        self.assertEqual(self.columns(), [(name, "1.7") for name in self.names])
+        # What was filtered out has been sorted, too.
+        self.browser.type("#filter", " ")
+        told = f"{len(rows)} of {len(rows)} rows"
+        self.assertEqual(self.browser.wait_for(SHOWN, told), told)
+        self.assertEqual(self.columns(), [(name, version) for name in self.names for version in reversed(versions)])
+        self.assertEqual(self.browser.log("browser"), [])
+
+    def test_off_the_screen_are_not_laid_out(self):
+        visible = ("return document.querySelectorAll('tbody')[arguments[0]].rows[1].checkVisibility("
+                   "{contentVisibilityAuto: true})")
+        self.assertEqual([self.browser.run(visible, 0), self.browser.run(visible, self.MACHINES - 1)], [True, False])
+        self.browser.run("document.querySelectorAll('tbody')[arguments[0]].scrollIntoView()", self.MACHINES - 1)
+        self.assertTrue(self.browser.wait_for(visible.replace("arguments[0]", str(self.MACHINES - 1)), True))

@@ -116,6 +116,25 @@ class Files(RehearsalCase):
         path = self.machine.windows_path(self.machine.folder / "files" / name)
         self.machine.wine("reg", "import", path, "/reg:64")
 
+    def test_a_product_that_no_file_can_carry_is_an_output_that_can_not_be_written(self):
+        branch = product("a\nb", MARKED, MARKED_NAME) | product(key_name(1), MARKED, MARKED_NAME)
+        undo = self.machine.folder / "undo.reg"
+        if NATIVE:
+            done = self.call(self.export(branch), "--json", f"--undo={undo}")
+            status, output = done.returncode, done.stdout
+            self.assertEqual(done.stderr.count(b"left out of the files, since its name has a line break: "), 2)
+        else:
+            self.load(branch)
+            done = self.machine.run(f'zum_rehearse.exe --json "--undo={self.machine.windows_path(undo)}"', program=PROGRAM)
+            status, output = done.status, done.output
+        report, = self.parse(output)
+        # The machine's own status is what it is all the same.
+        self.assertEqual((status, report["status"]), (2, 1 if NATIVE else 4))
+        self.assertEqual(report["summary"]["changed"], 2)
+        text = undo.read_bytes().decode("utf-16")
+        self.assertIn(f"\\{key_name(1)}\\", text)
+        self.assertNotIn("a\nb", text)
+
     @only_on("native")
     def test_several_machines_have_files_of_their_own(self):
         branch = product(key_name(1), MARKED, {})

@@ -41,7 +41,7 @@ class Table(RehearsalCase):
         status, text = self.table(product(CODE, ORDINARY, {}), "--all")
         self.assertEqual(status, 0)
         self.assertIn("{7B3C1F62-9A54-4E0D-8C21-5D6E7F8091A2}", text)
-        self.assertIn("      ordinary\n", text)
+        self.assertIn('      ordinary\n      LocalPackage          "C:\\old.msi"\n', text)
 
     def test_control_characters_show_escaped(self):
         marked = {"LocalPackageNotExist": (SZ, sz(HOSTILE)), "DisplayName": (SZ, sz(HOSTILE)),
@@ -86,18 +86,29 @@ class Table(RehearsalCase):
     def test_without_a_terminal_columns_tells_the_width(self):
         file = self.export(product(CODE, MARKED_5_1, MARKED_NAME))
         narrow, wide = (self.call(file, environment={"COLUMNS": columns}).stdout.decode("utf-8").splitlines()
-                        for columns in ("60", "120"))
-        self.assertLessEqual(max(map(len, narrow)), 60)
+                        for columns in ("40", "120"))
+        self.assertLessEqual(max(map(len, narrow)), 40)
         self.assertGreater(max(map(len, wide)), 60)
 
     @only_on("native")
     def test_uses_the_terminals_width_and_colours(self):
-        for columns in (70, 120):
+        for columns in (40, 57, 70, 120):
             text = self.on_terminal(columns)
             self.assertIn("\x1b[32mwould be repaired\x1b[0m", text)
+            self.assertIn("{7B3C1F62-9A54-4E0D-8C21-5D6E7F8091A2}", text)
             plain = re.sub("\x1b\\[[0-9]*m", "", text)
             self.assertLessEqual(max(len(line) for line in plain.splitlines()), columns)
         self.assertIn("ZUM Workstation", self.on_terminal(120))
+
+    @only_on("native")
+    def test_messages_show_control_characters_escaped(self):
+        file = self.export({})
+        for arguments in ([f"--{HOSTILE}"], ["--folders-from", HOSTILE], [HOSTILE],
+                          [file, "--html", f"{HOSTILE}/x"], [file, "--changes", f"{HOSTILE}/x"]):
+            done = self.call(*arguments)
+            text = done.stderr.decode("utf-8")
+            self.assertEqual((done.returncode, unescaped_controls(text)), (2, []), arguments)
+            self.assertIn("\\u{1b}[31mred", text)
 
     @only_on("native")
     def test_no_color_and_dumb_terminals_get_none(self):

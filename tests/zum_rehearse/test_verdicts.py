@@ -101,7 +101,25 @@ class Verdicts(RehearsalCase):
         reg_file.write(file, {"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer": {}, CLASSES: {}})
         done = self.call(file, "--json")
         self.assertEqual(done.returncode, 3)
-        self.assertEqual(self.parse(done.stdout)[0]["outcome"], FAILED)
+        report, = self.parse(done.stdout)
+        self.assertEqual((report["outcome"], report["as_run"]), (FAILED, None))
+        missing = f"the list of products, HKLM\\{USER_DATA}, isn't in the export: /unblock fails without it; "
+        self.assertEqual([note[:len(missing)] for note in report["notes"]], [missing])
+        wide = self.call(file, environment={"COLUMNS": "400"}).stdout.decode("utf-8")
+        self.assertIn(f"  note: {missing}", wide)
+
+    @only_on("native")
+    def test_classes_without_their_products_judge_nothing(self):
+        # Torn behind an earlier key of the branch, say.
+        file = self.machine.folder / "machine.reg"
+        above = CLASSES.rpartition("\\")[0]
+        marked = {path: values for path, values in product(key_name(1), MARKED, None).items() if "UserData" in path}
+        reg_file.write(file, {USER_DATA: {}, f"{above}\\Features": {}} | marked)
+        report, = self.parse(self.call(file, "--json").stdout)
+        self.assertEqual(report["notes"], [f"the export holds no HKLM\\{CLASSES}; the second value (PackageName) can't be "
+                                           "judged"])
+        self.assertEqual([each["verdicts"] for each in report["products"]],
+                         [["would-be-repaired", "second-value-unknown", "package-not-known-here"]])
 
     @only_on("native")
     def test_a_list_that_ends_early_is_told(self):
@@ -127,6 +145,16 @@ class Verdicts(RehearsalCase):
         self.assertEqual(found[key_name(1)]["verdicts"], ["would-be-repaired", *HALF])
         self.assertEqual(found[key_name(2)]["package"]["state"], "missing")
         self.assertEqual((report["status"], report["summary"]["packages_missing"]), (4, 1))
+
+    @only_on("windows")
+    def test_a_package_that_can_not_be_looked_at_is_not_missing(self):
+        path = "\\\\zum-rehearsal.invalid\\share\\a.msi"
+        report = self.report(product(key_name(1), {"LocalPackageNotExist": (SZ, sz(path))}, {}))
+        found, = report["products"]
+        self.assertEqual((found["package"]["path"], found["package"]["state"]), (path, "unreadable"))
+        self.assertIn(found["package"]["error"], (53, 67))  # the server or the share isn't found
+        self.assertEqual(found["verdicts"], ["would-be-repaired", *HALF, "package-unreadable"])
+        self.assertEqual((report["status"], report["summary"]["packages_missing"]), (1, 0))
 
     @only_on("windows")
     def test_products_that_may_not_be_written_are_named(self):

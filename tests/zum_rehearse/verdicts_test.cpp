@@ -35,7 +35,8 @@ TEST(Verdicts, TellTheirIds) {
                      "package-missing", "would-be-repaired", "left-alone-no-install-properties",
                      "left-alone-source-list-only", "left-alone-not-a-string", "half-marked",
                      "overwrites-ordinary-value", "package-name-lost", "empty-path",
-                     "second-value-unknown", "package-not-known-here", "ordinary"}));
+                     "second-value-unknown", "package-not-known-here", "package-unreadable",
+                     "ordinary"}));
 }
 
 TEST(Verdicts, ComeWithWhatToDo) {
@@ -46,6 +47,8 @@ TEST(Verdicts, ComeWithWhatToDo) {
       {Verdict::kPackageMissing,
        "the installer goes on with 1612: put the package of this very product and version at that "
        "path, or start the installer with it"},
+      {Verdict::kPackageUnreadable,
+       "look there as a user who may: without the package the installer goes on with 1612"},
   };
   for (const Verdict verdict : kAllVerdicts) {
     const auto advice = advices.find(verdict);

@@ -5,8 +5,8 @@
 namespace winapi {
 namespace {
 
-bool IsConsole(CONSOLE_SCREEN_BUFFER_INFO& info) {
-  return ::GetConsoleScreenBufferInfo(::GetStdHandle(STD_OUTPUT_HANDLE), &info) != 0;
+bool IsConsole(CONSOLE_SCREEN_BUFFER_INFO& info, DWORD stream = STD_OUTPUT_HANDLE) {
+  return ::GetConsoleScreenBufferInfo(::GetStdHandle(stream), &info) != 0;
 }
 
 }  // namespace
@@ -16,6 +16,11 @@ Dword ConsoleColumns() noexcept {
   if (!IsConsole(info)) return 0;
   const int columns = info.srWindow.Right - info.srWindow.Left + 1;
   return columns > 0 ? static_cast<Dword>(columns) : 0;
+}
+
+Bool ErrorsGoToConsole() noexcept {
+  CONSOLE_SCREEN_BUFFER_INFO info = {};
+  return IsConsole(info, STD_ERROR_HANDLE) ? 1 : 0;
 }
 
 Dword SwitchConsoleToUtf8() noexcept {

@@ -96,11 +96,11 @@ void LookForBranches(const MachineFromFiles& machine, LoadedMachine& loaded) {
         "nothing "
         "can be judged";
   }
-  loaded.knowsSourceLists = machine.Holds(FullKey(kClassesBranch));
+  loaded.knowsSourceLists = machine.Holds(FullKey(kClassesProducts));
   if (!loaded.knowsSourceLists) {
-    loaded.notes.emplace_back(
-        "the export holds no HKLM\\SOFTWARE\\Classes\\Installer; the second value (PackageName) "
-        "can't be judged");
+    loaded.notes.push_back(std::string("the export holds no HKLM\\SOFTWARE\\Classes\\Installer") +
+                           (machine.Holds(FullKey(kClassesBranch)) ? "\\Products" : "") +
+                           "; the second value (PackageName) can't be judged");
   }
 }
 

@@ -1,6 +1,6 @@
 #include "zum_rehearse/inputs.h"
 
-#include "winapi/files.h"
+#include "zum_rehearse/package_lookup.h"
 #include "zum_rehearse/printable.h"
 
 namespace zum_rehearse {
@@ -21,12 +21,6 @@ LoadedMachine Load(const Source& source) {
   return loaded;
 }
 
-PackageLookup TheLookup() {
-  return [](const std::u16string& path) {
-    const winapi::Dword attributes = winapi::GetFileAttributesW(path.c_str());
-    return attributes != winapi::kInvalidFileAttributes &&
-           (attributes & winapi::kFileAttributeDirectory) == 0;
-  };
-}
+PackageLookup TheLookup() { return LookForPackage; }
 
 }  // namespace zum_rehearse
