@@ -93,13 +93,14 @@ void LookForBranches(const MachineFromFiles& machine, LoadedMachine& loaded) {
   if (!machine.Holds(FullKey(kUserDataBranch))) {
     loaded.error =
         "the export holds no HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer: "
-        "nothing "
-        "can be judged";
+        "nothing can be judged";
   }
   loaded.knowsSourceLists = machine.Holds(FullKey(kClassesProducts));
   if (!loaded.knowsSourceLists) {
-    loaded.notes.push_back(std::string("the export holds no HKLM\\SOFTWARE\\Classes\\Installer") +
-                           (machine.Holds(FullKey(kClassesBranch)) ? "\\Products" : "") +
+    const char* const missing = machine.Holds(FullKey(kClassesBranch))
+                                    ? R"(Classes\Installer\Products)"
+                                    : R"(Classes\Installer)";
+    loaded.notes.push_back(std::string(R"(the export holds no HKLM\SOFTWARE\)") + missing +
                            "; the second value (PackageName) can't be judged");
   }
 }
