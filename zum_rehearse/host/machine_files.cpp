@@ -1,7 +1,7 @@
 #include "zum_rehearse/host/machine_files.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
 #include <fstream>
 #include <string_view>
 #include <system_error>
@@ -17,22 +17,31 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kLogEndings[] = {".log", ".log1", ".log2", ".blf", ".regtrans-ms"};
 
+// The first bytes of a file, up to `size`; none of what is no plain file: to open a pipe would be
+// to wait.
+std::string BeginningOf(const fs::path& path, std::size_t size) {
+  std::string bytes;
+  std::error_code error;
+  if (!fs::is_regular_file(path, error)) return bytes;
+  bytes.resize(size);
+  std::ifstream file(path, std::ios::binary);
+  file.read(bytes.data(), static_cast<std::streamsize>(size));
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  return bytes;
+}
+
 // The beginning of a hive, and of a log, which has a copy of it with another type.
 struct BaseBlock {
-  char bytes[32] = {};
+  std::string bytes;
 
-  [[nodiscard]] bool IsOne() const { return std::memcmp(bytes, "regf", 4) == 0; }
-  // The type is a number of four bytes; a hive's own is 0.
-  [[nodiscard]] bool IsHives() const { return std::memcmp(bytes + 28, "\0\0\0\0", 4) == 0; }
+  [[nodiscard]] bool IsOne() const { return bytes.starts_with("regf"); }
+  // The type is a number of four bytes; a hive's own is 0, and so is what a torn one lacks.
+  [[nodiscard]] bool IsHives() const {
+    return bytes.find_first_not_of('\0', 28) == std::string::npos;
+  }
 };
 
-BaseBlock BaseBlockOf(const fs::path& path) {
-  BaseBlock block;
-  std::error_code error;
-  if (!fs::is_regular_file(path, error)) return block;  // to open a pipe would be to wait
-  std::ifstream(path, std::ios::binary).read(block.bytes, sizeof block.bytes);
-  return block;
-}
+BaseBlock BaseBlockOf(const fs::path& path) { return {BeginningOf(path, /*size=*/32)}; }
 
 bool IsNamedAsLog(const std::string& file) {
   const std::string name = LowerCase(file);
@@ -58,11 +67,7 @@ bool IsLogOfOne(const std::string& file, const std::vector<std::string>& hives) 
 
 // A file for import that lies among the exports it was made from.
 bool IsMade(const std::string& file) {
-  std::error_code error;
-  if (!fs::is_regular_file(PathOf(file), error)) return false;
-  char head[256] = {};
-  std::ifstream(PathOf(file), std::ios::binary).read(head, sizeof head);
-  return IsMadeByRehearsal(std::string_view(head, sizeof head));
+  return IsMadeByRehearsal(BeginningOf(PathOf(file), /*size=*/256));
 }
 
 bool ListFiles(const std::string& folder, std::vector<std::string>& names, std::string& reason) {
