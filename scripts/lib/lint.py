@@ -70,11 +70,16 @@ def batches_of(options):
 
 
 def halves_of(batch):
+    middle = len(batch) // 2
+    return batch[:middle], batch[middle:]
+
+
+def parts_of(batch):
     """The batch, its halves, their halves, down to single sources: all that may have to be looked at."""
     yield batch
     if len(batch) > 1:
-        yield from halves_of(batch[:len(batch) // 2])
-        yield from halves_of(batch[len(batch) // 2:])
+        for half in halves_of(batch):
+            yield from parts_of(half)
 
 
 def text_of(batch):
@@ -101,7 +106,7 @@ class Work:
         self.batches = list(batches_of(options))
         commands = []
         for batch in self.batches:
-            for part in halves_of(batch):
+            for part in parts_of(batch):
                 commands.append({"directory": str(build), "file": str(self.source_of(part)),
                                  "arguments": options[part[0]] + ["-c", str(self.source_of(part))]})
         (self.folder / "compile_commands.json").write_text(json.dumps(commands))
@@ -123,8 +128,7 @@ class Work:
             return None
         if len(batch) == 1:
             return run.stdout or f"{source}: {PROGRAM} ended with {run.returncode}\n"
-        middle = len(batch) // 2
-        found = [self.look_at(half) for half in (batch[:middle], batch[middle:])]
+        found = [self.look_at(half) for half in halves_of(batch)]
         return "".join(text for text in found if text) or None
 
 
