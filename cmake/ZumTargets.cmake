@@ -21,6 +21,9 @@ function(zum_library name)
   endif()
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
+  if(ZUM_BUILD_FUZZERS)
+    target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
   if(NOT WIN32)
     # The native program is given out, too. The check of buffers' sizes needs an optimised build.
     target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
@@ -35,24 +38,6 @@ set(ZUM_TEST_COMPILE_OPTIONS ${ZUM_COMPILE_OPTIONS} -O0)
 if(NOT WIN32)
   list(APPEND ZUM_TEST_COMPILE_OPTIONS -g1)
 endif()
-
-# The folders below tests/ whose tests are built into programs; empty: all. The sources of the others are
-# only checked by the compiler, which takes half the time of compiling them.
-set(ZUM_TEST_PROGRAMS "" CACHE STRING "Folders of tests to be built as programs; empty: all")
-
-# zum_test_program(NAME SOURCE ...)
-# The program of a test, or where its folder's programs aren't built a check of the sources. Sets IS_CHECK.
-function(zum_test_program name)
-  file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR})
-  if(NOT ZUM_TEST_PROGRAMS OR folder IN_LIST ZUM_TEST_PROGRAMS)
-    add_executable(${name} ${ARGN})
-    set(IS_CHECK FALSE PARENT_SCOPE)
-  else()
-    add_library(${name} OBJECT ${ARGN})
-    set_target_properties(${name} PROPERTIES RULE_LAUNCH_COMPILE ${CMAKE_SOURCE_DIR}/scripts/lib/check_syntax.sh)
-    set(IS_CHECK TRUE PARENT_SCOPE)
-  endif()
-endfunction()
 
 # zum_test_helper(NAME SOURCES ... [LINK ...])
 # A program that tests start.
@@ -77,14 +62,11 @@ function(zum_test name)
   if(ARG_NATIVE_ONLY AND WIN32)
     return()
   endif()
-  zum_test_program(${name} ${ARG_SOURCES})
+  add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${ZUM_TEST_COMPILE_OPTIONS})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} zum_test_support)
   if(TARGET zum_test_pch)
     target_precompile_headers(${name} REUSE_FROM zum_test_pch)
-  endif()
-  if(IS_CHECK)
-    return()
   endif()
   if(ARG_ZONES)
     foreach(zone ${ARG_ZONES})
@@ -145,13 +127,19 @@ function(zum_folder_tests)
   endif()
 endfunction()
 
-# zum_python_cases(PREFIX [TIMEOUT seconds] [LOCK name ...] [LABELS label ...] [ENVIRONMENT variable=value ...])
+# zum_python_cases(PREFIX [SECOND_MACHINE] [TIMEOUT seconds] [LOCK name ...] [LABELS label ...]
+#                  [ENVIRONMENT variable=value ...])
 # The cases of the folder's run_tests.py, each a test PREFIX.CASE of its own. LOCK is what they share in the Wine prefix;
-# natively nothing is shared. ZUM_WORLD is added to their environment.
+# natively nothing is shared. Those of a SECOND_MACHINE have another prefix, so that they share nothing with the others.
+# ZUM_WORLD is added to their environment.
 function(zum_python_cases prefix)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "LOCK;LABELS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "SECOND_MACHINE" "TIMEOUT" "LOCK;LABELS;ENVIRONMENT" ${ARGN})
   if(WIN32)
     set(world ZUM_WORLD=windows)
+    if(ARG_SECOND_MACHINE)
+      list(APPEND ARG_ENVIRONMENT ZUM_WINE_MACHINE=second)
+      list(TRANSFORM ARG_LOCK APPEND "_second")
+    endif()
   else()
     set(world ZUM_WORLD=native)
     set(ARG_LOCK)
@@ -181,8 +169,8 @@ function(zum_benchmark name)
 endfunction()
 
 # zum_fuzz_target(NAME [LINK ...] [SOURCES ...])
-# A libFuzzer program of NAME.cpp and further sources; scripts/fuzz.sh runs all of bin/*_fuzz. The preset fuzz
-# instruments the product.
+# A libFuzzer program of NAME.cpp and further sources; scripts/fuzz.sh runs all of bin/*_fuzz. zum_library
+# instruments the product for it.
 function(zum_fuzz_target name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${name}.cpp ${ARG_SOURCES})

@@ -25,11 +25,11 @@ case "${1:-product}" in
     product)
         find winapi oru platform standalone_tracer_lib zum_setup_util_lib zum_setup_util zum_rehearse -name '*.cpp' \
             -not -path '*/win32/*' -not -path 'zum_rehearse/windows/*' >"$list"
-        lint native-clang "$list"
+        lint native-asan "$list"
         find bench -name '*.cpp' -not -path 'bench/wine/*' >"$list"
         lint bench "$list"
         find fuzz -name '*.cpp' >"$list"
-        lint fuzz "$list"
+        lint native-asan "$list"
         ;;
     windows)
         # Clang takes the target from these, since it doesn't know the compiler's name.
@@ -46,7 +46,7 @@ case "${1:-product}" in
         find tests -name '*.cpp' -not -path '*/win32/*' -not -path 'tests/e2e/helpers/*' \
             -not -path 'tests/windows_check/*' >"$list"
         find tests/windows_check -name 'findings*.cpp' >>"$list"
-        lint native-clang "$list"
+        lint native-asan "$list"
         ;;
     --self-test) python3 scripts/lib/lint.py --self-test || status=1 ;;
     *) die "usage: scripts/check-lint.sh [product|windows|tests|--self-test]" ;;

@@ -5,11 +5,13 @@
 #   scripts/fuzz.sh --self-test              plants a mistake and sees it found
 #
 # What was found interesting stays in build/fuzz/corpus/TARGET and is where the next run begins; what broke
-# something is in build/fuzz/found/TARGET, and `build/fuzz/bin/TARGET FILE` repeats it. The exit status is 0
+# something is in build/fuzz/found/TARGET, and `build/native-asan/bin/TARGET FILE` repeats it. The exit status is 0
 # only when nothing was found. Each run draws other inputs; ZUM_FUZZ_SEED=NUMBER draws the same ones again, as
 # scripts/test.sh does, so that what it says depends on the sources alone.
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+
+programs=build/native-asan/bin # the build whose product is instrumented for the fuzzer, too
 
 usage() { printf 'usage: scripts/fuzz.sh [SECONDS [TARGET ...]] | --self-test\n' >&2; exit 2; }
 
@@ -23,7 +25,7 @@ run_target() {
     [ -e "fuzz/$name.dict" ] && arguments+=(-dict="fuzz/$name.dict")
     local folders=("$corpus")
     [ -d "fuzz/seeds/$name" ] && folders+=("fuzz/seeds/$name")
-    "build/fuzz/bin/$name" "${arguments[@]}" "${folders[@]}" >"$log" 2>&1 </dev/null
+    "$programs/$name" "${arguments[@]}" "${folders[@]}" >"$log" 2>&1 </dev/null
     status=$?
     executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
     coverage=$(sed -n 's/.* cov: \([0-9]*\) ft: \([0-9]*\) .*/\1 \2/p' "$log" | tail -n 1)
@@ -40,14 +42,14 @@ self_test() {
     local name=planted_mistake status=0
     # shellcheck disable=SC2086 # the list is words
     install_packages $packages_fuzz
-    mkdir -p build/fuzz/bin
+    mkdir -p "$programs"
     printf '%s\n' '#include <cstddef>' '#include <cstdint>' '#include "fuzz/input.h"' \
         'extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {' \
         '  fuzz::Require(size < 2 || data[0] != 0x5A || data[1] != 0x55, "the planted rule");' '  return 0;' '}' |
-        clang++-14 -std=c++20 -g1 -I. -fsanitize=fuzzer,address -x c++ - -o "build/fuzz/bin/$name" || status=1
+        clang++-14 -std=c++20 -g1 -I. -fsanitize=fuzzer,address -x c++ - -o "$programs/$name" || status=1
     run_target "$name" 20 2>/dev/null && status=1
     ls "build/fuzz/found/$name"/crash-* >/dev/null 2>&1 || status=1
-    rm -rf "build/fuzz/bin/$name" "build/fuzz/found/$name" "build/fuzz/corpus/$name" "build/fuzz/logs/$name.log"
+    rm -rf "${programs:?}/$name" "build/fuzz/found/$name" "build/fuzz/corpus/$name" "build/fuzz/logs/$name.log"
     [ $status -eq 0 ] || die "the planted mistake was not found"
 }
 
@@ -60,13 +62,13 @@ step "Tools and build"
 # shellcheck disable=SC2086 # lists of words
 install_packages $packages_native $packages_fuzz
 # Only what the targets link.
-configure_and_build fuzz fuzz/all || exit 1
+configure_and_build native-asan fuzz/all || exit 1
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
-    for program in build/fuzz/bin/*_fuzz; do targets+=("$(basename "$program")"); done
+    for program in "$programs"/*_fuzz; do targets+=("$(basename "$program")"); done
 fi
 for name in "${targets[@]}"; do
-    [ -x "build/fuzz/bin/$name" ] || { bad "no such target: $name"; usage; }
+    [ -x "$programs/$name" ] || { bad "no such target: $name"; usage; }
 done
 
 step "${#targets[@]} targets, $seconds s each, $(nproc) at a time"

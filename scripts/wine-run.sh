@@ -2,12 +2,12 @@
 # Runs a Windows program of this project under Wine, in the throw-away prefix of the tests:
 #
 #   wine-run.sh PROGRAM.exe [ARGUMENT ...]
-#   wine-run.sh --end                        ends the prefix's server, which stays otherwise
+#   wine-run.sh --end                        ends the servers of the prefix and of its second machine, which stay otherwise
 set -eu
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$project/scripts/lib/wine.sh"
 if [ "${1:-}" = --end ]; then
-    wine_end
+    wine_on_both wine_end
     exit 0
 fi
 wine_begin || { echo "wine-run.sh: the Wine prefix $WINEPREFIX can't be made" >&2; exit 125; }

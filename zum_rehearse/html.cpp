@@ -41,18 +41,16 @@ std::string Isolated(std::string_view printable) {
   return Concat({"<bdi>", Escaped(printable), "</bdi>"});
 }
 
-const char* ClassOf(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kFailsHere:
-    case Verdict::kNotReached:
-    case Verdict::kPackageMissing:
+const char* ClassOf(Tone tone) {
+  switch (tone) {
+    case Tone::kBad:
       return "bad";
-    case Verdict::kWouldBeRepaired:
+    case Tone::kGood:
       return "good";
-    case Verdict::kOrdinary:
-      return "";
-    default:
+    case Tone::kDoubtful:
       return "some";
+    default:
+      return "";
   }
 }
 
@@ -79,8 +77,8 @@ std::string Values(const Product& product) {
 std::string Verdicts(const Product& product) {
   std::string list = "<ul>";
   for (const Verdict verdict : product.verdicts) {
-    list +=
-        Concat({"<li class=\"", ClassOf(verdict), "\">", Escaped(VerdictLine(product, verdict))});
+    list += Concat({"<li class=\"", ClassOf(VerdictTone(verdict)), "\">",
+                    Escaped(VerdictLine(product, verdict))});
     if (!VerdictAdvice(verdict).empty()) {
       list += Concat({"<br><small>", Escaped(VerdictAdvice(verdict)), "</small>"});
     }

@@ -20,18 +20,16 @@ constexpr std::string_view kRed = "\033[31m";
 constexpr std::string_view kYellow = "\033[33m";
 constexpr std::string_view kPlain = "\033[0m";
 
-std::string_view ColourOf(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kFailsHere:
-    case Verdict::kNotReached:
-    case Verdict::kPackageMissing:
+std::string_view ColourOf(Tone tone) {
+  switch (tone) {
+    case Tone::kBad:
       return kRed;
-    case Verdict::kWouldBeRepaired:
+    case Tone::kGood:
       return kGreen;
-    case Verdict::kOrdinary:
-      return {};
-    default:
+    case Tone::kDoubtful:
       return kYellow;
+    default:
+      return {};
   }
 }
 
@@ -122,7 +120,7 @@ class TableWriter {
       if (!name.empty()) Line(Concat({"      ", Cut(name, m_columns - 6)}));
     }
     for (const Verdict verdict : product.verdicts) {
-      Wrapped("      ", VerdictLine(product, verdict), ColourOf(verdict));
+      Wrapped("      ", VerdictLine(product, verdict), ColourOf(VerdictTone(verdict)));
       if (!VerdictAdvice(verdict).empty()) Wrapped("        -> ", VerdictAdvice(verdict), {});
     }
     Values(product);

@@ -57,6 +57,21 @@ const Entry& EntryOf(Verdict verdict) {
 
 }  // namespace
 
+Tone VerdictTone(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::kFailsHere:
+    case Verdict::kNotReached:
+    case Verdict::kPackageMissing:
+      return Tone::kBad;
+    case Verdict::kWouldBeRepaired:
+      return Tone::kGood;
+    case Verdict::kOrdinary:
+      return Tone::kPlain;
+    default:
+      return Tone::kDoubtful;
+  }
+}
+
 std::string_view VerdictId(Verdict verdict) { return EntryOf(verdict).id; }
 std::string_view VerdictText(Verdict verdict) { return EntryOf(verdict).text; }
 std::string_view VerdictAdvice(Verdict verdict) { return EntryOf(verdict).advice; }

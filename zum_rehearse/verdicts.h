@@ -37,12 +37,16 @@ inline constexpr Verdict kAllVerdicts[] = {
     Verdict::kPackageNotKnownHere, Verdict::kPackageUnreadable,   Verdict::kOrdinary,
 };
 
+// How bad it is for the one who wants to upgrade: what colours go by.
+enum class Tone { kPlain, kGood, kDoubtful, kBad };
+
 // The name in JSON, CSV and HTML, such as "would-be-repaired".
 [[nodiscard]] std::string_view VerdictId(Verdict verdict);
 // For readers, one line without a full stop.
 [[nodiscard]] std::string_view VerdictText(Verdict verdict);
 // What the reader can do about it; empty where there is nothing to do.
 [[nodiscard]] std::string_view VerdictAdvice(Verdict verdict);
+[[nodiscard]] Tone VerdictTone(Verdict verdict);
 
 }  // namespace zum_rehearse
 

@@ -2,8 +2,12 @@
 # sourced; expects $project, the folder of the checkout.
 # shellcheck disable=SC2154  # set by whoever sources this
 
-# ZUM_WINEPREFIX names another prefix, below build/ too (the demo has one of its own).
-export WINEPREFIX="${ZUM_WINEPREFIX:-$project/build/wine/tests}"
+# ZUM_WINEPREFIX names another prefix, below build/ too (the demo has one of its own). ZUM_WINE_MACHINE=second means its
+# second machine: half of the tests run there, at the same time as the others (zum_python_cases).
+wine_choose_prefix() {
+    export WINEPREFIX="${ZUM_WINEPREFIX:-$project/build/wine/tests}${ZUM_WINE_MACHINE:+-$ZUM_WINE_MACHINE}"
+}
+wine_choose_prefix
 export WINEARCH=win64
 export WINEDEBUG=-all
 export DISPLAY=
@@ -42,7 +46,22 @@ wine_begin() {
     timeout 120 wine cmd /c exit >/dev/null 2>&1 </dev/null
 }
 
+# wine_on_both wine_begin|wine_end: for both machines, at the same time.
+wine_on_both() {
+    local first=0 second=0
+    (
+        ZUM_WINE_MACHINE=second
+        wine_choose_prefix
+        "$1"
+    ) &
+    "$1" || first=$?
+    wait $! || second=$?
+    return $((first | second))
+}
+
 wine_end() {
+    [ -e "$WINEPREFIX" ] || return 0
+
     wineserver -k >/dev/null 2>&1 </dev/null || true
     wineserver -w >/dev/null 2>&1 </dev/null || true
 }

@@ -10,12 +10,12 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cd "$project"
 . scripts/lib/wine.sh
 
-wine_begin || { echo "the Wine prefix $WINEPREFIX can't be made" >&2; exit 1; }
-trap wine_end EXIT
+wine_on_both wine_begin || { echo "the Wine prefix $WINEPREFIX can't be made" >&2; exit 1; }
+trap 'wine_on_both wine_end' EXIT
 case "$1" in
     tests)
         rm -rf build/windows/results/*
-        ctest --test-dir build/windows --parallel "$(nproc)" --timeout 300 --output-on-failure --output-junit "$2"
+        ctest --test-dir build/windows --parallel $(($(nproc) + 1)) --timeout 300 --output-on-failure --output-junit "$2"
         ;;
     checks) python3 tests/packaging/run_tests.py --results "$2" test_windows_check.UnderWine ;;
     exchange)

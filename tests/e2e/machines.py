@@ -24,6 +24,13 @@ class Outcome:
     errors: bytes = b""
 
 
+def wine_prefix():
+    """As scripts/lib/wine.sh chooses it."""
+    prefix = os.environ.get("ZUM_WINEPREFIX") or str(PROJECT / "build/wine/tests")
+    machine = os.environ.get("ZUM_WINE_MACHINE")
+    return pathlib.Path(f"{prefix}-{machine}" if machine else prefix)
+
+
 def digits(data):
     return data.hex() or "-"
 
@@ -79,7 +86,7 @@ class WineMachine(Machine):
     @property
     def drive_c(self):
         """The folder that is C: to the programs."""
-        return pathlib.Path(os.environ.get("ZUM_WINEPREFIX") or PROJECT / "build/wine/tests") / "drive_c"
+        return wine_prefix() / "drive_c"
 
     def wine(self, program, *arguments, given="", cwd=None, environment=None, timeout=240):
         """Runs a Windows program through the project's script; its standard output. The streams are files: what Wine

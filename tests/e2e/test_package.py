@@ -1,7 +1,5 @@
 """A really installed package: marked as the product's protection does, repaired, removed."""
 
-import os
-import pathlib
 import shutil
 import subprocess
 
@@ -33,8 +31,7 @@ class InstalledPackage(MachineCase):
         return int(self.machine.start(arguments, program=MSIEXEC)["exit"], 16)
 
     def installed_files(self):
-        prefix = os.environ.get("ZUM_WINEPREFIX") or machines.PROJECT / "build/wine/tests"
-        return list(pathlib.Path(prefix, "drive_c").glob("Program Files*/Quorvanta ZUM/*"))
+        return list(self.machine.drive_c.glob("Program Files*/Quorvanta ZUM/*"))
 
     def install(self):
         self.assertEqual(self.msiexec(f"/norestart /i {self.machine.windows_path(self.package)} /qn"), 0)

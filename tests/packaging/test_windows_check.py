@@ -12,6 +12,7 @@ import tempfile
 import unittest
 import zipfile
 
+import machines
 from package_files import DIST, PROJECT, VERSION, WORK, digests_in_notes, run, unpacked
 
 sys.path.append(str(PROJECT / "packaging"))
@@ -21,7 +22,7 @@ from pieces import PARTS  # noqa: E402
 
 NAME = f"zum_setup_util-{VERSION}-win32-check"
 SOURCES = PROJECT / "tests/windows_check"
-PREFIX = pathlib.Path(os.environ.get("ZUM_WINEPREFIX") or PROJECT / "build/wine/tests")
+PREFIX = machines.wine_prefix()
 WINE = os.environ.get("ZUM_SYSTEM", "wine-8").removeprefix("wine-")
 ELEVATED = WINE == "8"  # as programs start in Wine 10, and on Windows, they aren't: what needs it isn't asked for
 NO_RIGHTS = "it needs administrator's rights, which this run hasn't"

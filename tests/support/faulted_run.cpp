@@ -7,12 +7,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
+
+#include "tests/support/directory_tree.h"
 
 namespace tests {
 namespace {
@@ -149,9 +151,9 @@ void RedirectTo(int descriptor, const std::string& path) {
   std::exit(static_cast<int>(childRun.code & 0xFF));
 }
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+// What a child that ended early didn't come to write is empty.
+std::string ReadIfThere(const std::string& path) {
+  return std::filesystem::exists(path) ? ReadAll(path) : std::string();
 }
 
 std::vector<std::string> Fields(const std::string& line) {
@@ -215,9 +217,9 @@ RunResult RunFaulted(const RunPlan& plan, const Fault& fault, const std::string&
   RunResult result;
   result.ended = WIFEXITED(status);
   result.status = result.ended ? WEXITSTATUS(status) : WTERMSIG(status);
-  result.output = ReadFile(folder + "/stdout");
-  result.errors = ReadFile(folder + "/stderr");
-  std::istringstream report(ReadFile(folder + "/report"));
+  result.output = ReadIfThere(folder + "/stdout");
+  result.errors = ReadIfThere(folder + "/stderr");
+  std::istringstream report(ReadIfThere(folder + "/report"));
   for (std::string line; std::getline(report, line);) ReadLine(Fields(line), result);
   return result;
 }

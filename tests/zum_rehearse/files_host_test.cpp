@@ -28,6 +28,13 @@ TEST(ReadWholeFileOnHost, AFileMayHoldLessThanItsSizeSays) {
   })) << bytes;
 }
 
+TEST(ReadWholeFileOnHost, AFolderIsRefused) {
+  std::string bytes;
+  std::string reason;
+  EXPECT_FALSE(zum_rehearse::ReadWholeFile("/", bytes, reason));
+  EXPECT_EQ(reason, "it is a folder");
+}
+
 TEST(LastReasonOnHost, SaysSomethingWithoutAnErrorToo) {
   errno = 0;
   EXPECT_EQ(zum_rehearse::LastReason(), "it can't be opened");

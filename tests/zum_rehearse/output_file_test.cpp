@@ -46,4 +46,18 @@ TEST(OutputFileTest, WhatIsNotCommittedLeavesNothing) {
   EXPECT_EQ(tree.Names(), Names());
 }
 
+TEST(OutputFileTest, WhereAFolderHasComeItFailsAndLeavesNothing) {
+  const tests::DirectoryTree tree;
+  {
+    OutputFile file(tree.File(u"report"));
+    file.Stream() << "text" << std::flush;
+    tree.MakeDirectory(u"report/inside");
+    std::string reason;
+    EXPECT_FALSE(file.Commit(reason));
+    EXPECT_FALSE(reason.empty());
+  }
+  EXPECT_EQ(tree.Names(), Names{u"report"});
+  EXPECT_EQ(tree.Names(u"report"), Names{u"inside"});
+}
+
 }  // namespace

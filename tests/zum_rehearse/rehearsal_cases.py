@@ -28,6 +28,11 @@ COMPLETED = {"code": "0x00000000", "line": "Completed"}
 FAILED = {"code": "0xa1780003", "line": "Failed: 0xa1780003 (Problem in disable protective upgrade registry)"}
 
 
+def is_sanitized():
+    """The program is that of the build with the address sanitizer."""
+    return b"__asan_init" in PROGRAM.read_bytes()
+
+
 def value_json(value):
     """Type and bytes of a value of a branch, as they stand in JSON."""
     return None if value is None else (value[0], value[1].hex())

@@ -180,4 +180,18 @@ TEST(Table, ANoteMayFillTheWidth) {
             "Machine pc\n  note: " + first + "\n        y" + second + "\n  not rehearsed: torn\n");
 }
 
+TEST(Table, CountsTheProductsWithoutTheirPackage) {
+  Report report;
+  report.products.resize(2);
+  for (auto& product : report.products) {
+    product.changes = true;
+    product.verdicts = {zum_rehearse::Verdict::kWouldBeRepaired};
+    product.package = zum_rehearse::PackageState::kPresent;
+  }
+  const auto last = [&report] { return Lines(Table(report, {100, false, false})).back(); };
+  EXPECT_EQ(last(), "  2 of 2 products would change");
+  report.products[1].package = zum_rehearse::PackageState::kMissing;
+  EXPECT_EQ(last(), "  2 of 2 products would change; 1 of them without their package");
+}
+
 }  // namespace

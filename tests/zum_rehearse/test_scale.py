@@ -9,11 +9,7 @@ import sys
 import time
 
 from products import MARKED, ORDINARY, key_name, product
-from rehearsal_cases import PROGRAM, PROJECT, RehearsalCase, only_on
-
-
-def is_sanitized():
-    return b"__asan_init" in PROGRAM.read_bytes()
+from rehearsal_cases import PROGRAM, PROJECT, RehearsalCase, is_sanitized, only_on
 
 
 @only_on("native")

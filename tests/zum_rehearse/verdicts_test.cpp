@@ -58,4 +58,19 @@ TEST(Verdicts, ComeWithWhatToDo) {
   }
 }
 
+TEST(Verdicts, HaveATone) {
+  using zum_rehearse::Tone;
+  const std::map<Verdict, Tone> tones = {
+      {Verdict::kFailsHere, Tone::kBad},      {Verdict::kNotReached, Tone::kBad},
+      {Verdict::kPackageMissing, Tone::kBad}, {Verdict::kWouldBeRepaired, Tone::kGood},
+      {Verdict::kOrdinary, Tone::kPlain},
+  };
+  for (const Verdict verdict : kAllVerdicts) {
+    const auto tone = tones.find(verdict);
+    EXPECT_EQ(zum_rehearse::VerdictTone(verdict),
+              tone == tones.end() ? Tone::kDoubtful : tone->second)
+        << zum_rehearse::VerdictId(verdict);
+  }
+}
+
 }  // namespace

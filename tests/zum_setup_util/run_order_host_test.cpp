@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <stdexcept>
 
 #include "oru/rtl/check.h"
@@ -14,6 +12,7 @@
 #include "oru/rtl/tracer.h"
 #include "standalone_tracer_lib/tracers.h"
 #include "tests/support/checks.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/installer_keys.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/exceptions.h"
@@ -113,8 +112,7 @@ class RunOrder : public testing::Test {
     standalone::trace::TracerHolder::Instance().Install(standalone::trace::CreateEmptyTracer());
     std::string text;
     for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path())) {
-      std::ifstream file(entry.path(), std::ios::binary);
-      text.append(std::istreambuf_iterator<char>(file), {});
+      text += tests::ReadAll(entry.path());
     }
     return text;
   }

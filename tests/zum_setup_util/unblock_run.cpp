@@ -2,10 +2,9 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 
+#include "tests/support/directory_tree.h"
 #include "tests/support/installer_keys.h"
 #include "tests/support/test_registry.h"
 #include "tests/support/text.h"
@@ -44,8 +43,7 @@ void Prepare() {
 std::string ReadTrace() {
   std::string text;
   for (const auto& entry : std::filesystem::directory_iterator(host::RootFolder() + "/drive_c/t")) {
-    std::ifstream file(entry.path(), std::ios::binary);
-    text.append(std::istreambuf_iterator<char>(file), {});
+    text += ReadAll(entry.path());
   }
   return text;
 }

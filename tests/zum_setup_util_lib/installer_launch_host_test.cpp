@@ -17,6 +17,7 @@
 #include "platform/util/windows/system_error.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/checks.h"
+#include "tests/support/directory_tree.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 #include "winapi/handles.h"
 #include "winapi/host/control.h"
@@ -179,9 +180,7 @@ TEST_F(LaunchOnHost, RecordsStandBetweenTheirCalls) {
 TEST_F(LaunchOnHost, InstallerGetsTheTrueLine) {
   PutInstaller("printf '%s|%s' $# \"$1\" > '" + Folder() + "/seen'\n");
   EXPECT_EQ(LaunchMsiPackage(u"/i C:\\a b\\p.msi QVPASSWD=secret /qn"), 0u);
-  std::ifstream stream(Folder() + "/seen", std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}),
-            "1|/i C:\\a b\\p.msi QVPASSWD=secret /qn");
+  EXPECT_EQ(tests::ReadAll(Folder() + "/seen"), "1|/i C:\\a b\\p.msi QVPASSWD=secret /qn");
 }
 
 TEST_F(LaunchOnHost, ArgumentsOfTheCreation) {

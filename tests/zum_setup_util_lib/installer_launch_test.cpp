@@ -13,6 +13,7 @@
 #include "oru/rtl/exception.h"
 #include "platform/util/windows/system_error.h"
 #include "tests/support/checks.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/program.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
@@ -40,16 +41,14 @@ class InstallerLaunch : public ::testing::Test {
 
   [[nodiscard]] std::u16string Program() const { return m_folder.WindowsPath() + u"\\probe.exe"; }
   [[nodiscard]] std::u16string Seen() const {
-    std::ifstream stream(m_folder.Path() / "probe.seen", std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(stream), {});
+    const std::string bytes = tests::ReadAll(m_folder.Path() / "probe.seen");
     std::u16string text(bytes.size() / 2, u'\0');
     std::memcpy(text.data(), bytes.data(), text.size() * 2);
     return text;
   }
   // The program's own number, as it tells it itself.
   [[nodiscard]] std::string ProcessNumber() const {
-    std::ifstream stream(m_folder.Path() / "probe.pid");
-    return {std::istreambuf_iterator<char>(stream), {}};
+    return tests::ReadAll(m_folder.Path() / "probe.pid");
   }
   [[nodiscard]] const std::filesystem::path& Folder() const { return m_folder.Path(); }
   [[nodiscard]] std::u16string WindowsFolder() const { return m_folder.WindowsPath(); }

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
 #include <thread>
@@ -12,6 +10,7 @@
 #include "oru/rtl/exception_guard.h"
 #include "oru/rtl/trace_level.h"
 #include "standalone_tracer_lib/tracers.h"
+#include "tests/support/directory_tree.h"
 #include "tests/support/fault_sweep.h"
 #include "tests/zum_setup_util_lib/pipeline_machine.h"
 #include "zum_setup_util_lib/correct_setup.h"
@@ -50,13 +49,13 @@ void LetInstallersEnd() {
 
 std::map<std::string, std::string> Inspect() {
   LetInstallersEnd();
-  std::ifstream trace(host::RootFolder() + "/drive_c/t/trace.log", std::ios::binary);
+  const std::string trace = host::RootFolder() + "/drive_c/t/trace.log";
   return {{"returned", returned ? "value" : "code"},
           {"records", PipelineMachine::Records()},
           {"renames", PipelineMachine::Renames()},
           {"drops", std::to_string(PipelineMachine::DropDirectories())},
           {"probes", std::to_string(PipelineMachine::ProbeFiles())},
-          {"trace", {std::istreambuf_iterator<char>(trace), {}}}};
+          {"trace", std::filesystem::exists(trace) ? ReadAll(trace) : std::string()}};
 }
 
 }  // namespace

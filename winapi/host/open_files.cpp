@@ -75,11 +75,6 @@ OpenFile::OpenFile(const struct stat& file, Sharing sharing)
   ++table.files[m_number].Count(sharing);
 }
 
-OpenFile::OpenFile(OpenFile&& other) noexcept
-    : m_number(std::move(other.m_number)),
-      m_sharing(other.m_sharing),
-      m_holds(std::exchange(other.m_holds, false)) {}
-
 OpenFile& OpenFile::operator=(OpenFile&& other) noexcept {
   std::swap(m_number, other.m_number);
   std::swap(m_sharing, other.m_sharing);

@@ -35,7 +35,6 @@ class OpenFile {
   OpenFile(const struct stat& file, Sharing sharing);
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
-  OpenFile(OpenFile&& other) noexcept;
   OpenFile& operator=(OpenFile&& other) noexcept;
   // The last one of a file whose deletion was asked for takes its name away.
   ~OpenFile();

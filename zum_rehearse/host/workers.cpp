@@ -16,10 +16,6 @@
 #include <thread>
 #include <utility>
 
-#ifdef ZUM_COVERAGE
-extern "C" void __gcov_dump();
-#endif
-
 namespace zum_rehearse {
 namespace {
 
@@ -95,9 +91,6 @@ Rendered Work(const Job& job, std::size_t index) {
   while (ReadAll(connection, &index, sizeof index)) {
     if (!WriteRendered(connection, Work(job, index))) break;
   }
-#ifdef ZUM_COVERAGE
-  __gcov_dump();  // an ordinary exit would do it
-#endif
   // Nothing of the parent's is flushed or torn down here.
   ::_exit(0);
 }

@@ -12,11 +12,6 @@
 #include "tests/support/checks.h"
 #include "tests/support/vtable_slot.h"
 
-#ifdef __SANITIZE_ADDRESS__
-// A size that no heap has gives null, as without the sanitizer, and doesn't end the process.
-extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
-#endif
-
 namespace {
 
 using oru::memory::windows::default_heap_resource;

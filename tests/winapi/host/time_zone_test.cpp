@@ -182,15 +182,27 @@ std::int64_t ClockOfRule(int year, const SystemTime& rule) {
   return (found.time_since_epoch() + 0s).count() + rule.wHour * 3600 + rule.wMinute * 60;
 }
 
-// Minutes that local time is behind UTC at `at`, as a reader of the rules computes it.
-std::int64_t BiasByRules(const TimeZoneInformation& zone, int year, std::int64_t at) {
-  if (zone.StandardDate.wMonth == 0) return zone.Bias;
-  const std::int64_t start = ClockOfRule(year, zone.DaylightDate) + zone.Bias * 60;
-  const std::int64_t end =
-      ClockOfRule(year, zone.StandardDate) + (zone.Bias + zone.DaylightBias) * 60;
-  const bool on = start <= end ? start <= at && at < end : at >= start || at < end;
-  return zone.Bias + (on ? zone.DaylightBias : 0);
-}
+// A year's rules, as their reader computes with them.
+class YearByRules {
+ public:
+  YearByRules(const TimeZoneInformation& zone, int year) : m_zone(zone) {
+    if (zone.StandardDate.wMonth == 0) return;
+    m_start = ClockOfRule(year, zone.DaylightDate) + zone.Bias * 60;
+    m_end = ClockOfRule(year, zone.StandardDate) + (zone.Bias + zone.DaylightBias) * 60;
+  }
+
+  // Minutes that local time is behind UTC at `at`.
+  [[nodiscard]] std::int64_t BiasAt(std::int64_t at) const {
+    if (m_zone.StandardDate.wMonth == 0) return m_zone.Bias;
+    const bool on = m_start <= m_end ? m_start <= at && at < m_end : at >= m_start || at < m_end;
+    return m_zone.Bias + (on ? m_zone.DaylightBias : 0);
+  }
+
+ private:
+  TimeZoneInformation m_zone;
+  std::int64_t m_start = 0;
+  std::int64_t m_end = 0;
+};
 
 // The rules, read back, agree with the C library's conversion of the instant itself.
 TEST(HostTimeZone, RulesGiveTheLocalTimeOfEachHour) {
@@ -200,14 +212,14 @@ TEST(HostTimeZone, RulesGiveTheLocalTimeOfEachHour) {
     SCOPED_TRACE(name);
     winapi::host::SetTimeZone(name);
     for (const int year : {2000, 2004, 2006, 2007, 2008, 2019, 2026, 2037}) {
-      const TimeZoneInformation zone = ZoneOf(static_cast<unsigned>(year));
+      const YearByRules rules(ZoneOf(static_cast<unsigned>(year)), year);
       using namespace std::chrono;
       const std::int64_t first =
           (sys_days{std::chrono::year(year) / 1 / 2}.time_since_epoch() + 0s).count();
       for (std::time_t at = first; at < first + 362 * 86400; at += 3600) {
         std::tm local{};
         ::localtime_r(&at, &local);
-        ASSERT_EQ(-local.tm_gmtoff / 60, BiasByRules(zone, year, at)) << year << " " << at;
+        ASSERT_EQ(-local.tm_gmtoff / 60, rules.BiasAt(at)) << year << " " << at;
       }
     }
   }

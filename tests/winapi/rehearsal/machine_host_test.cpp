@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -227,6 +228,14 @@ TEST(RehearsalFiles, EachThreadHasAMachineOfItsOwn) {
   winapi::Dword size = sizeof data;
   ASSERT_EQ(winapi::RegQueryValueExW(key, u"n", nullptr, nullptr, data, &size), 0U);
   EXPECT_EQ(data[0], 1);
+}
+
+TEST(NameOfThisMachineOnHost, IsTheKernelsName) {
+  std::ifstream file("/proc/sys/kernel/hostname");
+  std::string name;
+  ASSERT_TRUE(std::getline(file, name));
+  const std::u16string told = winapi::rehearsal::NameOfThisMachine();
+  EXPECT_EQ(std::string(told.begin(), told.end()), name);
 }
 
 }  // namespace
