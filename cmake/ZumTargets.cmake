@@ -9,6 +9,23 @@ if(WIN32)
   set(ZUM_WIN32_DEFINITIONS WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
 endif()
 
+# zum_instrumented(NAME)
+# A layer in the build of the fuzz targets: the fuzzer counts its jumps. What it includes of the standard library is
+# compiled once for all layers, which takes a third off their time; in the builds that are given out each source is by
+# itself, so that an include that is missing shows.
+function(zum_instrumented name)
+  if(NOT TARGET zum_product_pch)
+    add_library(zum_product_pch OBJECT ${CMAKE_SOURCE_DIR}/cmake/product_pch.cpp)
+    target_compile_options(zum_product_pch PRIVATE ${ZUM_COMPILE_OPTIONS} -fsanitize=fuzzer-no-link)
+    target_precompile_headers(zum_product_pch PRIVATE
+      <algorithm> <array> <atomic> <chrono> <cstdint> <cstdio> <cstring> <exception> <filesystem> <fstream> <functional>
+      <iterator> <map> <memory> <mutex> <optional> <set> <sstream> <stdexcept> <string> <string_view> <system_error>
+      <utility> <vector>)
+  endif()
+  target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+  target_precompile_headers(${name} REUSE_FROM zum_product_pch)
+endfunction()
+
 # zum_library(NAME SOURCES ... [LINK ...] [OBJECT])
 # A layer: sees its own folder tree and what it links. OBJECT for code that is only an initialiser, which
 # the linker would drop from an archive.
@@ -22,7 +39,7 @@ function(zum_library name)
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
   if(ZUM_BUILD_FUZZERS)
-    target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+    zum_instrumented(${name})
   endif()
   if(NOT WIN32)
     # The native program is given out, too. The check of buffers' sizes needs an optimised build.

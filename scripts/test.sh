@@ -218,7 +218,7 @@ coverage_report() {
     step "Packages of the coverage report"
     # shellcheck disable=SC2086 # the lists are words
     install_packages $packages_native $packages_native_tests $packages_coverage
-    # Counters that a case's program can't write, as another user or without room, aren't told on its error stream.
+    # That a case's program has no room for its counters isn't told on its error stream.
     GCOV_ERROR_FILE=/dev/null build_and_test coverage
     local file="$results/coverage.checks"
     expected+=("$file")

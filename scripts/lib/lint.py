@@ -26,8 +26,9 @@ PROJECT = pathlib.Path(__file__).resolve().parents[2]
 PROGRAM = "clang-tidy-14"
 # More don't save much, and take longer when one of them has a finding.
 BATCH = 8
-# What each fuzz target has one of. In a batch each gets a name of its own.
-ONE_PER_PROGRAM = ("LLVMFuzzerTestOneInput", "LLVMFuzzerInitialize")
+# What each fuzz target has one of, and constants that more than one source of a folder has. In a batch each gets a name of
+# its own.
+ONE_PER_PROGRAM = ("LLVMFuzzerTestOneInput", "LLVMFuzzerInitialize", "kSourceFile", "kRepeatCount", "kDelay", "kMost")
 
 
 def options_of(entry):
@@ -38,7 +39,7 @@ def options_of(entry):
     while at < len(words):
         if words[at] in ("-o", "-c", "-MF", "-MT"):
             at += 2
-        elif words[at:at + 2] == ["-Xclang", "-include-pch"]:
+        elif words[at:at + 2] in (["-Xclang", "-include-pch"], ["-Xclang", "-include"]):
             at += 4
         else:
             kept.append(words[at])

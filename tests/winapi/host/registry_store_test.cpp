@@ -225,6 +225,9 @@ TEST_F(HostRegistryStore, WhatIsLostAtTheExitCostsTheStatus) {
 }
 
 TEST_F(HostRegistryStore, AFolderThatCantBeWrittenCostsTheStatus) {
+#ifdef ZUM_COVERAGE
+  GTEST_SKIP() << "an instrumented process tells of the counters that it can't write as nobody";
+#endif
   EXPECT_EQ(Run({"set", "a", "old"}), "");
   fs::permissions(Root() / "registry.lock", fs::perms::all);
   const fs::perms mayWrite =

@@ -1,0 +1,1 @@
+// What zum_instrumented compiles the standard headers with; holds nothing itself.
