@@ -49,7 +49,7 @@ packages_fresh_root="mmdebstrap"
 packages_coverage="gcovr"
 packages_deploy="ansible ansible-lint openssh-client"
 packages_bench="libbenchmark-dev libicu-dev libspdlog-dev python3 python3-matplotlib time util-linux valgrind"
-packages_fuzz="clang-14 libclang-rt-14-dev"
+packages_fuzz="clang-14 libclang-rt-14-dev lld"
 packages_static="cppcheck iwyu"
 
 # install_packages NAME ...: installs what is missing, after saying so; without root it prints the command
