@@ -47,6 +47,10 @@ std::string ReadAll(const std::filesystem::path& file) {
   return std::move(bytes).str();
 }
 
+std::string ReadIfThere(const std::filesystem::path& file) {
+  return std::filesystem::exists(file) ? ReadAll(file) : std::string();
+}
+
 void WriteAll(const std::filesystem::path& file, std::string_view content) {
   std::ofstream(file, std::ios::binary) << content;
 }

@@ -18,6 +18,8 @@ namespace tests {
 
 // Throws std::runtime_error for a file that can't be read.
 [[nodiscard]] std::string ReadAll(const std::filesystem::path& file);
+// Empty for one that isn't there.
+[[nodiscard]] std::string ReadIfThere(const std::filesystem::path& file);
 void WriteAll(const std::filesystem::path& file, std::string_view content);
 
 // Of what lies in a directory itself; throws for one that isn't there.

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -151,11 +150,6 @@ void RedirectTo(int descriptor, const std::string& path) {
   std::exit(static_cast<int>(childRun.code & 0xFF));
 }
 
-// What a child that ended early didn't come to write is empty.
-std::string ReadIfThere(const std::string& path) {
-  return std::filesystem::exists(path) ? ReadAll(path) : std::string();
-}
-
 std::vector<std::string> Fields(const std::string& line) {
   std::vector<std::string> fields;
   std::istringstream stream(line);
@@ -217,6 +211,7 @@ RunResult RunFaulted(const RunPlan& plan, const Fault& fault, const std::string&
   RunResult result;
   result.ended = WIFEXITED(status);
   result.status = result.ended ? WEXITSTATUS(status) : WTERMSIG(status);
+  // A child that ended early didn't come to write all of them.
   result.output = ReadIfThere(folder + "/stdout");
   result.errors = ReadIfThere(folder + "/stderr");
   std::istringstream report(ReadIfThere(folder + "/report"));

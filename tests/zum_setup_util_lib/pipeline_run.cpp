@@ -49,13 +49,12 @@ void LetInstallersEnd() {
 
 std::map<std::string, std::string> Inspect() {
   LetInstallersEnd();
-  const std::string trace = host::RootFolder() + "/drive_c/t/trace.log";
   return {{"returned", returned ? "value" : "code"},
           {"records", PipelineMachine::Records()},
           {"renames", PipelineMachine::Renames()},
           {"drops", std::to_string(PipelineMachine::DropDirectories())},
           {"probes", std::to_string(PipelineMachine::ProbeFiles())},
-          {"trace", std::filesystem::exists(trace) ? ReadAll(trace) : std::string()}};
+          {"trace", ReadIfThere(host::RootFolder() + "/drive_c/t/trace.log")}};
 }
 
 }  // namespace
