@@ -11,7 +11,7 @@ namespace {
 
 using oru::String16;
 
-struct Ours {
+struct OwnString {
   static constexpr char name[] = "ours";
   using String = String16;
   static String Empty() { return String(bench::Memory()); }
@@ -20,7 +20,7 @@ struct Ours {
   }
 };
 
-struct Std {
+struct StdString {
   static constexpr char name[] = "std";
   using String = std::u16string;
   static String Empty() { return {}; }
@@ -42,7 +42,7 @@ void Append(std::size_t length) {
 }
 
 template <typename Side>
-void AddSide() {
+void AddStringSide() {
   for (const std::size_t length : {16u, 256u, 4096u}) {
     bench::Add("string_push_back", Side::name, length, [=] { PushBack<Side>(length); });
     bench::Add("string_append_16", Side::name, length, [=] { Append<Side>(length); });
@@ -61,7 +61,7 @@ void AddSide() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  AddSide<Ours>();
-  AddSide<Std>();
+  AddStringSide<OwnString>();
+  AddStringSide<StdString>();
   return bench::Run(argc, argv);
 }

@@ -9,6 +9,26 @@ if(WIN32)
   set(ZUM_WIN32_DEFINITIONS WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
 endif()
 
+# zum_join(NAME)
+# The target's sources are compiled eight at a time, as one: headers, and what templates give, are most of a source's time.
+# What two of them have by one name in an unnamed namespace is then an error: it gets another name or, where each source
+# has its own on purpose, is listed here.
+function(zum_join name)
+  set(names "#define ZUM_NAME_(name, source) name##source\n#define ZUM_NAME(name, source) ZUM_NAME_(name, source)\n")
+  foreach(own kSourceFile kRepeatCount kDelay)
+    string(APPEND names "#define ${own} ZUM_NAME(${own}, ZUM_SOURCE)\n")
+  endforeach()
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8
+    UNITY_BUILD_UNIQUE_ID ZUM_SOURCE UNITY_BUILD_CODE_BEFORE_INCLUDE "${names}")
+endfunction()
+
+# zum_replaceable(SOURCE ...)
+# A program may define what these sources of a library define, and the linker then leaves them in the archive. So each is
+# an object of its own, joined with none.
+function(zum_replaceable)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
+
 # Has the jumps of code counted for the fuzzer, without its main function.
 set(ZUM_FUZZER_OPTION -fsanitize=fuzzer-no-link)
 
@@ -43,6 +63,9 @@ function(zum_library name)
   target_compile_options(${name} PRIVATE ${ZUM_COMPILE_OPTIONS})
   if(ZUM_BUILD_FUZZERS)
     zum_instrumented(${name})
+  endif()
+  if(ZUM_JOIN_PRODUCT)
+    zum_join(${name})
   endif()
   if(NOT WIN32)
     # The native program is given out, too. The check of buffers' sizes needs an optimised build.
@@ -85,6 +108,9 @@ function(zum_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${ZUM_TEST_COMPILE_OPTIONS})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} zum_test_support)
+  if(ZUM_JOIN_TESTS)
+    zum_join(${name})
+  endif()
   if(TARGET zum_test_pch)
     target_precompile_headers(${name} REUSE_FROM zum_test_pch)
   endif()

@@ -36,9 +36,9 @@ std::size_t Grown(std::size_t capacity, std::size_t size) {
   return (target + 2) / 2 * 2 - 1;
 }
 
-class Machine {
+class CompactStringMachine {
  public:
-  explicit Machine(FuzzedDataProvider& input) : m_input(input) {}
+  explicit CompactStringMachine(FuzzedDataProvider& input) : m_input(input) {}
 
   void Run() {
     while (m_input.remaining_bytes() > 0) {
@@ -197,7 +197,7 @@ class Machine {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider input(data, size);
   const std::size_t before = winapi::host::Live().heapBlocks;
-  Machine(input).Run();
+  CompactStringMachine(input).Run();
   Require(winapi::host::Live().heapBlocks == before, "all blocks are given back");
   return 0;
 }

@@ -93,7 +93,7 @@ void TakeValues(FuzzedDataProvider& input, Key& key) {
   for (int count = input.ConsumeIntegralInRange(0, 4); count > 0; --count) {
     const std::u16string name(input.PickValueInArray(kNames));
     const std::uint32_t type = input.PickValueInArray(kTypes);
-    key.values.try_emplace(Folded(name), Value{name, type, TakeData(input)});
+    key.values.try_emplace(Folded(name), StoredValue{name, type, TakeData(input)});
   }
 }
 

@@ -19,7 +19,7 @@ bool IsDenied(const Key& key, std::uint32_t rights) { return (key.denied & right
 
 // The text of a string: whole characters, without one zero at its end.
 std::optional<std::u16string> TextOf(const Key& key, std::u16string_view name) {
-  const Value* const value = FindValue(key, name);
+  const StoredValue* const value = FindValue(key, name);
   if (value == nullptr || value->type != kString) return std::nullopt;
   std::u16string text;
   for (std::size_t i = 0; i + 1 < value->data.size(); i += 2) {
@@ -32,8 +32,8 @@ std::optional<std::u16string> TextOf(const Key& key, std::u16string_view name) {
 // The system puts a zero behind a string that has none; an empty one stays.
 void SetText(Key& key, std::u16string_view name, std::u16string text) {
   if (!text.empty() && text.back() != u'\0') text += u'\0';
-  Value& value =
-      key.values.try_emplace(Folded(name), Value{std::u16string(name), 0, {}}).first->second;
+  StoredValue& value =
+      key.values.try_emplace(Folded(name), StoredValue{std::u16string(name), 0, {}}).first->second;
   value.type = kString;
   value.data = Utf16Bytes(text);
 }
@@ -162,7 +162,7 @@ const Key* FindKey(const Branch& branch, std::u16string_view path) {
   return found == branch.end() ? nullptr : &found->second;
 }
 
-const Value* FindValue(const Key& key, std::u16string_view name) {
+const StoredValue* FindValue(const Key& key, std::u16string_view name) {
   const auto found = key.values.find(Folded(name));
   return found == key.values.end() ? nullptr : &found->second;
 }

@@ -21,17 +21,17 @@ inline constexpr std::u16string_view kUserData =
 inline constexpr std::u16string_view kClasses =
     u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes\\Installer\\Products";
 
-struct Value {
+struct StoredValue {
   std::u16string name;
   std::uint32_t type = 0;
   std::vector<std::uint8_t> data;
-  bool operator==(const Value&) const = default;
+  bool operator==(const StoredValue&) const = default;
 };
 
 struct Key {
-  std::u16string path;                  // as it is spelled
-  std::map<std::string, Value> values;  // by folded name
-  std::uint32_t denied = 0;             // rights that an open doesn't get
+  std::u16string path;                        // as it is spelled
+  std::map<std::string, StoredValue> values;  // by folded name
+  std::uint32_t denied = 0;                   // rights that an open doesn't get
 };
 
 // By folded path, which is the order of enumeration among the keys of one key.
@@ -43,7 +43,7 @@ using Branch = std::map<std::string, Key>;
 [[nodiscard]] std::string Folded(std::u16string_view text);
 // Null when there is none.
 [[nodiscard]] const Key* FindKey(const Branch& branch, std::u16string_view path);
-[[nodiscard]] const Value* FindValue(const Key& key, std::u16string_view name);
+[[nodiscard]] const StoredValue* FindValue(const Key& key, std::u16string_view name);
 // In the order of enumeration, as they are spelled.
 [[nodiscard]] std::vector<std::u16string> SubKeys(const Branch& branch, std::u16string_view path);
 

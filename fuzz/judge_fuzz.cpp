@@ -87,7 +87,7 @@ std::u16string TextBeforeZero(const zum_rehearse::Value& value) {
 }
 
 std::optional<zum_rehearse::Value> ValueOf(const fuzz::Key* key, std::u16string_view name) {
-  const fuzz::Value* const value = IsReadable(key) ? fuzz::FindValue(*key, name) : nullptr;
+  const fuzz::StoredValue* const value = IsReadable(key) ? fuzz::FindValue(*key, name) : nullptr;
   if (value == nullptr) return std::nullopt;
   return zum_rehearse::Value{value->type, value->data};
 }

@@ -83,7 +83,7 @@ class Speller {
     return quoted + u"\"";
   }
 
-  void SpellValue(const fuzz::Value& value) {
+  void SpellValue(const fuzz::StoredValue& value) {
     std::u16string name = Quoted(value.name, /*escapes=*/true);
     if (value.name.empty() && Chance()) name = u"@";
     if (Chance()) Line(name + Pick({u"=-", u"=\"wrong\"", u"=hex(7):01,02"}));
@@ -93,7 +93,7 @@ class Speller {
     End();
   }
 
-  bool SpellText(const fuzz::Value& value) {
+  bool SpellText(const fuzz::StoredValue& value) {
     const std::size_t size = value.data.size();
     const bool isText = value.type == 1 && size >= 2 && size % 2 == 0 &&
                         value.data[size - 1] == 0 && value.data[size - 2] == 0;
@@ -106,7 +106,7 @@ class Speller {
     return true;
   }
 
-  bool SpellNumber(const fuzz::Value& value) {
+  bool SpellNumber(const fuzz::StoredValue& value) {
     if (value.type != 4 || value.data.size() != 4 || Chance()) return false;
     m_text += u"dword:" + Pick({u"", u" "});
     bool leads = Chance();
@@ -124,7 +124,7 @@ class Speller {
     m_text += digits[byte & 0xF];
   }
 
-  void SpellBytes(const fuzz::Value& value) {
+  void SpellBytes(const fuzz::StoredValue& value) {
     if (value.type == 3 && Chance()) {
       m_text += u"hex:";
     } else {
@@ -168,7 +168,7 @@ std::size_t Check(const host::RegistryKey& found, const std::u16string& path,
   if (expected == nullptr) return 0;
   fuzz::Require(found.Values().size() == expected->values.size(), "a key has the file's values");
   for (const auto& value : found.Values()) {
-    const fuzz::Value* const wanted = fuzz::FindValue(*expected, value.name);
+    const fuzz::StoredValue* const wanted = fuzz::FindValue(*expected, value.name);
     fuzz::Require(wanted != nullptr && wanted->type == value.type && wanted->data == value.data,
                   "a value is the file's");
   }

@@ -40,13 +40,13 @@ struct Memory {
 };
 
 template <typename CharT>
-class Machine {
+class StringMachine {
  public:
   using String = oru::basic_string_t<CharT>;
   using Model = std::basic_string<CharT>;
   using View = std::basic_string_view<CharT>;
 
-  Machine(FuzzedDataProvider& input, Memory& memory)
+  StringMachine(FuzzedDataProvider& input, Memory& memory)
       : m_input(input), m_memory(memory), m_own{Own(0), Own(1), Own(2)} {}
 
   void Run() {
@@ -389,9 +389,9 @@ class Machine {
 };
 
 template <typename CharT>
-void RunMachine(FuzzedDataProvider& input) {
+void RunStringMachine(FuzzedDataProvider& input) {
   Memory memory;
-  Machine<CharT>(input, memory).Run();
+  StringMachine<CharT>(input, memory).Run();
   Require(memory.first.live.empty() && memory.second.live.empty(), "all blocks are given back");
   Require(memory.first.strangeFrees == 0 && memory.second.strangeFrees == 0,
           "each block is given back to where it came from, once");
@@ -405,9 +405,9 @@ void RunMachine(FuzzedDataProvider& input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider input(data, size);
   if (input.ConsumeBool()) {
-    RunMachine<char>(input);
+    RunStringMachine<char>(input);
   } else {
-    RunMachine<char16_t>(input);
+    RunStringMachine<char16_t>(input);
   }
   return 0;
 }

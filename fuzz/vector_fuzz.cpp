@@ -68,9 +68,10 @@ std::size_t Grown(std::size_t capacity, std::size_t size, std::size_t n) {
   return std::max<std::size_t>(size >= n ? size * 2 : size + n, 4);
 }
 
-class Machine {
+class VectorMachine {
  public:
-  Machine(FuzzedDataProvider& input, tests::TestAllocator& first, tests::TestAllocator& second)
+  VectorMachine(FuzzedDataProvider& input, tests::TestAllocator& first,
+                tests::TestAllocator& second)
       : m_input(input), m_first(first), m_second(second), m_own{Own(first), Own(second)} {}
 
   void Run() {
@@ -273,7 +274,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FuzzedDataProvider input(data, size);
   tests::TestAllocator first;
   tests::TestAllocator second;
-  Machine(input, first, second).Run();
+  VectorMachine(input, first, second).Run();
   Require(Element::live == 0, "all elements are destroyed");
   Require(first.live.empty() && second.live.empty(), "all blocks are given back");
   Require(first.strangeFrees == 0 && second.strangeFrees == 0,

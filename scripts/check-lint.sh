@@ -9,14 +9,15 @@
 set -u
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 
-# lint PRESET LIST [ARGUMENT ...]: by the compile commands of a build, which is configured and needn't be built; LIST has a
-# file a line. What follows is looked at whatever is found.
+# lint PRESET LIST [ARGUMENT ...]: by the compile commands of a build of its own, which is only configured, so that each
+# source has its command; LIST has a file a line. What follows is looked at whatever is found.
 status=0
 lint() {
     local preset=$1
     shift
-    cmake --preset "$preset" >/dev/null || die "configuring failed"
-    python3 scripts/lib/lint.py "build/$preset" "$@" || status=1
+    cmake --preset "$preset" -B "build/lint/$preset" -DZUM_JOIN_TESTS=OFF -DZUM_JOIN_PRODUCT=OFF >/dev/null ||
+        die "configuring failed"
+    python3 scripts/lib/lint.py "build/lint/$preset" "$@" || status=1
 }
 
 work=$(mktemp -d) && trap 'rm -rf "$work"' EXIT

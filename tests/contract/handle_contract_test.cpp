@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "tests/support/seam_error.h"
 #include "winapi/errors.h"
 #include "winapi/handles.h"
 #include "winapi/memory.h"
@@ -14,7 +15,7 @@
 
 namespace {
 
-constexpr winapi::Error kUntouched = 0xABCD;
+using tests::kUntouchedError;
 const auto kNoHandle = reinterpret_cast<winapi::Handle>(std::uintptr_t{0xDEAD0});
 const auto kOwnThread = reinterpret_cast<winapi::Handle>(std::intptr_t{-2});
 
@@ -55,7 +56,7 @@ TEST(WaitForSingleObjectContract, RefusesWhatIsNotOpen) {
   const winapi::Handle closed = MakeEvent(true);
   ASSERT_NE(0, winapi::CloseHandle(closed));
   for (const winapi::Handle handle : {winapi::Handle{nullptr}, kNoHandle, closed}) {
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(winapi::kWaitFailed, winapi::WaitForSingleObjectEx(handle, 0, 0));
     EXPECT_EQ(winapi::kErrorInvalidHandle, winapi::GetLastError());
   }
@@ -63,16 +64,16 @@ TEST(WaitForSingleObjectContract, RefusesWhatIsNotOpen) {
 
 TEST(CloseHandleContract, ClosesOnce) {
   const winapi::Handle event = MakeEvent(true);
-  winapi::SetLastError(kUntouched);
+  winapi::SetLastError(kUntouchedError);
   EXPECT_NE(0, winapi::CloseHandle(event));
-  EXPECT_EQ(kUntouched, winapi::GetLastError());
+  EXPECT_EQ(kUntouchedError, winapi::GetLastError());
   EXPECT_EQ(0, winapi::CloseHandle(event));
   EXPECT_EQ(winapi::kErrorInvalidHandle, winapi::GetLastError());
 }
 
 TEST(CloseHandleContract, RefusesWhatIsNoHandle) {
   for (const winapi::Handle handle : {winapi::Handle{nullptr}, kNoHandle}) {
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(0, winapi::CloseHandle(handle));
     EXPECT_EQ(winapi::kErrorInvalidHandle, winapi::GetLastError());
   }

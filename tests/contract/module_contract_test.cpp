@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tests/support/answers.h"
+#include "tests/support/seam_error.h"
 #include "winapi/errors.h"
 #include "winapi/modules.h"
 
@@ -11,10 +12,10 @@ namespace {
 
 using tests::Answers;
 using tests::kHost;
+using tests::kUntouchedError;
 using tests::kWindows;
 using tests::kWine;
 
-constexpr winapi::Error kUntouched = 0xABCD;
 const auto kNoModule = reinterpret_cast<winapi::Module>(std::uintptr_t{0x123450});
 
 winapi::Module Kernel32() { return winapi::GetModuleHandleW(u"kernel32.dll"); }
@@ -34,7 +35,7 @@ TEST(LoadLibraryContract, NothingThere) {
   for (const char16_t* name :
        {u"no-such.dll", u"", u"kernel32.", u"C:\\windows\\system32\\no-such.dll",
         u"C:\\no-such\\kernel32.dll"}) {
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(nullptr, winapi::LoadLibraryW(name));
     EXPECT_EQ(winapi::kErrorModuleNotFound, winapi::GetLastError());
   }
@@ -70,7 +71,7 @@ TEST(GetModuleHandleContract, TakesAnEightBitName) {
   EXPECT_EQ(Kernel32(), winapi::GetModuleHandleA("kernel32.dll"));
   EXPECT_EQ(Kernel32(), winapi::GetModuleHandleA("KERNEL32"));
   EXPECT_EQ(winapi::GetModuleHandleW(nullptr), winapi::GetModuleHandleA(nullptr));
-  winapi::SetLastError(kUntouched);
+  winapi::SetLastError(kUntouchedError);
   EXPECT_EQ(nullptr, winapi::GetModuleHandleA("no-such.dll"));
   EXPECT_EQ(winapi::kErrorModuleNotFound, winapi::GetLastError());
 }
@@ -83,7 +84,7 @@ TEST(GetModuleHandleContract, NullIsTheProgram) {
 
 TEST(GetModuleHandleContract, NothingThere) {
   for (const char16_t* name : {u"no-such.dll", u"", u"kernel32."}) {
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(nullptr, winapi::GetModuleHandleW(name));
     EXPECT_EQ(winapi::kErrorModuleNotFound, winapi::GetLastError());
   }
@@ -148,7 +149,7 @@ TEST(GetProcAddressContract, RegOpenKeyTransacted) {
 
 TEST(GetProcAddressContract, NothingThere) {
   for (const char* name : {"NoSuchFunction", "setdefaultdlldirectories", ""}) {
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(nullptr, winapi::GetProcAddress(Kernel32(), name)) << name;
     EXPECT_EQ(winapi::kErrorProcedureNotFound, winapi::GetLastError()) << name;
   }
@@ -169,7 +170,7 @@ TEST(SetDefaultDllDirectoriesContract, TakesTheSearchFlagsOnly) {
     EXPECT_NE(0, set(flags)) << flags;
   }
   for (const winapi::Dword flags : {0u, 8u, 0x100u, 0x801u, 0x900u, 0x2000u, 0x40000u}) {
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(0, set(flags)) << flags;
     EXPECT_EQ(winapi::kErrorInvalidParameter, winapi::GetLastError()) << flags;
   }

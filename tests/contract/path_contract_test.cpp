@@ -7,6 +7,7 @@
 
 #include "tests/support/answers.h"
 #include "tests/support/current_directory.h"
+#include "tests/support/seam_error.h"
 #include "tests/support/temporary_folder.h"
 #include "winapi/errors.h"
 #include "winapi/files.h"
@@ -16,10 +17,9 @@ namespace {
 
 using tests::Answers;
 using tests::kHost;
+using tests::kUntouchedError;
 using tests::kWindows;
 using tests::kWine;
-
-constexpr winapi::Error kUntouched = 0xABCD;
 
 using Operation = std::function<winapi::Dword(winapi::Dword size, char16_t* buffer)>;
 
@@ -138,13 +138,13 @@ TEST(PathContract, FullPaths) {
 TEST(PathContract, FullPathOfNothing) {
   for (const std::u16string path : {u"", u" "}) {
     char16_t buffer[300] = {u'?'};
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(0u, winapi::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr));
     EXPECT_EQ(0u, winapi::GetFullPathNameW(path.c_str(), 300, buffer, nullptr));
     EXPECT_ANSWER(path.empty() ? "last error for no character, 43981 before"
                                : "last error for a blank, 43981 before",
                   Answers(123u, kHost | kWindows)
-                      .Or(kUntouched, kWine, "sets no last error for an empty path"),
+                      .Or(kUntouchedError, kWine, "sets no last error for an empty path"),
                   winapi::GetLastError());
     EXPECT_EQ(u'?', buffer[0]);
   }
@@ -203,7 +203,7 @@ class TemporaryVariable {
 TEST(PathContract, TheTemporaryDirectoryIsNotMade) {
   const TemporaryVariable variable("C:\\zum none");
   EXPECT_EQ(u"C:\\zum none\\", TempPath());
-  winapi::SetLastError(kUntouched);
+  winapi::SetLastError(kUntouchedError);
   EXPECT_EQ(winapi::kInvalidFileAttributes, winapi::GetFileAttributesW(u"C:\\zum none"));
   EXPECT_EQ(2u, winapi::GetLastError());
 }

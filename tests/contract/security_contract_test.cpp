@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tests/support/answers.h"
+#include "tests/support/seam_error.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unix_shell.h"
 #include "winapi/errors.h"
@@ -17,12 +18,11 @@ namespace {
 
 using tests::Answers;
 using tests::kHost;
+using tests::kUntouchedError;
 using tests::kWindows;
 using tests::kWine;
 
 using Bytes = std::vector<std::uint8_t>;
-
-constexpr winapi::Error kUntouched = 0xABCD;
 
 // S-1-5-18, S-1-5-21-1-2-3-1000 and S-1-16-8192.
 const Bytes kSystemSid = {1, 1, 0, 0, 0, 0, 0, 5, 18, 0, 0, 0};
@@ -32,7 +32,7 @@ const Bytes kLabelSid = {1, 1, 0, 0, 0, 0, 0, 16, 0, 0x20, 0, 0};
 
 template <class Operation>
 winapi::Error ErrorOf(Operation operation) {
-  winapi::SetLastError(kUntouched);
+  winapi::SetLastError(kUntouchedError);
   return operation() != 0 ? 0 : winapi::GetLastError();
 }
 

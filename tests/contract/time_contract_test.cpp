@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "tests/support/answers.h"
+#include "tests/support/seam_error.h"
 #include "winapi/errors.h"
 #include "winapi/modules.h"
 #include "winapi/time.h"
@@ -12,13 +13,12 @@ namespace {
 
 using tests::Answers;
 using tests::kHost;
+using tests::kUntouchedError;
 using tests::kWindows;
 using tests::kWine;
 
 using winapi::FileTime;
 using winapi::SystemTime;
-
-constexpr winapi::Error kUntouched = 0xABCD;
 
 FileTime FromTicks(std::uint64_t ticks) {
   return {.dwLowDateTime = static_cast<winapi::Dword>(ticks & 0xFFFFFFFF),
@@ -90,7 +90,7 @@ TEST(FileTimeToSystemTimeContract, RefusesNegativeNumbers) {
     SCOPED_TRACE(ticks);
     const FileTime fileTime = FromTicks(ticks);
     SystemTime time{1, 2, 3, 4, 5, 6, 7, 8};
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(0, winapi::FileTimeToSystemTime(&fileTime, &time));
     EXPECT_EQ(winapi::kErrorInvalidParameter, winapi::GetLastError());
     ExpectSame({1, 2, 3, 4, 5, 6, 7, 8}, time);
@@ -131,7 +131,7 @@ TEST(SystemTimeToFileTimeContract, RefusesWhatIsNoDateOrTime) {
   for (const Case& refused : kCases) {
     SCOPED_TRACE(refused.name);
     FileTime fileTime = FromTicks(42);
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_ANSWER(refused.name, 0, winapi::SystemTimeToFileTime(&refused.time, &fileTime));
     EXPECT_EQ(winapi::kErrorInvalidParameter, winapi::GetLastError());
     EXPECT_EQ(42u, ToTicks(fileTime));

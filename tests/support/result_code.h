@@ -13,6 +13,9 @@ namespace tests {
   return static_cast<std::uint32_t>(rc);
 }
 
+// Of an argument that a caller mustn't give.
+inline constexpr std::uint32_t kInvalidArgument = 0x80000046;
+
 }  // namespace tests
 
 #endif  // TESTS_SUPPORT_RESULT_CODE_H_

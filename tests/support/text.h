@@ -9,7 +9,14 @@
 #include <string_view>
 #include <vector>
 
+#include "oru/rtl/string.h"
+
 namespace tests {
+
+// A text of the product in the library's form, which tests print.
+[[nodiscard]] inline std::u16string Text(const oru::String16& text) {
+  return std::u16string(text.view());
+}
 
 // ASCII text in 8 bits; of any other character the low byte.
 [[nodiscard]] inline std::string Narrow(std::u16string_view text) {

@@ -10,6 +10,10 @@
 
 namespace tests {
 
+inline constexpr std::uint32_t kFileNotFound = 0x80010102;
+inline constexpr std::uint32_t kPathNotFound = 0x80010103;
+inline constexpr std::uint32_t kAlreadyExists = 0x80010105;
+
 // Expects this very failure of an action, with no message unless one is named.
 inline void ExpectFailure(std::uint32_t code, const std::function<void()>& action,
                           std::u16string_view message = {}) {

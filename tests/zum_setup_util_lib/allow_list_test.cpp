@@ -15,13 +15,12 @@ namespace {
 
 using tests::CommandOutcome;
 using tests::InstalledTracer;
+using tests::kNotAllowed;
+using tests::kSilentMissing;
 using tests::MakeCommand;
 using tests::Narrow;
 using tests::TraceRecords;
 using tests::Words;
-
-constexpr std::uint32_t kSilentMissing = 0xA1780004;
-constexpr std::uint32_t kNotAllowed = 0xA1780009;
 
 // --- The allow list: by beginning, and case counts. Each entry exact, shorter, longer, in other
 // case.

@@ -15,6 +15,11 @@ namespace tests {
 
 using Words = std::vector<std::u16string>;
 
+inline constexpr std::uint32_t kSilentMissing = 0xA1780004;
+inline constexpr std::uint32_t kNotAllowed = 0xA1780009;
+
+inline const std::u16string kGuid = u"{12345678-1234-1234-1234-1234567890ab}";
+
 // What came of a list: the command, or the code and message of what was thrown.
 struct CommandOutcome {
   std::unique_ptr<correct_setup::ICommandMsi> command;

@@ -8,6 +8,7 @@
 
 #include "oru/rtl/exception.h"
 #include "tests/support/expected_failure.h"
+#include "tests/support/result_code.h"
 #include "tests/support/vtable_slot.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "zum_setup_util_lib/commands_msi.h"
@@ -16,13 +17,11 @@ namespace {
 
 using correct_setup::ICommandMsi;
 using tests::CommandOutcome;
+using tests::kGuid;
+using tests::kInvalidArgument;
 using tests::MakeCommand;
 using tests::Narrow;
 using tests::Words;
-
-constexpr std::uint32_t kInvalidArgument = 0x80000046;
-
-const std::u16string kGuid = u"{12345678-1234-1234-1234-1234567890ab}";
 
 // The destructor takes the first two slots of this ABI, or one where that is Windows' own.
 TEST(CommandMsi, SlotsAreInTheOrderOfDeclaration) {

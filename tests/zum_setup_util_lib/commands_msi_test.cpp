@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/result_code.h"
 #include "tests/zum_setup_util_lib/command_line_forms.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
 
@@ -15,18 +16,18 @@ namespace {
 
 using tests::CommandOutcome;
 using tests::InstalledTracer;
+using tests::kGuid;
+using tests::kInvalidArgument;
+using tests::kNotAllowed;
+using tests::kSilentMissing;
 using tests::MakeCommand;
 using tests::Narrow;
 using tests::TraceRecords;
 using tests::Words;
 
-constexpr std::uint32_t kSilentMissing = 0xA1780004;
-constexpr std::uint32_t kNotAllowed = 0xA1780009;
 constexpr std::uint32_t kOperationInvalid = 0xA178000A;
 constexpr std::uint32_t kGuidInvalid = 0xA178000B;
-constexpr std::uint32_t kInvalidArgument = 0x80000046;
 
-const std::u16string kGuid = u"{12345678-1234-1234-1234-1234567890ab}";
 const std::u16string kSilentPrefix =
     u"[correct_setup::`anonymous-namespace'::CheckSilentArguments] ";
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/support/directory_tree.h"
+#include "tests/support/result_code.h"
 #include "tests/support/text.h"
 #include "tests/zum_setup_util_lib/action_failure.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
@@ -18,12 +19,11 @@ namespace {
 using tests::DirectoryTree;
 using tests::ExpectFailure;
 using tests::InstalledTracer;
+using tests::kAlreadyExists;
+using tests::kFileNotFound;
+using tests::kInvalidArgument;
+using tests::kPathNotFound;
 using tests::Narrow;
-
-constexpr std::uint32_t kInvalidArgument = 0x80000046;
-constexpr std::uint32_t kFileNotFound = 0x80010102;
-constexpr std::uint32_t kPathNotFound = 0x80010103;
-constexpr std::uint32_t kAlreadyExists = 0x80010105;
 
 // What is traced of an action: before its call, so that a failed one has its record too.
 tests::TraceRecords CopyRecord(const std::u16string& from, const std::u16string& to) {

@@ -37,7 +37,7 @@ Listing ListAll(IFilesystemIterator& objects) {
   return listing;
 }
 
-Listing List(const std::u16string& from) { return ListAll(*CreateFilesystemIterator(from)); }
+Listing EntriesOf(const std::u16string& from) { return ListAll(*CreateFilesystemIterator(from)); }
 
 void ExpectNoState(const IFilesystemIterator& objects) {
   tests::ExpectFailureOf(
@@ -64,15 +64,15 @@ TEST(FilesystemIterator, GivesFilesAndDirectoriesOfTheOneDirectory) {
   tree.MakeDirectory(u"sub");
   tree.Write(u"sub/inner.txt");
   tree.MakeDirectory(u"sub/deeper");
-  EXPECT_EQ(List(tree.Windows()),
+  EXPECT_EQ(EntriesOf(tree.Windows()),
             (Listing{{u"a.msi", kFile}, {u"empty", kFile}, {u"sub", kDirectory}}));
 }
 
 TEST(FilesystemIterator, TrailingSeparatorMakesNoDifference) {
   const DirectoryTree tree;
   tree.Write(u"a.msi");
-  EXPECT_EQ(List(tree.Windows() + u"\\"), (Listing{{u"a.msi", kFile}}));
-  EXPECT_EQ(List(tree.Windows() + u"/"), (Listing{{u"a.msi", kFile}}));
+  EXPECT_EQ(EntriesOf(tree.Windows() + u"\\"), (Listing{{u"a.msi", kFile}}));
+  EXPECT_EQ(EntriesOf(tree.Windows() + u"/"), (Listing{{u"a.msi", kFile}}));
 }
 
 TEST(FilesystemIterator, EmptyDirectoryEndsAtOnce) {
@@ -99,7 +99,7 @@ TEST(FilesystemIterator, EmptyPathIsLikeAnEmptyDirectory) {
 TEST(FilesystemIterator, FileIsLikeAnEmptyDirectory) {
   const DirectoryTree tree;
   tree.Write(u"a.msi");
-  EXPECT_EQ(List(tree.Windows(u"a.msi")), Listing());
+  EXPECT_EQ(EntriesOf(tree.Windows(u"a.msi")), Listing());
 }
 
 // Nothing touches the disk before the first step.
@@ -171,7 +171,7 @@ TEST(FilesystemIterator, NamesThatBeginWithADotAreYielded) {
   tree.Write(u".hidden");
   tree.Write(u"..twice");
   tree.MakeDirectory(u".cache");
-  EXPECT_EQ(List(tree.Windows()),
+  EXPECT_EQ(EntriesOf(tree.Windows()),
             (Listing{{u".hidden", kFile}, {u"..twice", kFile}, {u".cache", kDirectory}}));
 }
 
@@ -183,13 +183,13 @@ TEST(FilesystemIterator, FileNamesOfAnyAlphabetAreKept) {
                          {u"gr\u00FCn.msi", kFile},
                          {u"\xD83D\xDE00.msi", kFile}};
   for (const auto& [name, type] : names) tree.Write(name);
-  EXPECT_EQ(List(tree.Windows()), names);
+  EXPECT_EQ(EntriesOf(tree.Windows()), names);
 }
 
 TEST(FilesystemIterator, DirectoryNamesBelow256AreKept) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"gr\u00FCn \u00FF");
-  EXPECT_EQ(List(tree.Windows()), (Listing{{u"gr\u00FCn \u00FF", kDirectory}}));
+  EXPECT_EQ(EntriesOf(tree.Windows()), (Listing{{u"gr\u00FCn \u00FF", kDirectory}}));
 }
 
 // The directory's name is put to the test in 8-bit form, which doesn't exist here.
@@ -221,8 +221,9 @@ TEST(FilesystemIterator, DirectoryNameOfAPairCountsByItsLowBits) {
   tree.MakeDirectory(u"\xD800\xDC2E");
   tree.MakeDirectory(u"\xD800\xDC2E\xD800\xDC2E");
   tree.MakeDirectory(u"\xD800\xDC2E\xD800\xDC2E\xD800\xDC2E");
-  EXPECT_EQ(List(tree.Windows()), (Listing{{u"\xD800\xDC41", kDirectory},
-                                           {u"\xD800\xDC2E\xD800\xDC2E\xD800\xDC2E", kDirectory}}));
+  EXPECT_EQ(EntriesOf(tree.Windows()),
+            (Listing{{u"\xD800\xDC41", kDirectory},
+                     {u"\xD800\xDC2E\xD800\xDC2E\xD800\xDC2E", kDirectory}}));
 }
 
 // The directory that ended it isn't met again.
@@ -289,7 +290,7 @@ TEST(FilesystemIterator, LinksAmongOtherEntriesArePassedOver) {
   tree.MakeDirectory(u"a");
   tree.Write(u"z");
   tree.MakeLink(u"a", u"link");
-  EXPECT_EQ(List(tree.Windows()), (Listing{{u"a", kDirectory}, {u"z", kFile}}));
+  EXPECT_EQ(EntriesOf(tree.Windows()), (Listing{{u"a", kDirectory}, {u"z", kFile}}));
 }
 
 TEST(FilesystemIterator, ForeignIteratorsAreIndependent) {

@@ -22,13 +22,13 @@ namespace {
 
 using Records = tests::TraceRecords;
 
-constexpr char kPrefix[] = "setup\t[correct_setup::helpers::TryExecuteWithRepeat] ";
+constexpr char kRepeatPrefix[] = "setup\t[correct_setup::helpers::TryExecuteWithRepeat] ";
 
 std::pair<std::uint32_t, std::string> Failure(const std::string& what) {
-  return {300, kPrefix + what};
+  return {300, kRepeatPrefix + what};
 }
 std::pair<std::uint32_t, std::string> Repeat(int count, int limit) {
-  return {700, kPrefix + ("try repeat execution: count " + std::to_string(count)) + ":" +
+  return {700, kRepeatPrefix + ("try repeat execution: count " + std::to_string(count)) + ":" +
                    std::to_string(limit)};
 }
 

@@ -151,32 +151,33 @@ std::vector<std::string> ArgumentsOf(std::string_view operation, std::string_vie
 
 // What each call is given, with the user's identifier of 28 bytes and the label's of 12.
 TEST(SecureDirectory, CallsAreGivenWhatTheyShouldBe) {
-  using Values = std::vector<std::string>;
+  using Written = std::vector<std::string>;
   const DirectoryTree tree;
   SetToken(true);
   host::StartCallLog();
   host::ClearCallLog();
   actions::CreateSecureDirectory(tree.Windows(u"drop"));
-  EXPECT_EQ(ArgumentsOf("OpenProcessToken", "access"), Values{"0x8"});
-  EXPECT_EQ(ArgumentsOf("GetTokenInformation", "informationClass"), (Values{"1", "1", "25", "25"}));
+  EXPECT_EQ(ArgumentsOf("OpenProcessToken", "access"), Written{"0x8"});
+  EXPECT_EQ(ArgumentsOf("GetTokenInformation", "informationClass"),
+            (Written{"1", "1", "25", "25"}));
   EXPECT_EQ(ArgumentsOf("GetTokenInformation", "length"),
-            (Values{"0", std::to_string(sizeof(winapi::TokenUser) + 28), "0",
-                    std::to_string(sizeof(winapi::TokenMandatoryLabel) + 12)}));
-  EXPECT_EQ(ArgumentsOf("CreateWellKnownSid", "type"), Values{"22"});
-  EXPECT_EQ(ArgumentsOf("CreateWellKnownSid", "domain"), Values{"0x0"});
-  EXPECT_EQ(ArgumentsOf("CreateWellKnownSid", "size"), Values{"12"});
-  EXPECT_EQ(ArgumentsOf("InitializeAcl", "size"), (Values{"72", "28"}));
-  EXPECT_EQ(ArgumentsOf("InitializeAcl", "revision"), (Values{"2", "2"}));
-  EXPECT_EQ(ArgumentsOf("AddAccessAllowedAce", "revision"), (Values{"2", "2"}));
-  EXPECT_EQ(ArgumentsOf("AddAccessAllowedAce", "mask"), (Values{"0x10000000", "0x10000000"}));
-  EXPECT_EQ(ArgumentsOf("GetModuleHandleA", "name"), Values{"advapi32"});
-  EXPECT_EQ(ArgumentsOf("GetProcAddress", "name"), Values{"AddMandatoryAce"});
-  EXPECT_EQ(ArgumentsOf("AddMandatoryAce", "revision"), Values{"2"});
-  EXPECT_EQ(ArgumentsOf("AddMandatoryAce", "aceFlags"), Values{"0x0"});
-  EXPECT_EQ(ArgumentsOf("InitializeSecurityDescriptor", "revision"), Values{"1"});
+            (Written{"0", std::to_string(sizeof(winapi::TokenUser) + 28), "0",
+                     std::to_string(sizeof(winapi::TokenMandatoryLabel) + 12)}));
+  EXPECT_EQ(ArgumentsOf("CreateWellKnownSid", "type"), Written{"22"});
+  EXPECT_EQ(ArgumentsOf("CreateWellKnownSid", "domain"), Written{"0x0"});
+  EXPECT_EQ(ArgumentsOf("CreateWellKnownSid", "size"), Written{"12"});
+  EXPECT_EQ(ArgumentsOf("InitializeAcl", "size"), (Written{"72", "28"}));
+  EXPECT_EQ(ArgumentsOf("InitializeAcl", "revision"), (Written{"2", "2"}));
+  EXPECT_EQ(ArgumentsOf("AddAccessAllowedAce", "revision"), (Written{"2", "2"}));
+  EXPECT_EQ(ArgumentsOf("AddAccessAllowedAce", "mask"), (Written{"0x10000000", "0x10000000"}));
+  EXPECT_EQ(ArgumentsOf("GetModuleHandleA", "name"), Written{"advapi32"});
+  EXPECT_EQ(ArgumentsOf("GetProcAddress", "name"), Written{"AddMandatoryAce"});
+  EXPECT_EQ(ArgumentsOf("AddMandatoryAce", "revision"), Written{"2"});
+  EXPECT_EQ(ArgumentsOf("AddMandatoryAce", "aceFlags"), Written{"0x0"});
+  EXPECT_EQ(ArgumentsOf("InitializeSecurityDescriptor", "revision"), Written{"1"});
   for (const char* operation : {"SetSecurityDescriptorDacl", "SetSecurityDescriptorSacl"}) {
-    EXPECT_EQ(ArgumentsOf(operation, "present"), Values{"1"}) << operation;
-    EXPECT_EQ(ArgumentsOf(operation, "defaulted"), Values{"0"}) << operation;
+    EXPECT_EQ(ArgumentsOf(operation, "present"), Written{"1"}) << operation;
+    EXPECT_EQ(ArgumentsOf(operation, "defaulted"), Written{"0"}) << operation;
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include "platform/util/windows/system_error.h"
 #include "tests/support/directory_tree.h"
+#include "tests/support/result_code.h"
 #include "tests/support/text.h"
 #include "tests/zum_setup_util_lib/action_failure.h"
 #include "tests/zum_setup_util_lib/installed_tracer.h"
@@ -19,11 +20,11 @@ namespace {
 using tests::DirectoryTree;
 using tests::ExpectFailure;
 using tests::InstalledTracer;
+using tests::kAlreadyExists;
+using tests::kInvalidArgument;
+using tests::kPathNotFound;
 using tests::Narrow;
 
-constexpr std::uint32_t kInvalidArgument = 0x80000046;
-constexpr std::uint32_t kPathNotFound = 0x80010103;
-constexpr std::uint32_t kAlreadyExists = 0x80010105;
 constexpr char kSourceFile[] = "zum_setup_util_lib/filesystem_actions";
 
 TEST(CreateSecureDirectory, MakesADirectoryOfTheProcess) {

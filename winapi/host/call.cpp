@@ -30,7 +30,7 @@ struct PlannedFault {
   }
 };
 
-struct State {
+struct CallState {
   std::mutex mutex;  // the product may call from several threads though a test reads from one
   std::vector<CallRecord> log;
   std::vector<PlannedFault> faults;
@@ -40,8 +40,8 @@ struct State {
 
 // On the heap and never freed, as all state of the host: static objects of the product still call
 // the seam while theirs are destroyed, in an order that nobody settles.
-State& TheState() {
-  static State& state = *new State;
+CallState& TheCallState() {
+  static CallState& state = *new CallState;
   return state;
 }
 
@@ -92,7 +92,7 @@ std::string HexadecimalPairs(const void* data, std::size_t bytes) {
 // began; arguments come to it by its index, since the log may grow meanwhile.
 std::size_t StartRecord(std::string_view operation) {
   if (!logIsOn) return kNotLogged;
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   state.log.push_back({.operation = std::string(operation), .arguments = {}});
   loggedCalls = state.log.size();
@@ -116,7 +116,7 @@ Call::Call(std::string_view operation) noexcept
     : m_operation(operation), m_logIndex(StartRecord(operation)) {}
 
 Call& Call::Add(std::string_view name, std::string value) {
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   if (m_logIndex < state.log.size()) {  // a script may have cleared the log meanwhile
     state.log[m_logIndex].arguments.emplace_back(name, std::move(value));
@@ -153,7 +153,7 @@ Call& Call::Data(std::string_view name, const void* data, std::size_t bytes) {
 
 // Each plan counts the call, the one behind a hit too: plans don't see each other.
 std::optional<Error> Call::Fault() {
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   ++state.fallibleCalls;
   std::optional<Error> error;
@@ -185,7 +185,7 @@ void StopCallLog() {
 
 void ClearCallLog() {
   const SeamMark mark;
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   state.log.clear();
   loggedCalls = 0;
@@ -193,7 +193,7 @@ void ClearCallLog() {
 
 const std::vector<CallRecord>& CallLog() {
   const SeamMark mark;
-  return TheState().log;
+  return TheCallState().log;
 }
 
 std::vector<CallRecord> CallsOf(std::string_view operation) {
@@ -206,14 +206,14 @@ std::vector<CallRecord> CallsOf(std::string_view operation) {
 
 void FailCall(std::string_view operation, std::size_t nth, Error error, Repeat repeat) {
   const SeamMark mark;
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   state.faults.push_back({std::string(operation), nth, error, repeat});
 }
 
 void FailAnyCall(std::size_t nth, Error error, Repeat repeat) {
   const SeamMark mark;
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   std::erase_if(state.faults, [](const PlannedFault& fault) { return fault.operation.empty(); });
   state.faults.push_back({std::string(), nth, error, repeat});
@@ -222,7 +222,7 @@ void FailAnyCall(std::size_t nth, Error error, Repeat repeat) {
 
 void ClearFaults() {
   const SeamMark mark;
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   state.faults.clear();
   state.fallibleCalls = 0;
@@ -232,14 +232,14 @@ void ClearFaults() {
 
 std::size_t FallibleCallCount() {
   const SeamMark mark;
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   return state.fallibleCalls;
 }
 
 std::size_t InjectedFaultCount() {
   const SeamMark mark;
-  State& state = TheState();
+  CallState& state = TheCallState();
   const std::lock_guard lock(state.mutex);
   return state.injectedFaults;
 }

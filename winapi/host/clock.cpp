@@ -13,20 +13,20 @@ namespace {
 
 // Sleeps are kept though the clock may run: a test wants to know that the product waits, and how
 // long.
-struct State {
+struct ClockState {
   std::optional<std::uint64_t> stoppedAt;
   std::vector<Dword> sleeps;
 };
 
-State& TheState() {
-  static State& state = *new State;
+ClockState& TheClockState() {
+  static ClockState& state = *new ClockState;
   return state;
 }
 
 }  // namespace
 
 std::uint64_t host::ClockTicks() noexcept {
-  if (const auto& ticks = TheState().stoppedAt) return *ticks;
+  if (const auto& ticks = TheClockState().stoppedAt) return *ticks;
   using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, kTicksPerSecond>>;
   // Windows' clock has no finer steps, so the rest of the tick is dropped.
   const auto since1970 =
@@ -35,7 +35,7 @@ std::uint64_t host::ClockTicks() noexcept {
 }
 
 void host::LetPass(Dword milliseconds) noexcept {
-  if (auto& ticks = TheState().stoppedAt) {
+  if (auto& ticks = TheClockState().stoppedAt) {
     *ticks += std::uint64_t{milliseconds} * (kTicksPerSecond / 1000);
   } else {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
@@ -45,20 +45,20 @@ void host::LetPass(Dword milliseconds) noexcept {
 void Sleep(Dword milliseconds) noexcept {
   host::Call call("Sleep");
   call.Argument("milliseconds", milliseconds);
-  TheState().sleeps.push_back(milliseconds);
+  TheClockState().sleeps.push_back(milliseconds);
   host::LetPass(milliseconds);
 }
 
 void host::SetClock(std::optional<std::uint64_t> ticks) {
   const SeamMark mark;
-  TheState().stoppedAt = ticks;
+  TheClockState().stoppedAt = ticks;
 }
 
-void host::ForgetSleeps() { TheState().sleeps.clear(); }
+void host::ForgetSleeps() { TheClockState().sleeps.clear(); }
 
 const std::vector<Dword>& host::Sleeps() {
   const SeamMark mark;
-  return TheState().sleeps;
+  return TheClockState().sleeps;
 }
 
 }  // namespace winapi

@@ -160,19 +160,19 @@ class Search {
 };
 
 // Searches have handles of their own, which CloseHandle refuses as Windows' does.
-struct Table {
+struct SearchTable {
   std::mutex mutex;
   std::uintptr_t lastHandle = 0x40000002;  // never that of a kernel object
   std::map<std::uintptr_t, std::shared_ptr<Search>> searches;
 };
 
-Table& TheTable() {
-  static Table& table = *new Table;
+SearchTable& TheSearchTable() {
+  static SearchTable& table = *new SearchTable;
   return table;
 }
 
 Handle AddSearch(std::shared_ptr<Search> search) {
-  Table& table = TheTable();
+  SearchTable& table = TheSearchTable();
   const std::lock_guard lock(table.mutex);
   table.lastHandle += 4;
   table.searches.emplace(table.lastHandle, std::move(search));
@@ -181,14 +181,14 @@ Handle AddSearch(std::shared_ptr<Search> search) {
 }
 
 std::shared_ptr<Search> FindSearch(Handle handle) {
-  Table& table = TheTable();
+  SearchTable& table = TheSearchTable();
   const std::lock_guard lock(table.mutex);
   const auto found = table.searches.find(reinterpret_cast<std::uintptr_t>(handle));
   return found == table.searches.end() ? nullptr : found->second;
 }
 
 bool RemoveSearch(Handle handle) {
-  Table& table = TheTable();
+  SearchTable& table = TheSearchTable();
   const std::lock_guard lock(table.mutex);
   if (table.searches.erase(reinterpret_cast<std::uintptr_t>(handle)) == 0) return false;
   --host::liveCounters.handles;

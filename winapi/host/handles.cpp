@@ -20,14 +20,14 @@ namespace {
 using host::KernelObject;
 using host::WaitOutcome;
 
-struct Table {
+struct HandleTable {
   std::mutex mutex;
   std::uintptr_t lastHandle = 0x1000;
   std::map<std::uintptr_t, std::shared_ptr<KernelObject>> objects;
 };
 
-Table& TheTable() {
-  static Table& table = *new Table;
+HandleTable& TheHandleTable() {
+  static HandleTable& table = *new HandleTable;
   return table;
 }
 
@@ -71,7 +71,7 @@ WaitOutcome WaitFor(Handle handle, Dword milliseconds) {
 WaitOutcome host::KernelObject::Wait(Dword /*milliseconds*/) { return {.result = kWaitObject0}; }
 
 Handle host::OpenHandle(std::shared_ptr<KernelObject> object) {
-  Table& table = TheTable();
+  HandleTable& table = TheHandleTable();
   const std::lock_guard lock(table.mutex);
   table.lastHandle += 4;  // Windows' handles are multiples of four
   table.objects.emplace(table.lastHandle, std::move(object));
@@ -80,7 +80,7 @@ Handle host::OpenHandle(std::shared_ptr<KernelObject> object) {
 }
 
 std::shared_ptr<KernelObject> host::ObjectOf(Handle handle) {
-  Table& table = TheTable();
+  HandleTable& table = TheHandleTable();
   const std::lock_guard lock(table.mutex);
   const auto found = table.objects.find(reinterpret_cast<std::uintptr_t>(handle));
   return found == table.objects.end() ? nullptr : found->second;
@@ -89,7 +89,7 @@ std::shared_ptr<KernelObject> host::ObjectOf(Handle handle) {
 // The object dies behind the lock: its end may take other locks.
 bool host::CloseObject(Handle handle) {
   std::shared_ptr<KernelObject> object;
-  Table& table = TheTable();
+  HandleTable& table = TheHandleTable();
   const std::lock_guard lock(table.mutex);
   const auto found = table.objects.find(reinterpret_cast<std::uintptr_t>(handle));
   if (found == table.objects.end()) return false;

@@ -88,21 +88,21 @@ std::deque<ModuleEntry> MakeModules() {
   };
 }
 
-struct State {
+struct ModuleState {
   std::deque<ModuleEntry> modules = MakeModules();
   std::set<std::string, std::less<>> hiddenProcedures;
   std::set<std::u16string, std::less<>> hiddenModules;  // upper case
 };
 
-State& TheState() {
-  static State& state = *new State;
+ModuleState& TheModuleState() {
+  static ModuleState& state = *new ModuleState;
   return state;
 }
 
 }  // namespace
 
 ModuleEntry* FindModule(std::u16string_view name) {
-  State& state = TheState();
+  ModuleState& state = TheModuleState();
   if (state.hiddenModules.contains(Upcase(name))) return nullptr;
   const auto found = std::find_if(
       state.modules.begin(), state.modules.end(),
@@ -111,7 +111,7 @@ ModuleEntry* FindModule(std::u16string_view name) {
 }
 
 ModuleEntry* FindModule(Module handle) {
-  State& state = TheState();
+  ModuleState& state = TheModuleState();
   const auto found =
       std::find_if(state.modules.begin(), state.modules.end(), [handle](const ModuleEntry& entry) {
         return entry.IsLoaded() &&
@@ -121,7 +121,7 @@ ModuleEntry* FindModule(Module handle) {
 }
 
 Procedure FindProcedure(const ModuleEntry& entry, const char* name) {
-  if (name == nullptr || TheState().hiddenProcedures.contains(std::string_view(name))) {
+  if (name == nullptr || TheModuleState().hiddenProcedures.contains(std::string_view(name))) {
     return nullptr;
   }
   const auto found =
@@ -132,18 +132,18 @@ Procedure FindProcedure(const ModuleEntry& entry, const char* name) {
 
 void HideProcedure(std::string_view name) {
   const SeamMark mark;
-  TheState().hiddenProcedures.emplace(name);
+  TheModuleState().hiddenProcedures.emplace(name);
 }
 
 void HideModule(std::string_view name) {
   const SeamMark mark;
-  TheState().hiddenModules.insert(Upcase(ToUtf16(name)));
+  TheModuleState().hiddenModules.insert(Upcase(ToUtf16(name)));
 }
 
 void ShowAll() {
   const SeamMark mark;
-  TheState().hiddenProcedures.clear();
-  TheState().hiddenModules.clear();
+  TheModuleState().hiddenProcedures.clear();
+  TheModuleState().hiddenModules.clear();
 }
 
 }  // namespace winapi::host

@@ -37,13 +37,13 @@ struct Holders {
 using Number = std::pair<dev_t, ino_t>;
 Number NumberOf(const struct stat& file) { return {file.st_dev, file.st_ino}; }
 
-struct Table {
+struct OpenFileTable {
   std::mutex mutex;
   std::map<Number, Holders> files;
 };
 
-Table& TheTable() {
-  static Table& table = *new Table;
+OpenFileTable& TheOpenFileTable() {
+  static OpenFileTable& table = *new OpenFileTable;
   return table;
 }
 
@@ -58,7 +58,7 @@ void TakeAway(const Name& name, const Number& number) {
 
 Error ErrorOfUse(const struct stat& file, bool changes) {
   if (IsLocked(file)) return kErrorSharingViolation;
-  Table& table = TheTable();
+  OpenFileTable& table = TheOpenFileTable();
   const std::lock_guard lock(table.mutex);
   const auto found = table.files.find(NumberOf(file));
   if (found == table.files.end()) return kErrorSuccess;
@@ -70,7 +70,7 @@ Error ErrorOfUse(const struct stat& file, bool changes) {
 
 OpenFile::OpenFile(const struct stat& file, Sharing sharing)
     : m_number(NumberOf(file)), m_sharing(sharing), m_holds(true) {
-  Table& table = TheTable();
+  OpenFileTable& table = TheOpenFileTable();
   const std::lock_guard lock(table.mutex);
   ++table.files[m_number].Count(sharing);
 }
@@ -84,7 +84,7 @@ OpenFile& OpenFile::operator=(OpenFile&& other) noexcept {
 
 OpenFile::~OpenFile() {
   if (!m_holds) return;
-  Table& table = TheTable();
+  OpenFileTable& table = TheOpenFileTable();
   const std::lock_guard lock(table.mutex);
   const auto found = table.files.find(m_number);
   --found->second.Count(m_sharing);
@@ -98,14 +98,14 @@ Error ErrorOfReading(const struct stat& file) { return ErrorOfUse(file, /*change
 Error ErrorOfChanging(const struct stat& file) { return ErrorOfUse(file, /*changes=*/true); }
 
 bool IsGoing(const struct stat& file) {
-  Table& table = TheTable();
+  OpenFileTable& table = TheOpenFileTable();
   const std::lock_guard lock(table.mutex);
   const auto found = table.files.find(NumberOf(file));
   return found != table.files.end() && found->second.toDelete;
 }
 
 Error DeleteOpenFile(const Location& location, const struct stat& file) {
-  Table& table = TheTable();
+  OpenFileTable& table = TheOpenFileTable();
   const std::lock_guard lock(table.mutex);
   const auto found = table.files.find(NumberOf(file));
   if (found == table.files.end()) {

@@ -17,7 +17,7 @@
 namespace winapi {
 namespace {
 
-struct State {
+struct ProcessState {
   // The last one counts. Earlier ones are kept: the text of GetCommandLineW lives as long as the
   // process.
   std::deque<std::u16string> commandLines;
@@ -25,8 +25,8 @@ struct State {
   Dword threadId = 0;
 };
 
-State& TheState() {
-  static State& state = *new State;
+ProcessState& TheProcessState() {
+  static ProcessState& state = *new ProcessState;
   return state;
 }
 
@@ -72,14 +72,14 @@ std::u16string OwnCommandLine() {
 
 const char16_t* GetCommandLineW() noexcept {
   const host::Call call("GetCommandLineW");
-  auto& lines = TheState().commandLines;
+  auto& lines = TheProcessState().commandLines;
   if (lines.empty()) lines.push_back(OwnCommandLine());
   return lines.back().c_str();
 }
 
 Dword GetCurrentProcessId() noexcept {
   const host::Call call("GetCurrentProcessId");
-  const Dword set = TheState().processId;
+  const Dword set = TheProcessState().processId;
   if (set != 0) return set;
   if (ownProcess == 0) ownProcess = static_cast<Dword>(::getpid());
   return ownProcess;
@@ -89,7 +89,7 @@ Dword GetCurrentProcessId() noexcept {
 // it.
 Dword GetCurrentThreadId() noexcept {
   const host::Call call("GetCurrentThreadId");
-  const Dword set = TheState().threadId;
+  const Dword set = TheProcessState().threadId;
   if (set != 0) return set;
   if (ownThread == 0) ownThread = static_cast<Dword>(::syscall(SYS_gettid));
   return ownThread;
@@ -102,13 +102,14 @@ int ProcessExitStatus(std::int32_t code) noexcept {
 
 void host::SetCommandLine(std::optional<std::u16string> commandLine) {
   const SeamMark mark;
-  TheState().commandLines.push_back(commandLine ? std::move(*commandLine) : OwnCommandLine());
+  TheProcessState().commandLines.push_back(commandLine ? std::move(*commandLine)
+                                                       : OwnCommandLine());
 }
 
 void host::SetIdentity(Dword processId, Dword threadId) {
   const SeamMark mark;
-  TheState().processId = processId;
-  TheState().threadId = threadId;
+  TheProcessState().processId = processId;
+  TheProcessState().threadId = threadId;
 }
 
 }  // namespace winapi

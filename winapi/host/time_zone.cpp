@@ -148,15 +148,15 @@ TimeZoneInformation ComputeZone(unsigned year) {
   return transitions.empty() ? ZoneWithoutRules(year) : ZoneWithRules(year, transitions);
 }
 
-struct State {
+struct ZoneState {
   ZoneRule rule;
   std::optional<std::string> processZone;  // TZ as it was before SetTimeZone, while that stands
   bool hasProcessZone = false;
   std::map<std::pair<std::optional<std::string>, unsigned>, TimeZoneInformation> known;  // by TZ
 };
 
-State& TheState() {
-  static State& state = *new State;
+ZoneState& TheZoneState() {
+  static ZoneState& state = *new ZoneState;
   return state;
 }
 
@@ -194,7 +194,7 @@ bool IsYearOfTheClock(unsigned year) { return year >= kFirstYear && year <= kLas
 }  // namespace
 
 std::optional<TimeZoneInformation> ZoneOfYear(unsigned year) {
-  State& state = TheState();
+  ZoneState& state = TheZoneState();
   if (state.rule) return state.rule(year);
   const unsigned asked = IsYearOfTheClock(year) ? year : CurrentYear();
   const auto key = std::pair(CurrentZoneName(), asked);
@@ -221,7 +221,7 @@ unsigned YearOf(std::uint64_t ticks) {
 
 void SetTimeZone(std::string_view name) {
   const SeamMark mark;
-  State& state = TheState();
+  ZoneState& state = TheZoneState();
   state.rule = nullptr;
   if (!state.hasProcessZone) {
     state.processZone = CurrentZoneName();
@@ -237,7 +237,7 @@ void SetTimeZone(std::string_view name) {
 
 void SetTimeZoneRule(ZoneRule rule) {
   const SeamMark mark;
-  TheState().rule = std::move(rule);
+  TheZoneState().rule = std::move(rule);
 }
 
 }  // namespace winapi::host

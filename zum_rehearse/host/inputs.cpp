@@ -56,7 +56,7 @@ bool AddHive(MachineFromFiles& machine, const std::string& file, LoadedMachine& 
 // Where an export made of the merged view has the machine's classes.
 constexpr std::u16string_view kMergedClasses = u"HKEY_CLASSES_ROOT\\Installer";
 
-std::string Place(const std::string& file, const FileRemark& remark) {
+std::string LineOf(const std::string& file, const FileRemark& remark) {
   return file + ":" + std::to_string(remark.line) + ": " + remark.reason;
 }
 
@@ -75,10 +75,10 @@ bool AddExport(MachineFromFiles& machine, const std::string& file, LoadedMachine
   std::vector<FileRemark> remarks;
   FileRemark damage;
   if (!machine.AddExport(std::move(bytes), branches, remarks, damage)) {
-    loaded.error = Place(file, damage);
+    loaded.error = LineOf(file, damage);
     return false;
   }
-  for (const FileRemark& remark : remarks) loaded.notes.push_back(Place(file, remark));
+  for (const FileRemark& remark : remarks) loaded.notes.push_back(LineOf(file, remark));
   if (machine.Move(kMergedClasses, FullKey(kClassesBranch))) {
     loaded.notes.push_back(file +
                            ": HKEY_CLASSES_ROOT\\Installer is taken for "

@@ -9,10 +9,11 @@
 #include <vector>
 
 #include "oru/rtl/exception.h"
+#include "tests/support/text.h"
 
 namespace {
 
-std::u16string Text(const oru::String16& text) { return std::u16string(text.view()); }
+using tests::Text;
 
 // Chains of causes, the outermost first: "0", "1" and so on.
 std::unique_ptr<oru::Exception> MakeChain(std::uint32_t links) {

@@ -52,7 +52,7 @@ std::string Prefixed(const char* text) {
   return result.append(text);
 }
 
-struct Row {
+struct RaisedRow {
   const char* name;
   std::function<void()> raise;
   std::uint32_t code;
@@ -60,8 +60,8 @@ struct Row {
   const char* text;
 };
 
-const std::vector<Row>& Rows() {
-  static const std::vector<Row> rows = {
+const std::vector<RaisedRow>& RaisedRows() {
+  static const std::vector<RaisedRow> rows = {
       {"ResultCodeException",
        [] { throw oru::ResultCodeException("f", 1, MakeResultCode(0x80000046), u"Bad path"); },
        0x80000046, "ResultCodeException - Bad path: 0x80000046 (Invalid argument). At f(1) "},
@@ -99,7 +99,7 @@ const std::vector<Row>& Rows() {
 }
 
 TEST(ExceptionGuardOwnProcess, GivesTheCodeAndTracesByTheTable) {
-  for (const Row& row : Rows()) {
+  for (const RaisedRow& row : RaisedRows()) {
     RecordingTracer tracer;
     EXPECT_EQ(Guarded(row.raise, static_cast<oru::ITracer*>(&tracer), 300u, kPrefix),
               MakeResultCode(row.code))
@@ -112,13 +112,13 @@ TEST(ExceptionGuardOwnProcess, GivesTheCodeAndTracesByTheTable) {
 }
 
 TEST(ExceptionGuardOwnProcess, GivesTheSameCodesWithoutATracer) {
-  for (const Row& row : Rows()) {
+  for (const RaisedRow& row : RaisedRows()) {
     EXPECT_EQ(Guarded(row.raise), MakeResultCode(row.code)) << row.name;
   }
 }
 
 TEST(ExceptionGuardOwnProcess, GivesTheSameCodesWithANullTracer) {
-  for (const Row& row : Rows()) {
+  for (const RaisedRow& row : RaisedRows()) {
     EXPECT_EQ(Guarded(row.raise, static_cast<oru::ITracer*>(nullptr), 300u, kPrefix),
               MakeResultCode(row.code))
         << row.name;
@@ -141,7 +141,7 @@ TEST(ExceptionGuardOwnProcess, ReportsWhatIsntOfTheStandardBase) {
 }
 
 TEST(ExceptionGuard, ReportsNothingForTheOthers) {
-  for (const Row& row : Rows()) {
+  for (const RaisedRow& row : RaisedRows()) {
     if (row.text != nullptr && row.code != 0x80000040) (void)Guarded(row.raise);
   }
   EXPECT_TRUE(tests::ReportedChecks().empty());
@@ -222,7 +222,7 @@ TEST(ExceptionGuard, ATracerThatThrowsChangesNothing) {
 }
 
 TEST(ExceptionGuardOwnProcess, LeavesTheLastErrorAlone) {
-  for (const Row& row : Rows()) {
+  for (const RaisedRow& row : RaisedRows()) {
     RecordingTracer tracer;
     try {
       row.raise();
@@ -250,7 +250,7 @@ TEST(TraceException, WritesThePrefixAndTheText) {
 }
 
 // Gives its tracer, with a reference, for the tracer's numbers alone.
-class Locator final : public tests::ObjectStub<oru::IServiceLocator> {
+class TracerLocator final : public tests::ObjectStub<oru::IServiceLocator> {
  public:
   oru::ResultCode GetInterface(oru::InterfaceNumber iid, std::uint32_t classId,
                                void** out) noexcept override {
@@ -275,7 +275,7 @@ oru::ResultCode GuardedBy(oru::IServiceLocator* locator, std::uint32_t level = 3
 
 TEST(ExceptionGuardLocator, TracesThroughTheTracerThatItGives) {
   RecordingTracer tracer;
-  Locator locator;
+  TracerLocator locator;
   locator.tracer = &tracer;
   EXPECT_EQ(GuardedBy(&locator), MakeResultCode(0x80000041));
   EXPECT_EQ(tracer.Texts(),
@@ -287,7 +287,7 @@ TEST(ExceptionGuardLocator, TracesThroughTheTracerThatItGives) {
 
 TEST(ExceptionGuardLocator, TracesAtTheLevelThatItIsGiven) {
   RecordingTracer tracer;
-  Locator locator;
+  TracerLocator locator;
   locator.tracer = &tracer;
   for (const std::uint32_t level : {300u, 500u}) (void)GuardedBy(&locator, level);
   ASSERT_EQ(tracer.Records().size(), 2u);
@@ -301,20 +301,20 @@ TEST(ExceptionGuardLocator, DoesWithoutATraceWhenItIsNull) {
 }
 
 TEST(ExceptionGuardLocator, DoesWithoutATraceWhenTheLookUpFails) {
-  Locator locator;
+  TracerLocator locator;
   locator.answer = oru::errNotSupportedInterface;
   EXPECT_EQ(GuardedBy(&locator), MakeResultCode(0x80000041));
 }
 
 TEST(ExceptionGuardLocator, DoesWithoutATraceWhenTheLookUpGivesNothing) {
-  Locator locator;
+  TracerLocator locator;
   EXPECT_EQ(GuardedBy(&locator), MakeResultCode(0x80000041));
 }
 
 TEST(ExceptionGuardLocatorOwnProcess, GivesTheCodesOfTheTable) {
-  for (const Row& row : Rows()) {
+  for (const RaisedRow& row : RaisedRows()) {
     RecordingTracer tracer;
-    Locator locator;
+    TracerLocator locator;
     locator.tracer = &tracer;
     EXPECT_EQ(Guarded(row.raise, static_cast<oru::IServiceLocator*>(&locator), 300u, kPrefix),
               MakeResultCode(row.code))
@@ -325,7 +325,7 @@ TEST(ExceptionGuardLocatorOwnProcess, GivesTheCodesOfTheTable) {
 }
 
 TEST(ExceptionGuardLocator, LeavesTheLastErrorAlone) {
-  Locator locator;
+  TracerLocator locator;
   try {
     throw std::bad_alloc();
   } catch (...) {

@@ -11,11 +11,13 @@
 #include <typeinfo>
 #include <vector>
 
+#include "tests/support/text.h"
 #include "tests/support/vtable_slot.h"
 
 namespace {
 
 using oru::MakeResultCode;
+using tests::Text;
 
 constexpr char kFile[] = "oru/rtl/somewhere";
 constexpr oru::ResultCode kCode = MakeResultCode(0x80000046);
@@ -42,8 +44,6 @@ class Open : public oru::ExceptionBase<Open, oru::Exception> {
     return {Offset(m_file), Offset(m_line), Offset(m_reserved), Offset(m_message), Offset(m_inner)};
   }
 };
-
-std::u16string Text(const oru::String16& text) { return std::u16string(text.view()); }
 
 // Fields as the test gave them.
 template <typename E>

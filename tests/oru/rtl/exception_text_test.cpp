@@ -12,12 +12,12 @@
 #include "oru/rtl/exception.h"
 #include "oru/rtl/trace_stream.h"
 #include "tests/support/recording_tracer.h"
+#include "tests/support/text.h"
 
 namespace {
 
 using oru::MakeResultCode;
-
-std::u16string Text(const oru::String16& text) { return std::u16string(text.view()); }
+using tests::Text;
 
 std::string Traced(const oru::Exception& exception) {
   tests::RecordingTracer tracer;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "tests/support/seam_error.h"
 #include "winapi/errors.h"
 #include "winapi/handles.h"
 #include "winapi/host/control.h"
@@ -9,7 +10,7 @@
 
 namespace {
 
-constexpr winapi::Error kUntouched = 0xABCD;
+using tests::kUntouchedError;
 
 TEST(HostHandles, AreCountedUntilTheyAreClosed) {
   const winapi::Handle first = winapi::host::MakeWaitable(true);
@@ -48,15 +49,15 @@ TEST(HostWait, GivesTheResultAndTheErrorOfTheObject) {
     winapi::Error lastError;
   };
   constexpr Case kCases[] = {
-      {"abandoned", winapi::kWaitAbandoned, 0, kUntouched},
+      {"abandoned", winapi::kWaitAbandoned, 0, kUntouchedError},
       {"failed", winapi::kWaitFailed, 5, 5},
       {"success with a misleading last error", winapi::kWaitObject0, 87, 87},
-      {"a number that isn't documented", 192, 0, kUntouched},
+      {"a number that isn't documented", 192, 0, kUntouchedError},
   };
   for (const Case& one : kCases) {
     SCOPED_TRACE(one.name);
     const winapi::Handle handle = winapi::host::MakeWaitableWithResult(one.result, one.error);
-    winapi::SetLastError(kUntouched);
+    winapi::SetLastError(kUntouchedError);
     EXPECT_EQ(one.result, winapi::WaitForSingleObjectEx(handle, winapi::kInfinite, 0));
     EXPECT_EQ(one.lastError, winapi::GetLastError());
     EXPECT_NE(0, winapi::CloseHandle(handle));
@@ -113,9 +114,9 @@ TEST(HostHeap, FailsWhenToldTo) {
   winapi::host::FailCall("HeapAlloc", 2, 8);
   void* block = winapi::HeapAlloc(heap, 0, 1);
   EXPECT_NE(nullptr, block);
-  winapi::SetLastError(kUntouched);
+  winapi::SetLastError(kUntouchedError);
   EXPECT_EQ(nullptr, winapi::HeapAlloc(heap, 0, 1));
-  EXPECT_EQ(kUntouched, winapi::GetLastError());
+  EXPECT_EQ(kUntouchedError, winapi::GetLastError());
   const std::size_t live = winapi::host::Live().heapBlocks;
   winapi::host::FailCall("HeapFree", 1, 14);
   EXPECT_EQ(0, winapi::HeapFree(heap, 0, block));

@@ -21,7 +21,7 @@ using SystemCall = std::function<winapi::Dword(winapi::Dword size, char16_t* buf
 using Sizes = std::vector<winapi::Dword>;
 
 // Answers so, one call after the other, and fills all of the buffer that it may.
-struct Answers {
+struct ScriptedAnswers {
   Sizes lengths;
   Sizes asked = {};
 
@@ -33,7 +33,7 @@ struct Answers {
 };
 
 TEST(CallWithGrowingBuffer, TextThatFitsTakesOneCallWith260) {
-  Answers answers{{3}};
+  ScriptedAnswers answers{{3}};
   std::u16string result = u"before";
   EXPECT_EQ(CallWithGrowingBuffer(result, answers), oru::sOk);
   EXPECT_EQ(result, u"xxx");
@@ -41,7 +41,7 @@ TEST(CallWithGrowingBuffer, TextThatFitsTakesOneCallWith260) {
 }
 
 TEST(CallWithGrowingBuffer, LengthOfExactlyTheSizeFits) {
-  Answers answers{{260}};
+  ScriptedAnswers answers{{260}};
   std::u16string result;
   EXPECT_EQ(CallWithGrowingBuffer(result, answers), oru::sOk);
   EXPECT_EQ(result, std::u16string(260, u'x'));
@@ -49,7 +49,7 @@ TEST(CallWithGrowingBuffer, LengthOfExactlyTheSizeFits) {
 }
 
 TEST(CallWithGrowingBuffer, LargerLengthIsTheNextSize) {
-  Answers answers{{261, 260}};
+  ScriptedAnswers answers{{261, 260}};
   std::u16string result;
   EXPECT_EQ(CallWithGrowingBuffer(result, answers), oru::sOk);
   EXPECT_EQ(result, std::u16string(260, u'x'));
@@ -57,7 +57,7 @@ TEST(CallWithGrowingBuffer, LargerLengthIsTheNextSize) {
 }
 
 TEST(CallWithGrowingBuffer, FifthCallMayStillFit) {
-  Answers answers{{300, 400, 500, 600, 599}};
+  ScriptedAnswers answers{{300, 400, 500, 600, 599}};
   std::u16string result;
   EXPECT_EQ(CallWithGrowingBuffer(result, answers), oru::sOk);
   EXPECT_EQ(result.size(), 599u);
@@ -65,7 +65,7 @@ TEST(CallWithGrowingBuffer, FifthCallMayStillFit) {
 }
 
 TEST(CallWithGrowingBuffer, FiveLargerLengthsEndQuietlyWithNothing) {
-  Answers answers{{300, 400, 500, 600, 700}};
+  ScriptedAnswers answers{{300, 400, 500, 600, 700}};
   std::u16string result = u"before";
   EXPECT_EQ(CallWithGrowingBuffer(result, answers), oru::sOk);
   EXPECT_EQ(result, u"");

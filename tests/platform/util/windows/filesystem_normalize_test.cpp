@@ -18,14 +18,14 @@ std::u16string Normal(std::u16string path) {
   return path;
 }
 
-struct Case {
+struct PathCase {
   std::u16string path;
   std::u16string normal;
 };
 
 template <std::size_t N>
-void ExpectNormal(const Case (&cases)[N]) {
-  for (const Case& test : cases) EXPECT_EQ(Normal(test.path), test.normal) << Shown(test.path);
+void ExpectNormal(const PathCase (&cases)[N]) {
+  for (const PathCase& test : cases) EXPECT_EQ(Normal(test.path), test.normal) << Shown(test.path);
 }
 
 TEST(NormalizePath, DotSegmentsGoAndATrailingBackslashToo) {
@@ -34,12 +34,12 @@ TEST(NormalizePath, DotSegmentsGoAndATrailingBackslashToo) {
 }
 
 TEST(NormalizePath, EmptyPathAndBareDriveStay) {
-  const Case cases[] = {{u"", u""}, {u"C:", u"C:"}, {u"/:", u"/:"}, {u".:", u".:"}};
+  const PathCase cases[] = {{u"", u""}, {u"C:", u"C:"}, {u"/:", u"/:"}, {u".:", u".:"}};
   ExpectNormal(cases);
 }
 
 TEST(NormalizePath, OfARelativePath) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"a", u"a"},           {u"a\\", u"a"},        {u"a//b", u"a\\b"},         {u"a/b", u"a\\b"},
       {u"a\\.\\b", u"a\\b"},  {u"a\\.", u"a"},       {u"a\\b\\..", u"a"},        {u"a\\..", u""},
       {u"a\\..\\", u""},      {u"a\\..\\b", u"b"},   {u"a\\b\\..\\..\\c", u"c"}, {u"...", u"..."},
@@ -49,7 +49,7 @@ TEST(NormalizePath, OfARelativePath) {
 }
 
 TEST(NormalizePath, LeftOverDotDotStandsInFront) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"..", u".."},          {u"..\\", u".."},
       {u"../..", u"..\\.."},   {u"..\\a", u"..\\a"},
       {u"a\\..\\..", u".."},   {u"a\\..\\..\\b", u"..\\b"},
@@ -60,7 +60,7 @@ TEST(NormalizePath, LeftOverDotDotStandsInFront) {
 }
 
 TEST(NormalizePath, DotStaysAsTheFirstSegmentOnly) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u".", u"."},    {u".\\", u"."},        {u".\\a", u".\\a"}, {u"./a/.", u".\\a"},
       {u".\\.", u"."}, {u".\\.\\a", u".\\a"}, {u"..\\.", u".."},
   };
@@ -68,13 +68,13 @@ TEST(NormalizePath, DotStaysAsTheFirstSegmentOnly) {
 }
 
 TEST(NormalizePath, FirstDotIsWhatADotDotTakes) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u".\\..", u""}, {u".\\..\\..", u".."}, {u".\\a\\..\\..", u""}, {u".\\..\\a", u"a"}};
   ExpectNormal(cases);
 }
 
 TEST(NormalizePath, DotBehindALeadingSeparatorVanishes) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"\\.", u"\\"},
       {u"\\.\\a", u"\\a"},
       {u"/./a", u"\\a"},
@@ -87,7 +87,7 @@ TEST(NormalizePath, DotBehindALeadingSeparatorVanishes) {
 }
 
 TEST(NormalizePath, LeftOverDotDotIsLostBehindALeadingSeparator) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"\\", u"\\"},       {u"/", u"\\"},
       {u"//", u"\\"},       {u"\\..", u"\\"},
       {u"\\..\\a", u"\\a"}, {u"/a/../../b", u"\\b"},
@@ -97,7 +97,7 @@ TEST(NormalizePath, LeftOverDotDotIsLostBehindALeadingSeparator) {
 }
 
 TEST(NormalizePath, OfADriveAbsolutePath) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"C:\\", u"C:\\"},        {u"C:/", u"C:\\"},       {u"C:\\\\", u"C:\\"},
       {u"C:/a/b/", u"C:\\a\\b"}, {u"C:\\a\\..", u"C:\\"}, {u"\\:\\a", u"\\:\\a"},
   };
@@ -105,7 +105,7 @@ TEST(NormalizePath, OfADriveAbsolutePath) {
 }
 
 TEST(NormalizePath, ServerAndShareAreARoot) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"\\\\server\\share", u"\\\\server\\share"},
       {u"\\\\server\\share\\", u"\\\\server\\share\\"},
       {u"\\\\server\\share\\a\\..", u"\\\\server\\share\\"},
@@ -118,7 +118,7 @@ TEST(NormalizePath, ServerAndShareAreARoot) {
 }
 
 TEST(NormalizePath, EmptyComponentOfARootEndsBeforeTheSeparator) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"\\\\", u"\\\\"},
       {u"\\\\server\\", u"\\\\server\\"},
       {u"\\\\server\\\\a\\..\\b", u"\\\\server\\b"},
@@ -132,7 +132,7 @@ TEST(NormalizePath, EmptyComponentOfARootEndsBeforeTheSeparator) {
 }
 
 TEST(NormalizePath, PrefixAndDriveAreARoot) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"\\\\?\\C:\\", u"\\\\?\\C:\\"},
       {u"\\\\?\\C:\\..\\..\\a", u"\\\\?\\C:\\a"},
       {u"\\\\.\\C:/a/../b", u"\\\\.\\C:\\b"},
@@ -143,7 +143,7 @@ TEST(NormalizePath, PrefixAndDriveAreARoot) {
 }
 
 TEST(NormalizePath, PrefixAndServerFormAreARoot) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"\\\\?\\UNC\\server\\share\\a\\..\\..\\b", u"\\\\?\\UNC\\server\\share\\b"},
       {u"\\\\?\\UNC\\server\\share", u"\\\\?\\UNC\\server\\share"},
       {u"\\\\.\\UNC/server/share/..", u"\\\\.\\UNC/server/share\\"},
@@ -154,7 +154,7 @@ TEST(NormalizePath, PrefixAndServerFormAreARoot) {
 
 // In these capitals, and whatever comes behind them.
 TEST(NormalizePath, PrefixAndTheThreeLettersTakeTheServerForm) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"\\\\?\\UNCLE\\share\\..\\a", u"\\\\?\\UNCLE\\share\\a"},
       {u"\\\\?\\UNC:\\x\\..\\a", u"\\\\?\\UNC:\\x\\a"},
       {u"\\\\?\\unc\\server\\..\\a", u"\\\\?\\unc\\a"},
@@ -163,7 +163,7 @@ TEST(NormalizePath, PrefixAndTheThreeLettersTakeTheServerForm) {
 }
 
 TEST(NormalizePath, PrefixAndAnythingElseHaveOneComponentAsRoot) {
-  const Case cases[] = {
+  const PathCase cases[] = {
       {u"\\\\?\\Volume{1}\\a\\..\\..\\b", u"\\\\?\\Volume{1}\\b"},
       {u"\\\\.\\pipe\\..", u"\\\\.\\pipe\\"},
       {u"\\\\?\\", u"\\\\?\\"},

@@ -46,22 +46,22 @@ TEST(IsSamePathChar, OnlyAsciiLettersHaveACase) {
   EXPECT_FALSE(IsSamePathChar(u'i', 0x130));
 }
 
-struct Case {
+struct MaskCase {
   std::u16string text;
   std::u16string mask;
   bool matches;
 };
 
 template <std::size_t N, typename Match>
-void ExpectMatches(const Case (&cases)[N], Match match) {
-  for (const Case& test : cases) {
+void ExpectMatches(const MaskCase (&cases)[N], Match match) {
+  for (const MaskCase& test : cases) {
     EXPECT_EQ(match(test.text, test.mask), test.matches)
         << Shown(test.text) << " against " << Shown(test.mask);
   }
 }
 
 TEST(MatchWildcard, FollowsTheTable) {
-  const Case cases[] = {
+  const MaskCase cases[] = {
       {u"", u"", true},
       {u"", u"*", true},
       {u"", u"**", true},
@@ -126,7 +126,7 @@ TEST(MatchWildcard, ManyStarsComeToAnEnd) {
 }
 
 TEST(MatchPathMask, OfANameLooksAtTheFileNameAlone) {
-  const Case cases[] = {
+  const MaskCase cases[] = {
       {u"", u"*", false},
       {u"", u"", false},
       {u"setup.msi", u"setup.msi", true},
@@ -144,7 +144,7 @@ TEST(MatchPathMask, OfANameLooksAtTheFileNameAlone) {
 }
 
 TEST(MatchPathMask, EmptyMaskMatchesEveryNonEmptyFileName) {
-  const Case cases[] = {
+  const MaskCase cases[] = {
       {u"x", u"", true},        {u"name", u"", true},  {u"C:\\d\\x.y", u"", true},
       {u"C:\\d\\", u"", false}, {u"C:", u"", false},   {u"x", u"*", true},
       {u"x", u"*.*", true},     {u"d\\", u"*", false}, {u"d\\", u"*.*", false},
@@ -154,7 +154,7 @@ TEST(MatchPathMask, EmptyMaskMatchesEveryNonEmptyFileName) {
 }
 
 TEST(MatchPathMask, RelativeDirectoryIsTheEndOfThePathsOwn) {
-  const Case cases[] = {
+  const MaskCase cases[] = {
       {u"dir\\x", u"dir\\x", true},
       {u"C:\\a\\dir\\x", u"dir\\x", true},
       {u"C:\\a\\DIR/x", u"dir\\*", true},
@@ -177,7 +177,7 @@ TEST(MatchPathMask, RelativeDirectoryIsTheEndOfThePathsOwn) {
 }
 
 TEST(MatchPathMask, AbsoluteDirectoryIsTheWholeOfThePathsOwn) {
-  const Case cases[] = {
+  const MaskCase cases[] = {
       {u"C:\\dir\\x", u"C:\\dir\\x", true},    {u"c:/DIR/X", u"C:\\dir\\x", true},
       {u"C:\\dir\\x", u"C:\\dir\\*", true},    {u"C:\\dir\\", u"C:\\dir\\", false},
       {u"C:\\dir\\x", u"C:\\dir\\", true},     {u"C:\\dir\\sub\\x", u"C:\\dir\\*", false},
@@ -189,7 +189,7 @@ TEST(MatchPathMask, AbsoluteDirectoryIsTheWholeOfThePathsOwn) {
 }
 
 TEST(MatchPathMask, WildcardDirectoryIsLookedAtUpToTheCharacterBeforeIt) {
-  const Case cases[] = {
+  const MaskCase cases[] = {
       {u"C:\\anything\\x", u"C:\\*\\x", true},
       {u"C:\\a\\b\\c\\x", u"C:\\*\\x", true},
       {u"C:\\dir\\x", u"C:\\d*\\x", true},
@@ -206,7 +206,7 @@ TEST(MatchPathMask, WildcardDirectoryIsLookedAtUpToTheCharacterBeforeIt) {
 }
 
 TEST(MatchPathMask, WildcardThatStandsFirstNeedsAnAbsolutePath) {
-  const Case cases[] = {
+  const MaskCase cases[] = {
       {u"D:\\dir\\x", u"?:\\*", true},
       {u"\\\\server\\x", u"*:\\x", true},
       {u"aa\\dir\\x", u"?:\\x", false},
@@ -216,7 +216,7 @@ TEST(MatchPathMask, WildcardThatStandsFirstNeedsAnAbsolutePath) {
 }
 
 TEST(MatchPathMask, QuestionMarkOfThePrefixIsAWildcard) {
-  const Case cases[] = {
+  const MaskCase cases[] = {
       {u"\\\\?\\C:\\dir\\x", u"\\\\?\\C:\\dir\\x", true},
       {u"\\\\?\\C:\\other\\x", u"\\\\?\\C:\\dir\\x", true},
       {u"\\\\server\\share\\x", u"\\\\?\\C:\\dir\\x", true},

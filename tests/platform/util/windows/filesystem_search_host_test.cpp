@@ -93,7 +93,7 @@ TEST(OpenFindOnHost, EveryOtherPathIsMadeAbsoluteWhateverItsLength) {
 }
 
 // What the two calls for the absolute form answer.
-host::PathScript Answers(winapi::Dword first, host::PathAnswer second) {
+host::PathScript TwoAnswers(winapi::Dword first, host::PathAnswer second) {
   return [=](winapi::Dword size) { return size == 0 ? host::PathAnswer{{}, first} : second; };
 }
 
@@ -111,7 +111,7 @@ TEST(OpenFindOnHost, AbsoluteFormMustFitTheSizeThatWasAsked) {
       {"nothing", {{}, 0}, 0x8000004B, 0},
   };
   for (const Case& test : cases) {
-    host::SetPathScript("GetFullPathNameW", Answers(20, test.second));
+    host::SetPathScript("GetFullPathNameW", TwoAnswers(20, test.second));
     host::StartCallLog();
     host::ClearCallLog();
     FindContext context;

@@ -23,7 +23,7 @@ namespace {
 
 using Reports = std::vector<std::string>;
 using Sizes = std::vector<std::uint32_t>;
-using Answers = std::vector<host::QueryAnswer>;
+using QueryAnswers = std::vector<host::QueryAnswer>;
 
 // 234 with a value of that many characters.
 host::QueryAnswer TooSmall(std::uint32_t characters) { return {234, 1, characters * 2, {}}; }
@@ -42,7 +42,7 @@ class QueryOnHost : public tests::RegistryTest {
   }
 
   // The reads of the value get these answers, one after the other; the last one for ever.
-  void Script(Answers answers) {
+  void Script(QueryAnswers answers) {
     m_answers = std::move(answers);
     host::SetQueryScript([this](std::u16string_view, winapi::Dword size) {
       m_asked.push_back(size / 2);
@@ -57,7 +57,7 @@ class QueryOnHost : public tests::RegistryTest {
 
  private:
   RegKey m_key;
-  Answers m_answers;
+  QueryAnswers m_answers;
   Sizes m_asked;
 };
 using QueryOnHostOwnProcess = QueryOnHost;
@@ -117,7 +117,7 @@ TEST_F(QueryOnHost, ArrayFormGrowsByTheSameRule) {
 
 // A value that is always one character too long: the loop has no end of its own.
 TEST_F(QueryOnHostOwnProcess, Pass69IsReportedOnceAndTheLoopGoesOn) {
-  Answers answers(75, TooSmall(65));
+  QueryAnswers answers(75, TooSmall(65));
   answers.push_back(Text(u"at last"));
   Script(answers);
   oru::String16 value;
@@ -128,7 +128,7 @@ TEST_F(QueryOnHostOwnProcess, Pass69IsReportedOnceAndTheLoopGoesOn) {
 }
 
 TEST_F(QueryOnHostOwnProcess, SixtyNinePassesAreNotReported) {
-  Answers answers(68, TooSmall(65));
+  QueryAnswers answers(68, TooSmall(65));
   answers.push_back(Text(u"just so"));
   Script(answers);
   oru::String16 value;
@@ -138,7 +138,7 @@ TEST_F(QueryOnHostOwnProcess, SixtyNinePassesAreNotReported) {
 }
 
 TEST_F(QueryOnHostOwnProcess, SeventiethPassIsReported) {
-  Answers answers(69, TooSmall(65));
+  QueryAnswers answers(69, TooSmall(65));
   answers.push_back(Text(u"one more"));
   Script(answers);
   oru::String16 value;

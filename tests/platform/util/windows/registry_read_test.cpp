@@ -178,15 +178,16 @@ TEST_F(ReadTestOwnProcess, OddByteCountBeyondTheLocalBufferIsReadByDoubling) {
   EXPECT_EQ(ReportedChecks(), std::vector<std::string>{"newCapacity > capacity"});
 }
 
-struct ListCase {
+struct ReadListCase {
   const char* name;
   std::vector<std::uint8_t> data;
   Strings expected;
 };
 
-void PrintTo(const ListCase& listCase, std::ostream* out) { *out << listCase.name; }
+void PrintTo(const ReadListCase& listCase, std::ostream* out) { *out << listCase.name; }
 
-class ReadListTable : public tests::RegistryTest, public ::testing::WithParamInterface<ListCase> {};
+class ReadListTable : public tests::RegistryTest,
+                      public ::testing::WithParamInterface<ReadListCase> {};
 
 TEST_P(ReadListTable, ReplacesTheList) {
   Set(u"v", 7, GetParam().data);
@@ -201,15 +202,15 @@ TEST_P(ReadListTable, ReplacesTheList) {
 INSTANTIATE_TEST_SUITE_P(
     ReadMultiStringValue, ReadListTable,
     ::testing::Values(
-        ListCase{"ZeroBytes", {}, {}}, ListCase{"TwoZeros", Utf16Bytes(u"", 2), {}},
-        ListCase{"OneZero", Utf16Bytes(u"", 1), {u""}},
-        ListCase{"TwoStrings", Utf16Bytes(std::u16string(u"a\0b", 3), 2), {u"a", u"b"}},
-        ListCase{"NoEndMark", Utf16Bytes(std::u16string(u"a\0b", 3), 1), {u"a", u"b"}},
-        ListCase{"NoTerminator", Utf16Bytes(u"ab", 0), {u"ab"}},
-        ListCase{"OddByteLost", {0x61, 0x00, 0x00, 0x00, 0x62}, {u"a"}},
-        ListCase{"FillsTheLocalBuffer", Utf16Bytes(Text(62), 2), {Text(62)}},
-        ListCase{"OneAboveTheLocalBuffer", Utf16Bytes(Text(63), 2), {Text(63)}},
-        ListCase{"Long", Utf16Bytes(Text(5000), 2), {Text(5000)}}),
+        ReadListCase{"ZeroBytes", {}, {}}, ReadListCase{"TwoZeros", Utf16Bytes(u"", 2), {}},
+        ReadListCase{"OneZero", Utf16Bytes(u"", 1), {u""}},
+        ReadListCase{"TwoStrings", Utf16Bytes(std::u16string(u"a\0b", 3), 2), {u"a", u"b"}},
+        ReadListCase{"NoEndMark", Utf16Bytes(std::u16string(u"a\0b", 3), 1), {u"a", u"b"}},
+        ReadListCase{"NoTerminator", Utf16Bytes(u"ab", 0), {u"ab"}},
+        ReadListCase{"OddByteLost", {0x61, 0x00, 0x00, 0x00, 0x62}, {u"a"}},
+        ReadListCase{"FillsTheLocalBuffer", Utf16Bytes(Text(62), 2), {Text(62)}},
+        ReadListCase{"OneAboveTheLocalBuffer", Utf16Bytes(Text(63), 2), {Text(63)}},
+        ReadListCase{"Long", Utf16Bytes(Text(5000), 2), {Text(5000)}}),
     [](const auto& test) { return test.param.name; });
 
 }  // namespace

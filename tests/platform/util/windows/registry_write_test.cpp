@@ -68,16 +68,16 @@ TEST_F(WriteTest, LongTextIsWrittenWhole) {
   EXPECT_EQ(value->data, Utf16Bytes(std::u16string(99'999, u'x'), 0));
 }
 
-struct ListCase {
+struct WrittenListCase {
   const char* name;
   Strings strings;
   std::vector<std::uint8_t> expected;
 };
 
-void PrintTo(const ListCase& listCase, std::ostream* out) { *out << listCase.name; }
+void PrintTo(const WrittenListCase& listCase, std::ostream* out) { *out << listCase.name; }
 
 class WriteListTable : public tests::RegistryTest,
-                       public ::testing::WithParamInterface<ListCase> {};
+                       public ::testing::WithParamInterface<WrittenListCase> {};
 
 TEST_P(WriteListTable, StoresTheWholeFormat) {
   RegKey key;
@@ -89,12 +89,12 @@ TEST_P(WriteListTable, StoresTheWholeFormat) {
 
 INSTANTIATE_TEST_SUITE_P(
     WriteMultiStringValue, WriteListTable,
-    ::testing::Values(ListCase{"EmptyList", {}, {0, 0, 0, 0}},
-                      ListCase{"OneEmptyString", {u""}, {0, 0, 0, 0}},
-                      ListCase{"TwoStrings", {u"a", u"b"}, {0x61, 0, 0, 0, 0x62, 0, 0, 0, 0, 0}},
-                      ListCase{"InnerEmptyString",
-                               {u"a", u"", u"b"},
-                               {0x61, 0, 0, 0, 0, 0, 0x62, 0, 0, 0, 0, 0}}),
+    ::testing::Values(
+        WrittenListCase{"EmptyList", {}, {0, 0, 0, 0}},
+        WrittenListCase{"OneEmptyString", {u""}, {0, 0, 0, 0}},
+        WrittenListCase{"TwoStrings", {u"a", u"b"}, {0x61, 0, 0, 0, 0x62, 0, 0, 0, 0, 0}},
+        WrittenListCase{
+            "InnerEmptyString", {u"a", u"", u"b"}, {0x61, 0, 0, 0, 0, 0, 0x62, 0, 0, 0, 0, 0}}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(WriteTest, ListComesBackAsItWasWritten) {
