@@ -4,6 +4,7 @@
 #define ORU_RTL_STRING_IMPL_H_
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -12,6 +13,38 @@
 #include "oru/rtl/string.h"
 
 namespace oru {
+
+namespace detail {
+
+// Copies up to 15 bytes in two pieces of one size, which overlap where that is more: a call of the
+// library's takes longer than so few bytes.
+template <std::size_t piece>
+void CopyTwoPieces(char* to, const char* from, std::size_t bytes) noexcept {
+  char head[piece];
+  char tail[piece];
+  std::memcpy(head, from, piece);
+  std::memcpy(tail, from + bytes - piece, piece);
+  std::memcpy(to, head, piece);
+  std::memcpy(to + bytes - piece, tail, piece);
+}
+
+template <typename CharT>
+void CopyShort(CharT* to, const CharT* from, std::size_t count) noexcept {
+  const std::size_t bytes = count * sizeof(CharT);
+  char* const target = reinterpret_cast<char*>(to);
+  const char* const source = reinterpret_cast<const char*>(from);
+  if (bytes >= 8) {
+    CopyTwoPieces<8>(target, source, bytes);
+  } else if (bytes >= 4) {
+    CopyTwoPieces<4>(target, source, bytes);
+  } else if (bytes >= 2) {
+    CopyTwoPieces<2>(target, source, bytes);
+  } else if (bytes == 1) {
+    *target = *source;
+  }
+}
+
+}  // namespace detail
 
 template <typename CharT>
 block_keeper<CharT>::~block_keeper() {
@@ -53,6 +86,11 @@ template <typename CharT>
 basic_string_t<CharT>::basic_string_t(const CharT* first, size_type count,
                                       const abi_v2_allocator& allocator)
     : basic_string_t(allocator) {
+  if (count <= inline_capacity && first != nullptr) {
+    detail::CopyShort(m_inline, first, count);
+    SetSize(count);
+    return;
+  }
   // With the terminator the characters couldn't be counted in 32 bits. Shorter texts that are too
   // long are found by the block's making.
   if (count == 0xFFFFFFFF) throw std::length_error("oru::basic_string_t constructor");

@@ -11,7 +11,6 @@ namespace {
 
 bool IsHighSurrogate(std::uint32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLowSurrogate(std::uint32_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
-bool IsSurrogate(std::uint32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDFFF; }
 
 bool IsPair(const char16_t* at, const char16_t* last) noexcept {
   return IsHighSurrogate(at[0]) && at + 1 != last && IsLowSurrogate(at[1]);
@@ -47,10 +46,11 @@ char* PutFour(std::uint32_t codePoint, char* to) noexcept {
 
 // The walk of both passes over a text, which so take the same turns: the second one isn't told how
 // much room it has. Each character goes to the function of `form` that is named after the number of
-// its bytes. Most units are no surrogates and needn't be decoded. Behind one of one byte or of
-// three it is asked first whether the next one is such, too; between letters of two bytes the
-// blanks stand too close for that. `form` is taken and given back as a copy, so that what it holds
-// needn't be read again behind each byte that is written.
+// its bytes. Most units are no surrogates and needn't be decoded. Behind one of one, three or four
+// bytes it is asked first whether the next one is such, too; between letters of two bytes the
+// blanks stand too close for that. The second half of a pair, where the first one isn't before it,
+// is a character of three bytes like others. `form` is taken and given back as a copy, so that what
+// it holds needn't be read again behind each byte that is written.
 template <typename Form>
 Form ForEachCharacter(std::u16string_view source, Form form) noexcept {
   const char16_t* at = source.data();
@@ -63,12 +63,14 @@ Form ForEachCharacter(std::u16string_view source, Form form) noexcept {
     } else if (*at < 0x800) {
       form.Two(*at++);
     } else if (IsPair(at, last)) {
-      form.Four(PairOf(at[0], at[1]));
-      at += 2;
+      do {
+        form.Four(PairOf(at[0], at[1]));
+        at += 2;
+      } while (at != last && IsPair(at, last));
     } else {
       do {
         form.Three(*at);
-      } while (++at != last && *at >= 0x800 && !IsSurrogate(*at));
+      } while (++at != last && *at >= 0x800 && !IsHighSurrogate(*at));
     }
   }
   return form;

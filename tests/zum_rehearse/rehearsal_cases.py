@@ -33,6 +33,11 @@ def is_sanitized():
     return b"__asan_init" in PROGRAM.read_bytes()
 
 
+def is_instrumented():
+    """The program is that of the coverage build, which writes its counters at its end."""
+    return b"__gcov_dump" in PROGRAM.read_bytes()
+
+
 def value_json(value):
     """Type and bytes of a value of a branch, as they stand in JSON."""
     return None if value is None else (value[0], value[1].hex())

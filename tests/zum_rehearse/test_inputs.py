@@ -8,7 +8,7 @@ import tempfile
 import reg_file
 from products import MARKED, MARKED_NAME, ORDINARY, ORDINARY_NAME, key_name, product
 from registry_rule import CLASSES, USER_DATA
-from rehearsal_cases import COMPLETED, PROGRAM, RehearsalCase, only_on
+from rehearsal_cases import COMPLETED, PROGRAM, RehearsalCase, is_instrumented, only_on
 
 BOTH = product(key_name(1), MARKED, MARKED_NAME)
 NOTHING = product(key_name(1), ORDINARY, ORDINARY_NAME)
@@ -91,7 +91,7 @@ class Inputs(RehearsalCase):
         self.assertIn(b"\\x{ff}\\x{fe}", self.call(folder).stdout)
 
     def test_a_folder_that_may_not_be_read_is_told(self):
-        if b"__gcov_dump" in PROGRAM.read_bytes():
+        if is_instrumented():
             self.skipTest("an instrumented process tells of the counters that it can't write as nobody")
         folder = pathlib.Path(tempfile.mkdtemp(prefix="zum-rehearse-", dir="/tmp"))
         self.addCleanup(folder.rmdir)

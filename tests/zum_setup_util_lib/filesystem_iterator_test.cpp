@@ -24,8 +24,8 @@ using tests::DirectoryTree;
 
 using Listing = std::map<std::u16string, FilesystemObjectType>;
 
-constexpr auto kFile = FilesystemObjectType::File;
-constexpr auto kDirectory = FilesystemObjectType::Directory;
+constexpr auto kFoundFile = FilesystemObjectType::File;
+constexpr auto kFoundDirectory = FilesystemObjectType::Directory;
 
 // What is left of the listing. A name that comes twice is a failure.
 Listing ListAll(IFilesystemIterator& objects) {
@@ -46,8 +46,8 @@ void ExpectNoState(const IFilesystemIterator& objects) {
 }
 
 TEST(FilesystemObject, NumbersOfTheTypes) {
-  EXPECT_EQ(static_cast<int>(kFile), 0);
-  EXPECT_EQ(static_cast<int>(kDirectory), 1);
+  EXPECT_EQ(static_cast<int>(kFoundFile), 0);
+  EXPECT_EQ(static_cast<int>(kFoundDirectory), 1);
 }
 
 TEST(FilesystemIterator, SlotsAreInTheOrderOfDeclaration) {
@@ -65,14 +65,14 @@ TEST(FilesystemIterator, GivesFilesAndDirectoriesOfTheOneDirectory) {
   tree.Write(u"sub/inner.txt");
   tree.MakeDirectory(u"sub/deeper");
   EXPECT_EQ(EntriesOf(tree.Windows()),
-            (Listing{{u"a.msi", kFile}, {u"empty", kFile}, {u"sub", kDirectory}}));
+            (Listing{{u"a.msi", kFoundFile}, {u"empty", kFoundFile}, {u"sub", kFoundDirectory}}));
 }
 
 TEST(FilesystemIterator, TrailingSeparatorMakesNoDifference) {
   const DirectoryTree tree;
   tree.Write(u"a.msi");
-  EXPECT_EQ(EntriesOf(tree.Windows() + u"\\"), (Listing{{u"a.msi", kFile}}));
-  EXPECT_EQ(EntriesOf(tree.Windows() + u"/"), (Listing{{u"a.msi", kFile}}));
+  EXPECT_EQ(EntriesOf(tree.Windows() + u"\\"), (Listing{{u"a.msi", kFoundFile}}));
+  EXPECT_EQ(EntriesOf(tree.Windows() + u"/"), (Listing{{u"a.msi", kFoundFile}}));
 }
 
 TEST(FilesystemIterator, EmptyDirectoryEndsAtOnce) {
@@ -108,7 +108,7 @@ TEST(FilesystemIterator, DirectoryMayAppearAfterTheIterator) {
   const auto objects = CreateFilesystemIterator(tree.Windows(u"late"));
   tree.MakeDirectory(u"late");
   tree.Write(u"late/a.msi");
-  EXPECT_EQ(ListAll(*objects), (Listing{{u"a.msi", kFile}}));
+  EXPECT_EQ(ListAll(*objects), (Listing{{u"a.msi", kFoundFile}}));
 }
 
 TEST(FilesystemIterator, HasNoObjectBeforeTheFirstStep) {
@@ -130,9 +130,9 @@ TEST(FilesystemIterator, StartsOverAfterTheEnd) {
   const DirectoryTree tree;
   tree.Write(u"a.msi");
   const auto objects = CreateFilesystemIterator(tree.Windows());
-  EXPECT_EQ(ListAll(*objects), (Listing{{u"a.msi", kFile}}));
+  EXPECT_EQ(ListAll(*objects), (Listing{{u"a.msi", kFoundFile}}));
   tree.Write(u"b.msi");
-  EXPECT_EQ(ListAll(*objects), (Listing{{u"a.msi", kFile}, {u"b.msi", kFile}}));
+  EXPECT_EQ(ListAll(*objects), (Listing{{u"a.msi", kFoundFile}, {u"b.msi", kFoundFile}}));
 }
 
 TEST(FilesystemIterator, ObjectCanBeAskedForAgain) {
@@ -171,17 +171,18 @@ TEST(FilesystemIterator, NamesThatBeginWithADotAreYielded) {
   tree.Write(u".hidden");
   tree.Write(u"..twice");
   tree.MakeDirectory(u".cache");
-  EXPECT_EQ(EntriesOf(tree.Windows()),
-            (Listing{{u".hidden", kFile}, {u"..twice", kFile}, {u".cache", kDirectory}}));
+  EXPECT_EQ(
+      EntriesOf(tree.Windows()),
+      (Listing{{u".hidden", kFoundFile}, {u"..twice", kFoundFile}, {u".cache", kFoundDirectory}}));
 }
 
 TEST(FilesystemIterator, FileNamesOfAnyAlphabetAreKept) {
   const DirectoryTree tree;
-  const Listing names = {{u"\u041F\u0430\u043A\u0435\u0442.msi", kFile},
-                         {u"\u6587\u4EF6.msi", kFile},
-                         {u"\u0391\u03B2.msi", kFile},
-                         {u"gr\u00FCn.msi", kFile},
-                         {u"\xD83D\xDE00.msi", kFile}};
+  const Listing names = {{u"\u041F\u0430\u043A\u0435\u0442.msi", kFoundFile},
+                         {u"\u6587\u4EF6.msi", kFoundFile},
+                         {u"\u0391\u03B2.msi", kFoundFile},
+                         {u"gr\u00FCn.msi", kFoundFile},
+                         {u"\xD83D\xDE00.msi", kFoundFile}};
   for (const auto& [name, type] : names) tree.Write(name);
   EXPECT_EQ(EntriesOf(tree.Windows()), names);
 }
@@ -189,7 +190,7 @@ TEST(FilesystemIterator, FileNamesOfAnyAlphabetAreKept) {
 TEST(FilesystemIterator, DirectoryNamesBelow256AreKept) {
   const DirectoryTree tree;
   tree.MakeDirectory(u"gr\u00FCn \u00FF");
-  EXPECT_EQ(EntriesOf(tree.Windows()), (Listing{{u"gr\u00FCn \u00FF", kDirectory}}));
+  EXPECT_EQ(EntriesOf(tree.Windows()), (Listing{{u"gr\u00FCn \u00FF", kFoundDirectory}}));
 }
 
 // The directory's name is put to the test in 8-bit form, which doesn't exist here.
@@ -222,16 +223,17 @@ TEST(FilesystemIterator, DirectoryNameOfAPairCountsByItsLowBits) {
   tree.MakeDirectory(u"\xD800\xDC2E\xD800\xDC2E");
   tree.MakeDirectory(u"\xD800\xDC2E\xD800\xDC2E\xD800\xDC2E");
   EXPECT_EQ(EntriesOf(tree.Windows()),
-            (Listing{{u"\xD800\xDC41", kDirectory},
-                     {u"\xD800\xDC2E\xD800\xDC2E\xD800\xDC2E", kDirectory}}));
+            (Listing{{u"\xD800\xDC41", kFoundDirectory},
+                     {u"\xD800\xDC2E\xD800\xDC2E\xD800\xDC2E", kFoundDirectory}}));
 }
 
 // The directory that ended it isn't met again.
 TEST(FilesystemIterator, WalkCanGoOnBehindTheDirectoryThatEndedIt) {
   const DirectoryTree tree;
-  const Listing others = {{u"a", kFile}, {u"b", kDirectory}, {u"c", kFile}, {u"\u042F", kFile}};
+  const Listing others = {
+      {u"a", kFoundFile}, {u"b", kFoundDirectory}, {u"c", kFoundFile}, {u"\u042F", kFoundFile}};
   for (const auto& [name, type] : others) {
-    if (type == kDirectory)
+    if (type == kFoundDirectory)
       tree.MakeDirectory(name);
     else
       tree.Write(name);
@@ -290,7 +292,7 @@ TEST(FilesystemIterator, LinksAmongOtherEntriesArePassedOver) {
   tree.MakeDirectory(u"a");
   tree.Write(u"z");
   tree.MakeLink(u"a", u"link");
-  EXPECT_EQ(EntriesOf(tree.Windows()), (Listing{{u"a", kDirectory}, {u"z", kFile}}));
+  EXPECT_EQ(EntriesOf(tree.Windows()), (Listing{{u"a", kFoundDirectory}, {u"z", kFoundFile}}));
 }
 
 TEST(FilesystemIterator, ForeignIteratorsAreIndependent) {

@@ -23,8 +23,6 @@ using host::Call;
 using host::RegistryKeyPtr;
 using host::RegistryStore;
 
-constexpr Dword kAllRights = 0xFFFFFFFF;
-
 // What a handle of this world points to. The rehearsal above gives only handles that are open.
 struct OpenNode {
   RegistryKeyPtr node;
@@ -49,7 +47,7 @@ Error FindHive(std::u16string_view name, RegistryKeyPtr& hive) {
 Error Resolve(Key key, Dword rights, OpenNode& open) {
   const std::u16string_view hive = rehearsal::HiveName(key);
   if (!hive.empty()) {
-    open.rights = kAllRights;
+    open.rights = rehearsal::kAllRights;
     return FindHive(hive, open.node);
   }
   open = *reinterpret_cast<const OpenNode*>(key);

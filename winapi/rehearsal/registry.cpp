@@ -16,11 +16,10 @@
 namespace winapi {
 namespace {
 
+using rehearsal::kViewFlags;
 using rehearsal::OpenKey;
 using rehearsal::Value;
 using State = rehearsal::Rehearsal::State;
-
-constexpr Dword kViewFlags = kKeyWow6464Key;
 
 // Runs what may run out of memory.
 template <typename Operation>

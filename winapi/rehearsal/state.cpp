@@ -5,14 +5,11 @@
 #include <cstddef>
 #include <utility>
 
-#include "winapi/registry.h"
 #include "winapi/registry_world.h"
 
 namespace winapi::rehearsal {
 namespace {
 
-constexpr Dword kAllRights = 0xFFFFFFFF;
-constexpr Dword kViewFlags = kKeyWow6464Key;
 constexpr std::uint32_t kFirstHive = 0x80000000;  // HKEY_CLASSES_ROOT
 
 // By their numbers; the performance data's has no keys.

@@ -9,10 +9,15 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "winapi/registry.h"
 #include "winapi/rehearsal.h"
 #include "winapi/types.h"
 
 namespace winapi::rehearsal {
+
+inline constexpr Dword kAllRights = 0xFFFFFFFF;
+// Of the rights that are asked for, what says which view of the registry is meant.
+inline constexpr Dword kViewFlags = kKeyWow6464Key;
 
 // The values of one key that were written or deleted (nullopt), by folded name.
 using WrittenValues = std::map<std::u16string, std::optional<Value>>;
