@@ -168,6 +168,7 @@ void AddRow(const std::string& row, std::u16string_view pattern, bool isValid) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  bench::KeepPages();
   AddRow("utf8_ascii", u"C:\\Program Files\\ZUM Workstation\\", /*isValid=*/true);
   AddRow("utf8_cyrillic", u"Съешь ещё этих мягких булок, да выпей чаю. ", /*isValid=*/true);
   AddRow("utf8_chinese", u"天地玄黄，宇宙洪荒。日月盈昃，辰宿列张。", /*isValid=*/true);

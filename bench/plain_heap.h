@@ -36,6 +36,22 @@ inline oru::abi_v2_allocator Memory() {
 #endif
 }
 
+// A heap gives the pages of its last block back to the system when that block goes, which takes
+// longer than to fill it. Behind this each of the two heaps has a hole of 400,000 bytes that keeps
+// its pages, since the block behind it stays, which is too large for a hole that was there before.
+inline void KeepPages() {
+  constexpr std::size_t kHole = 400'000;
+  constexpr std::size_t kLast = 300'000;
+  oru::abi_v2_allocator ours = Memory();
+  void* const hole = ours.allocate(kHole, /*alignment=*/1);
+  (void)ours.allocate(kLast, /*alignment=*/1);
+  ours.deallocate(hole, kHole, /*alignment=*/1);
+  void* const other = std::malloc(kHole);
+  static void* const last = std::malloc(kLast);
+  (void)last;
+  std::free(other);
+}
+
 }  // namespace bench
 
 #endif  // BENCH_PLAIN_HEAP_H_
