@@ -17,7 +17,7 @@ ENDLESS = " (endless)"
 _SCRIPTED = {"e2e": ("zum_setup_util", "correct_setup_run"), "rehearsal": ("zum_rehearse", "zum_setup_util")}
 # The tests of the runner and of winapi/host, neither of which is broken, what kills a program over and over, and what a
 # sandbox doesn't let pass: a browser, and a build.
-_LEFT_OUT = re.compile(r"^(run_program_test$|winapi_host_test$|attacks\.|rehearsal\.(InBrowser|Demo)\.)")
+_LEFT_OUT = re.compile(r"^(run_program_test$|winapi_host_test$|attacks\.|rehearsal\.(InBrowser|ManyRows|Demo)\.)")
 
 
 @dataclasses.dataclass

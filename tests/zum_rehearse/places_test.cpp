@@ -43,6 +43,7 @@ TEST_F(PlacesTest, WhatIsFreeIsKnownByItsNameInAFolder) {
   EXPECT_TRUE(AreSame(u"folder/new", u"to folder/new"));
   EXPECT_TRUE(AreSame(u"folder/new/below", u"folder/./new/below"));
   EXPECT_TRUE(AreSame(u"new", u"new/"));
+  EXPECT_TRUE(AreSame(u"new", u"new/."));
   EXPECT_FALSE(AreSame(u"folder/new", u"new"));
   EXPECT_FALSE(AreSame(u"new", u"new/below"));
   EXPECT_FALSE(AreSame(u"new", u"newer"));

@@ -16,6 +16,7 @@ namespace {
 
 using zum_rehearse::Report;
 using zum_rehearse::Table;
+using zum_rehearse::TableForm;
 using zum_rehearse::Width;
 
 std::vector<std::string> Lines(const std::string& text) {
@@ -105,6 +106,14 @@ TEST(Table, FitsIntoEachWidthFrom40On) {
     }
   }
 }
+
+// 58 columns hold the code, the version and what is between them.
+TEST(Table, VersionsStandBesideTheCodesWhereTheyJustFit) {
+  EXPECT_NE(Table(Wide(), {58, false, true}).find("  VERSION"), std::string::npos);
+  EXPECT_EQ(Table(Wide(), {57, false, true}).find("  VERSION"), std::string::npos);
+}
+
+TEST(Table, HasTheWidthOfAPrinterWhereNobodyTellsAnother) { EXPECT_EQ(TableForm().columns, 80U); }
 
 TEST(Table, BelowTheLeastWidthItIsTheLeastOne) {
   EXPECT_EQ(Table(Wide(), {10, false, true}), Table(Wide(), {40, false, true}));

@@ -90,6 +90,12 @@ class Lists(RehearsalCase):
             self.assertIn(f"Machine {name}\n", table)
             self.assertIn(error or "would be repaired", table)
 
+    def test_the_first_of_a_list_is_listed_behind_names_of_the_command_line(self):
+        self.list.write_text("lost.reg\n")
+        done = self.call("--json", "A/x.reg", "--folders-from", "list")
+        self.assertEqual([(each["machine"], each["error"]) for each in self.parse(done.stdout)],
+                         [("A", None), ("lost.reg", f"lost.reg: {MISSING}")])
+
     def test_names_on_the_command_line_that_are_not_there(self):
         (self.machine.folder / "nowhere").symlink_to("gone")
         done = self.call("--json", "nope1", "A", "nope2", "nowhere")

@@ -176,6 +176,15 @@ TEST_F(RehearsalRegistry, AHandleWithoutTheRightIsRefused) {
   EXPECT_TRUE(rehearsal.Record().changes.empty());
 }
 
+TEST_F(RehearsalRegistry, APredefinedKeyIsOpenWithAllRights) {
+  const Rehearsal rehearsal(Machine::ThisOne());
+  const winapi::Key root = winapi::HkeyLocalMachine();
+  constexpr char16_t kOwn[] = u"ZumRehearsalTest";
+  EXPECT_EQ(Query(root, kOwn).error, 2U);
+  EXPECT_EQ(Set(root, kOwn, winapi::kRegBinary, m_new, m_new.size()), 0U);
+  EXPECT_EQ(Query(root, kOwn), (Answer{0, winapi::kRegBinary, m_new}));
+}
+
 TEST_F(RehearsalRegistry, AClosedHandleStandsForNothing) {
   const Rehearsal rehearsal(Machine::ThisOne());
   const winapi::Key key = Open(kPath);
