@@ -9,17 +9,22 @@ if(WIN32)
   set(ZUM_WIN32_DEFINITIONS WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
 endif()
 
-# zum_join(NAME)
+# zum_join(NAME [OWN name ...])
 # The target's sources are compiled eight at a time, as one: headers, and what templates give, are most of a source's time.
-# What two of them have by one name in an unnamed namespace is then an error: it gets another name or, where each source
-# has its own on purpose, is listed here.
+# What two of them have by one name in an unnamed namespace is then an error: it gets another name. OWN lists names that
+# several sources have on purpose, each for its own. CMake tells the sources apart by their paths, so that OWN isn't for
+# what is packaged.
 function(zum_join name)
-  set(names "#define ZUM_NAME_(name, source) name##source\n#define ZUM_NAME(name, source) ZUM_NAME_(name, source)\n")
-  foreach(own kSourceFile kRepeatCount kDelay)
-    string(APPEND names "#define ${own} ZUM_NAME(${own}, ZUM_SOURCE)\n")
-  endforeach()
-  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8
-    UNITY_BUILD_UNIQUE_ID ZUM_SOURCE UNITY_BUILD_CODE_BEFORE_INCLUDE "${names}")
+  cmake_parse_arguments(ARG "" "" "OWN" ${ARGN})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+  if(ARG_OWN)
+    set(names "#define ZUM_NAME_(name, source) name##source\n#define ZUM_NAME(name, source) ZUM_NAME_(name, source)\n")
+    foreach(own ${ARG_OWN})
+      string(APPEND names "#define ${own} ZUM_NAME(${own}, ZUM_SOURCE)\n")
+    endforeach()
+    set_target_properties(${name} PROPERTIES
+      UNITY_BUILD_UNIQUE_ID ZUM_SOURCE UNITY_BUILD_CODE_BEFORE_INCLUDE "${names}")
+  endif()
 endfunction()
 
 # zum_replaceable(SOURCE ...)
@@ -65,7 +70,7 @@ function(zum_library name)
     zum_instrumented(${name})
   endif()
   if(ZUM_JOIN_PRODUCT)
-    zum_join(${name})
+    zum_join(${name} OWN kSourceFile kRepeatCount kDelay)
   endif()
   if(NOT WIN32)
     # The native program is given out, too. The check of buffers' sizes needs an optimised build.
