@@ -37,19 +37,26 @@ inline oru::abi_v2_allocator Memory() {
 }
 
 // A heap gives the pages of its last block back to the system when that block goes, which takes
-// longer than to fill it. Behind this each of the two heaps has a hole of 400,000 bytes that keeps
-// its pages, since the block behind it stays, which is too large for a hole that was there before.
-inline void KeepPages() {
+// longer than to fill it. Behind this the heap has a hole of 400,000 bytes that keeps its pages,
+// since the block behind it stays, which is too large for a hole that was there before. Volatile,
+// since the compiler may leave out a block that nobody looks at.
+template <typename Allocate, typename Free>
+void LeaveHole(Allocate allocate, Free free) {
   constexpr std::size_t kHole = 400'000;
   constexpr std::size_t kLast = 300'000;
-  oru::abi_v2_allocator ours = Memory();
-  void* const hole = ours.allocate(kHole, /*alignment=*/1);
-  (void)ours.allocate(kLast, /*alignment=*/1);
-  ours.deallocate(hole, kHole, /*alignment=*/1);
-  void* const other = std::malloc(kHole);
-  static void* const last = std::malloc(kLast);
+  void* volatile hole = allocate(kHole);
+  void* volatile last = allocate(kLast);
   (void)last;
-  std::free(other);
+  free(hole, kHole);
+}
+
+// For both heaps, whichever block was the last one by chance.
+inline void KeepPages() {
+  oru::abi_v2_allocator memory = Memory();
+  LeaveHole([&](std::size_t size) { return memory.allocate(size, /*alignment=*/1); },
+            [&](void* hole, std::size_t size) { memory.deallocate(hole, size, /*alignment=*/1); });
+  LeaveHole([](std::size_t size) { return std::malloc(size); },
+            [](void* hole, std::size_t) { std::free(hole); });
 }
 
 }  // namespace bench
