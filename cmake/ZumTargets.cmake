@@ -1,8 +1,9 @@
 # The one place that defines what a library, a test and a benchmark are.
 
 # Paths in the objects are relative to the tree and to the build folder, so that two folders give the same bytes.
-set(ZUM_COMPILE_OPTIONS "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." "-ffile-prefix-map=${CMAKE_BINARY_DIR}=./build"
-  -ffunction-sections -fdata-sections)
+set(ZUM_PATH_OPTIONS "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." "-ffile-prefix-map=${CMAKE_BINARY_DIR}=./build")
+# What is given out is linked without what it doesn't use.
+set(ZUM_COMPILE_OPTIONS ${ZUM_PATH_OPTIONS} -ffunction-sections -fdata-sections)
 if(WIN32)
   # Structured exceptions and C++ exceptions stay apart with the DWARF unwinder; no Unicode macros are
   # needed since the W functions are named in full. 0x0601 is the oldest system that the program serves.
@@ -81,10 +82,17 @@ endfunction()
 
 # What tests and their helpers are compiled with: they are most of the build, and each runs a few times, so
 # they aren't optimised, and natively keep line numbers but no types for the debugger. The product's objects
-# keep their own flags; a test that depends on optimisation sets its own.
-set(ZUM_TEST_COMPILE_OPTIONS ${ZUM_COMPILE_OPTIONS} -O0)
+# keep their own flags; a test that depends on optimisation sets its own. A section for each function would be for
+# nothing, and the linker for Windows takes twice as long with them.
+set(ZUM_TEST_COMPILE_OPTIONS ${ZUM_PATH_OPTIONS} -O0)
+set(ZUM_TEST_LINK_OPTIONS)
 if(NOT WIN32)
   list(APPEND ZUM_TEST_COMPILE_OPTIONS -g1)
+  # A third of the usual linker's time, where it is installed.
+  find_program(ZUM_LLD ld.lld)
+  if(ZUM_LLD)
+    list(APPEND ZUM_TEST_LINK_OPTIONS -fuse-ld=lld)
+  endif()
 endif()
 
 # zum_test_helper(NAME SOURCES ... [LINK ...])
@@ -93,6 +101,7 @@ function(zum_test_helper name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${ZUM_TEST_COMPILE_OPTIONS})
+  target_link_options(${name} PRIVATE ${ZUM_TEST_LINK_OPTIONS})
   target_link_libraries(${name} PRIVATE ${ARG_LINK})
 endfunction()
 
@@ -112,6 +121,7 @@ function(zum_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${ZUM_TEST_COMPILE_OPTIONS})
+  target_link_options(${name} PRIVATE ${ZUM_TEST_LINK_OPTIONS})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} zum_test_support)
   if(ZUM_JOIN_TESTS)
     zum_join(${name})
@@ -128,11 +138,16 @@ function(zum_test name)
   elseif(ARG_SHARDS)
     foreach(shard RANGE 1 ${ARG_SHARDS})
       zum_run_cases(${name} ${name}.${shard} ${shard}/${ARG_SHARDS} "${ARG_LOCK}")
+      set_tests_properties(${name}.${shard} PROPERTIES ${ZUM_LONG})
     endforeach()
   else()
     zum_run_cases(${name} ${name} 1/1 "${ARG_LOCK}")
   endif()
 endfunction()
+
+# CTest starts first what costs most. The longest under Wine are the tests that wait for one another, and natively those
+# that are split: these begin at once, and the others run beside them.
+set(ZUM_LONG COST 1)
 
 # One test of CTest's, which is a part of a program's cases: tests/run_program.py tells which cases share a
 # process. Its report is results/ENTRY.xml in the build folder.
@@ -145,7 +160,7 @@ function(zum_run_cases program entry shard lock)
   file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR})
   set_tests_properties(${entry} PROPERTIES TIMEOUT 3600 LABELS ${folder})
   if(lock)
-    set_tests_properties(${entry} PROPERTIES RESOURCE_LOCK "${lock}")
+    set_tests_properties(${entry} PROPERTIES RESOURCE_LOCK "${lock}" ${ZUM_LONG})
   endif()
 endfunction()
 
@@ -207,6 +222,9 @@ function(zum_python_cases prefix)
     set_tests_properties(${prefix}.${case} PROPERTIES
       ENVIRONMENT "${world};${ARG_ENVIRONMENT}" TIMEOUT ${ARG_TIMEOUT} SKIP_RETURN_CODE 77
       RESOURCE_LOCK "${ARG_LOCK}" LABELS "${ARG_LABELS}")
+    if(ARG_LOCK)
+      set_tests_properties(${prefix}.${case} PROPERTIES ${ZUM_LONG})
+    endif()
   endforeach()
 endfunction()
 

@@ -19,6 +19,7 @@ import os
 import pathlib
 import random
 import re
+import select
 import signal
 import subprocess
 import sys
@@ -27,6 +28,7 @@ import xml.etree.ElementTree as ElementTree
 
 OWN_PROCESS = re.compile(r"^[^.]*OwnProcess[/.]")
 SHOWN_LINES = 60
+LOOKS_EVERY_MS = 50  # for new lines of output, while the process runs
 
 
 @dataclasses.dataclass
@@ -61,17 +63,18 @@ class Program:
 
     def wait(self, process):
         """The exit status, or None after `limit` seconds without a new line of output."""
-        size, since, pause = -1, time.monotonic(), 0.002
-        while process.poll() is None:
-            time.sleep(pause)
-            pause = min(pause * 1.5, 0.05)
-            if (now := self.log.stat().st_size) != size:
-                size, since = now, time.monotonic()
-            elif time.monotonic() - since > self.limit:
-                os.killpg(process.pid, signal.SIGKILL)
-                process.wait()
-                return None
-        return process.returncode
+        size, since = -1, time.monotonic()
+        ended = select.poll()
+        with open(os.pidfd_open(process.pid), "rb", buffering=0) as descriptor:
+            ended.register(descriptor, select.POLLIN)
+            while not ended.poll(LOOKS_EVERY_MS):
+                if (now := self.log.stat().st_size) != size:
+                    size, since = now, time.monotonic()
+                elif time.monotonic() - since > self.limit:
+                    os.killpg(process.pid, signal.SIGKILL)
+                    process.wait()
+                    return None
+        return process.wait()
 
     def run(self, flags):
         status = self.wait(self.start(flags))
