@@ -193,19 +193,15 @@ function(zum_folder_tests)
   endif()
 endfunction()
 
-# zum_python_cases(PREFIX [SECOND_MACHINE] [TIMEOUT seconds] [LOCK name ...] [LABELS label ...]
+# zum_python_cases(PREFIX [SECOND_MACHINE pattern] [TIMEOUT seconds] [LOCK name ...] [LABELS label ...]
 #                  [ENVIRONMENT variable=value ...])
 # The cases of the folder's run_tests.py, each a test PREFIX.CASE of its own. LOCK is what they share in the Wine prefix;
-# natively nothing is shared. Those of a SECOND_MACHINE have another prefix, so that they share nothing with the others.
+# natively nothing is shared. Those that match SECOND_MACHINE have another prefix, so that they share nothing with the others.
 # ZUM_WORLD is added to their environment.
 function(zum_python_cases prefix)
-  cmake_parse_arguments(ARG "SECOND_MACHINE" "TIMEOUT" "LOCK;LABELS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "" "SECOND_MACHINE;TIMEOUT" "LOCK;LABELS;ENVIRONMENT" ${ARGN})
   if(WIN32)
     set(world ZUM_WORLD=windows)
-    if(ARG_SECOND_MACHINE)
-      list(APPEND ARG_ENVIRONMENT ZUM_WINE_MACHINE=second)
-      list(TRANSFORM ARG_LOCK APPEND "_second")
-    endif()
   else()
     set(world ZUM_WORLD=native)
     set(ARG_LOCK)
@@ -218,11 +214,17 @@ function(zum_python_cases prefix)
     OUTPUT_VARIABLE cases OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   string(REPLACE "\n" ";" cases "${cases}")
   foreach(case ${cases})
+    set(environment ${world} ${ARG_ENVIRONMENT})
+    set(lock ${ARG_LOCK})
+    if(WIN32 AND ARG_SECOND_MACHINE AND case MATCHES "${ARG_SECOND_MACHINE}")
+      list(APPEND environment ZUM_WINE_MACHINE=second)
+      list(TRANSFORM lock APPEND "_second")
+    endif()
     add_test(NAME ${prefix}.${case} COMMAND ${Python3_EXECUTABLE} ${runner} ${case})
     set_tests_properties(${prefix}.${case} PROPERTIES
-      ENVIRONMENT "${world};${ARG_ENVIRONMENT}" TIMEOUT ${ARG_TIMEOUT} SKIP_RETURN_CODE 77
-      RESOURCE_LOCK "${ARG_LOCK}" LABELS "${ARG_LABELS}")
-    if(ARG_LOCK)
+      ENVIRONMENT "${environment}" TIMEOUT ${ARG_TIMEOUT} SKIP_RETURN_CODE 77
+      RESOURCE_LOCK "${lock}" LABELS "${ARG_LABELS}")
+    if(lock)
       set_tests_properties(${prefix}.${case} PROPERTIES ${ZUM_LONG})
     endif()
   endforeach()

@@ -1,8 +1,8 @@
 // The operations by which the dropper copies. secure_directory.h makes what it copies into.
 //
-// All throw on failure: oru::CheckResultFailedException with the result code of the Win32 error, or
-// with "Invalid argument" for an argument that is refused without a call, and std::bad_alloc for a
-// lack of memory.
+// All throw on failure: oru::CheckResultFailedException with the result code of the Win32 error,
+// which is "Unspecified error" where the call leaves none, or with "Invalid argument" for an
+// argument that is refused without a call, and std::bad_alloc for a lack of memory.
 #ifndef ZUM_SETUP_UTIL_LIB_FILESYSTEM_ACTIONS_H_
 #define ZUM_SETUP_UTIL_LIB_FILESYSTEM_ACTIONS_H_
 

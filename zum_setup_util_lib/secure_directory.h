@@ -6,9 +6,10 @@
 
 namespace correct_setup::FileSystemActions {
 
-// One new directory that only the local system and the process's user may enter, with a mandatory
-// label of the process's own integrity level where the token has one. None of its entries is
-// inherited. A directory that is there already is never adopted.
+// One new directory whose access list has entries for the local system and the process's user
+// alone, with a mandatory label of the process's own integrity level where the token has one. What
+// is made in it isn't handed these entries down, and the list isn't protected: Windows adds the
+// entries that the parent directory hands down. A directory that is there already is never adopted.
 //
 // Nothing is created on failure. Throws windows_helpers::WindowsErrorException for a call of
 // Windows that fails, oru::CheckResultFailedException with "Invalid argument" for an empty path,

@@ -16,8 +16,8 @@ namespace oru {
 
 namespace detail {
 
-// Copies up to 15 bytes in two pieces of one size, which overlap where that is more: a call of the
-// library's takes longer than so few bytes.
+// Copies `bytes` bytes, from `piece` to twice as many, as the first `piece` of them and the last,
+// which overlap where that is more. Both are read before either is written.
 template <std::size_t piece>
 void CopyTwoPieces(char* to, const char* from, std::size_t bytes) noexcept {
   char head[piece];
@@ -28,6 +28,7 @@ void CopyTwoPieces(char* to, const char* from, std::size_t bytes) noexcept {
   std::memcpy(to + bytes - piece, tail, piece);
 }
 
+// Copies what fits inline, 15 bytes at most: a call of the library's takes longer than so few.
 template <typename CharT>
 void CopyShort(CharT* to, const CharT* from, std::size_t count) noexcept {
   const std::size_t bytes = count * sizeof(CharT);

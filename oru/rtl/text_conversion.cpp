@@ -167,6 +167,7 @@ unsigned EncodeWide(std::uint32_t codePoint, char16_t (&units)[kMaxUnits]) noexc
 
 }  // namespace detail
 
+// No process of 32 bits holds the 2.7 GB of units whose bytes a size_t can't count there.
 std::size_t CountUtf8(std::u16string_view source) noexcept {
   return ForEachCharacter(source, Utf8Counter()).length;
 }

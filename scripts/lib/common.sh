@@ -40,7 +40,7 @@ die() { bad "$*"; exit 1; }
 # their frameworks are among what a build needs.
 packages_native="g++ cmake ninja-build tzdata libgtest-dev python3 libcli11-dev nlohmann-json3-dev libhivex-dev"
 packages_mutate="clang-14 lld bubblewrap"
-packages_native_tests="python3-jsonschema libwin-hivex-perl chromium chromium-driver clang-14 clang-format-14 clang-tidy-14 shellcheck strace $packages_mutate"
+packages_native_tests="git python3-jsonschema libwin-hivex-perl chromium chromium-driver clang-14 clang-format-14 clang-tidy-14 shellcheck strace $packages_mutate"
 packages_windows="g++-mingw-w64-i686-posix libcli11-dev nlohmann-json3-dev cmake ninja-build googletest python3 wine wine32:i386 wine64 msitools wixl"
 packages_windows_tests="osslsigncode openssl clang-tidy-14 python3-jsonschema"
 packages_packaging="pandoc zip dpkg-dev"

@@ -74,7 +74,8 @@ TEST(ScopedRemoveDirectory, ShapeOfTheClass) {
   EXPECT_FALSE(std::is_copy_constructible_v<ScopedRemoveDirectory>);
 }
 
-// Eleven tries with a tenth of a second between them, then the one line of its own.
+// Eleven tries with a tenth of a second between them, then the one line of its own. The second is
+// a real one, as in HeldFileMakesItStay: dropper_host_test.cpp has the tries on a standing clock.
 TEST(ScopedRemoveDirectory, GivesUpAfterElevenTries) {
   const DirectoryTree tree;
   const InstalledTracer tracer;

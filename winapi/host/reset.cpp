@@ -27,6 +27,7 @@ void ResetTime() {
   ResetSystemVersion();
 }
 
+// Answers that a test has put in the place of the host's own.
 void ResetScripts() {
   SetQueryScript({});
   for (const char* operation :

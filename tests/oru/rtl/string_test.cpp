@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/oru/rtl/string_text.h"
 #include "tests/oru/rtl/test_allocator.h"
@@ -57,6 +58,17 @@ TYPED_TEST(StringTest, CountedTextKeepsZeros) {
   const typename TestFixture::String string(text, 4);
   ASSERT_EQ(string.size(), 4u);
   EXPECT_TRUE(std::equal(text, text + 4, string.data()));
+}
+
+// The source is a block of exactly its length, so that a sanitizer sees what is read beside it.
+TYPED_TEST(StringTest, TakesEachShortLength) {
+  const std::string alphabet = "abcdefghijklmnopqrstuvwxyz";
+  for (std::uint32_t count = 0; count <= alphabet.size(); ++count) {
+    SCOPED_TRACE(count);
+    const std::string expected = alphabet.substr(0, count);
+    const std::vector<TypeParam> source(expected.begin(), expected.end());
+    EXPECT_TRUE(Holds(typename TestFixture::String(source.data(), count), expected));
+  }
 }
 
 TYPED_TEST(StringTest, CharactersCanBeReadAndChanged) {

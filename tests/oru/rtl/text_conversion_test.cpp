@@ -78,6 +78,9 @@ const Utf8Case kUtf8Cases[] = {
     {"high before what is no surrogate", u"\xD800\uE000", "\xED\xA0\x80\xEE\x80\x80"},
     {"high before a pair", u"\xD83D\xD83D\xDE00", "\xED\xA0\xBD\xF0\x9F\x98\x80"},
     {"low behind a pair", u"\xD83D\xDE00\xDE00", "\xF0\x9F\x98\x80\xED\xB8\x80"},
+    {"low before a pair", u"\xDC00\xD83D\xDE00", "\xED\xB0\x80\xF0\x9F\x98\x80"},
+    {"high at the end behind a pair", u"\xD83D\xDE00\xD83D", "\xF0\x9F\x98\x80\xED\xA0\xBD"},
+    {"low behind three bytes", u"\u20AC\xDC00", "\xE2\x82\xAC\xED\xB0\x80"},
 };
 
 TEST(Utf16ToUtf8, MatchesTheTable) {

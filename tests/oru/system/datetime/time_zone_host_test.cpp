@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +53,10 @@ struct Outcome {
   bool daylight;
   bool operator==(const Outcome&) const = default;
 };
+
+void PrintTo(const Outcome& outcome, std::ostream* out) {
+  *out << outcome.bias << (outcome.daylight ? ", daylight" : ", standard");
+}
 
 Outcome BiasAt(DateTime time, bool isUtc) {
   bool daylight = true;
